@@ -1,0 +1,48 @@
+# Compiler and linker flags of the whole project, in three layers:
+#   everything              (directory wide)    floating point, sanitizers
+#   our own code            velpicture_warnings warnings, all of them errors
+#   the shared object only  velpicture_plugin() exports, exceptions passing through, libc and libm only
+
+# SSE2 is the floor. Doubles are computed in doubles, never in 80-bit registers or fused: pixels
+# must not depend on the compiler.
+add_compile_options(-msse2 -mfpmath=sse -ffp-contract=off)
+
+option(VEL_SANITIZE "Build with the address and undefined behaviour sanitizers" OFF)
+option(VEL_FUZZ "Build the fuzzers (Clang only); wants VEL_SANITIZE" OFF)
+if(VEL_SANITIZE)
+  # vptr checks need run-time type information, which the plugin is built without. Clang's check of
+  # function types does too, and host and plugin call each other by address in raw words anyway.
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
+                      $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
+                      -fno-omit-frame-pointer -g)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(VEL_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+add_library(velpicture_warnings INTERFACE)
+target_compile_options(velpicture_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror)
+
+# Makes `target` a plugin: hides what is not exported on purpose, tolerates a caller's stack aligned
+# to 4 bytes, and links the C library and libm only.
+function(velpicture_plugin target)
+  target_link_libraries(${target} PRIVATE velpicture_warnings)
+  target_compile_options(${target} PRIVATE -fno-rtti -fexceptions -mstackrealign)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  set_target_properties(${target} PROPERTIES
+    PREFIX ""
+    POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+  target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,-z,relro,-z,now -Wl,--exclude-libs,ALL)
+  if(VEL_SANITIZE)
+    return()  # The sanitizers' run-time libraries want the C++ library anyway.
+  endif()
+
+  target_compile_options(${target} PRIVATE
+    -include ${PROJECT_SOURCE_DIR}/cmake/passing_exceptions.h)
+  target_link_options(${target} PRIVATE -nodefaultlibs -Wl,-z,defs)
+  target_link_libraries(${target} PRIVATE -lm -lc -lgcc)
+endfunction()

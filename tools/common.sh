@@ -1,0 +1,32 @@
+# Sourced by the commands of this project: where things lie, and how to speak. Every command runs
+# from the top folder of the checkout.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# What setup unpacks and builds for this checkout alone.
+deps="${VEL_DEPS:-$PWD/.deps}"
+# 32-bit packages as downloaded; shared by all checkouts of a user.
+downloads="${VEL_DOWNLOADS:-${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/velpicture}"
+preset="${VEL_PRESET:-release}"
+build="build/$preset"
+
+say() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; }
+die() { say "$@"; exit 1; }
+
+# Runs a command silently; when it fails, shows what it said.
+quietly() {
+  local log status=0
+  log="$(mktemp)"
+  "$@" >"$log" 2>&1 </dev/null || status=$?
+  [ "$status" = 0 ] || cat "$log" >&2
+  rm -f "$log"
+  return "$status"
+}
+
+# Configures the preset if that was not done yet and builds the given targets (all when none).
+build_targets() {
+  local targets=()
+  [ $# = 0 ] || targets=(--target "$@")
+  [ -f "$build/build.ninja" ] || quietly cmake --preset "$preset" || die "configuring failed"
+  quietly cmake --build "$build" --parallel 2 "${targets[@]}" || die "building failed"
+}
