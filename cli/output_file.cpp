@@ -1,0 +1,91 @@
+#include "cli/output_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "cli/problem.h"
+
+namespace velhost {
+namespace {
+
+// A file under a name of its own; removed again unless it was moved into place.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(const std::string& besides) : path_(besides + ".XXXXXX") {
+    descriptor_ = mkstemp(path_.data());
+    if (descriptor_ < 0) path_.clear();
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() {
+    if (descriptor_ >= 0) close(descriptor_);
+    if (!path_.empty()) unlink(path_.c_str());
+  }
+
+  /// Whether every step succeeded; errno tells which error it was.
+  bool WriteAndMoveTo(const std::string& target, std::string_view bytes) {
+    return descriptor_ >= 0 && UsualPermissions() && Write(bytes) && fsync(descriptor_) == 0 &&
+           MoveTo(target);
+  }
+
+ private:
+  // mkstemp keeps others out; a picture has the permissions that any new file would have.
+  bool UsualPermissions() const {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return fchmod(descriptor_, 0666 & ~mask) == 0;
+  }
+
+  bool Write(std::string_view bytes) const {
+    while (!bytes.empty()) {
+      const ssize_t count = write(descriptor_, bytes.data(), bytes.size());
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) return false;
+      bytes.remove_prefix(count);
+    }
+    return true;
+  }
+
+  bool MoveTo(const std::string& target) {
+    if (std::rename(path_.c_str(), target.c_str()) != 0) return false;
+    path_.clear();
+    return true;
+  }
+
+  std::string path_;
+  int descriptor_;
+};
+
+}  // namespace
+
+void CheckOutputPath(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (fs::exists(status) && !fs::is_regular_file(status)) {
+    throw Problem("the output " + path + " is no file: give the name of a picture file");
+  }
+  const fs::path folder = fs::path(path).parent_path();
+  if (!folder.empty() && !fs::is_directory(folder, error)) {
+    throw Problem("the output folder " + folder.string() + " is missing: make it first");
+  }
+}
+
+void ReplaceFile(const std::string& path, std::string_view bytes) {
+  CheckOutputPath(path);
+  // A link stays, and what it points to is replaced.
+  std::error_code error;
+  const std::string target = std::filesystem::weakly_canonical(path, error).string();
+  TemporaryFile file(error ? path : target);
+  if (!file.WriteAndMoveTo(error ? path : target, bytes)) {
+    throw Problem(path + " cannot be written: " + std::strerror(errno));
+  }
+}
+
+}  // namespace velhost

@@ -1,0 +1,15 @@
+#pragma once
+
+// What goes wrong for a reason the user can mend: a missing file, a wrong argument, a library that
+// is not there. The text is one line that says what is wrong and what would be right.
+
+#include <stdexcept>
+
+namespace velhost {
+
+class Problem : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace velhost

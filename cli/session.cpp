@@ -1,0 +1,157 @@
+#include "cli/session.h"
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <utility>
+
+#include "cli/canvas.h"
+#include "cli/problem.h"
+#include "simulator/cairo_storage.h"
+#include "simulator/gdk_storage.h"
+
+namespace velhost {
+namespace {
+
+// Below this version a host has no pictures with alpha channel.
+constexpr double kAlphaSince = 2011.04;
+
+struct HostTraits {
+  const char* name;
+  sim::AppKind application;
+  sim::StorageKind opaque;
+  sim::StorageKind alpha;
+};
+
+const HostTraits& TraitsOf(HostKind kind) {
+  using enum sim::StorageKind;
+  static constexpr HostTraits kTraits[] = {
+      {"console", sim::AppKind::kConsole, kConsole, kConsole},
+      {"web", sim::AppKind::kWeb, kConsole, kConsole},
+      {"cairo", sim::AppKind::kDesktop, kCairo, kCairo},
+      {"gdk", sim::AppKind::kDesktop, kGdk, kNone},
+  };
+  return kTraits[static_cast<int>(kind)];
+}
+
+void InstallStorage(HostKind kind) {
+  std::string missing;
+  if (kind == HostKind::kCairo) missing = sim::InstallCairoStorage();
+  if (kind == HostKind::kGdk) missing = sim::InstallGdkStorage();
+  if (missing.empty()) return;
+  throw Problem(std::string("--host ") + TraitsOf(kind).name + " cannot start: " + missing +
+                " (./run fetches the 32-bit libraries and starts a display)");
+}
+
+sim::Settings SettingsFor(const Options& options) {
+  InstallStorage(options.host);
+  const HostTraits& traits = TraitsOf(options.host);
+  sim::Settings settings;
+  settings.version = options.hostVersion;
+  settings.application = traits.application;
+  settings.newPictures = traits.opaque;
+  settings.newAlphaPictures = traits.alpha;
+  settings.allowLeaks = true;  // They are reported, not fatal.
+  return settings;
+}
+
+std::string NameOf(const Options& options) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%s host %.7g", TraitsOf(options.host).name,
+                options.hostVersion);
+  return text;
+}
+
+std::string PluginPath(const Options& options) {
+  namespace fs = std::filesystem;
+  const fs::path path = options.plugin.empty()
+                            ? fs::read_symlink("/proc/self/exe").replace_filename("VelPicture.so")
+                            : fs::absolute(options.plugin);
+  if (!fs::exists(path)) {
+    throw Problem("there is no plugin " + path.string() +
+                  ": build it, or name one with --plugin FILE");
+  }
+  return path;
+}
+
+void SelectKernels(const sim::Plugin& plugin, const std::string& name) {
+  auto* const select = plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc");
+  if (select == nullptr) {
+    throw Problem("--kernels: this plugin has no choice of kernels; leave the option out");
+  }
+  if (!select(name.c_str())) {
+    throw Problem("--kernels " + name +
+                  ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
+  }
+}
+
+std::string SizeText(int width, int height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+}  // namespace
+
+Session::Session(const Options& options)
+    : hostName_(NameOf(options)),
+      keepsAlpha_(TraitsOf(options.host).alpha != sim::StorageKind::kNone &&
+                  options.hostVersion >= kAlphaSince),
+      log_(options.log),
+      host_(SettingsFor(options)),
+      plugin_(PluginPath(options)) {
+  plugin_.Start(host_);
+  if (!options.kernels.empty()) SelectKernels(plugin_, options.kernels);
+  if (log_) std::fputs(host_.log.Text().c_str(), stdout);
+}
+
+PreparedCall Session::Prepare(const std::string& text) const {
+  std::string why;
+  auto call = sim::ParseCall(text, &why);
+  if (!call) throw Problem("-m \"" + text + "\": " + why);
+  const sim::Method& method = plugin_.Choose(call->name, call->arguments);
+  return {text, &method, std::move(call->arguments)};
+}
+
+Image Session::Run(const Image& image, const std::vector<PreparedCall>& calls,
+                   std::vector<Step>* steps) {
+  const bool alpha = image.hasAlpha && keepsAlpha_;
+  sim::Ref<sim::Picture> picture =
+      host_.MakePicture(image.hasAlpha && !alpha ? Flattened(image) : image, alpha);
+  if (!picture) {
+    throw Problem("the " + hostName_ + " cannot hold a picture of " +
+                  SizeText(image.width, image.height) + ": give a smaller one");
+  }
+  for (const PreparedCall& call : calls) {
+    const Step step = RunOne(call, picture);
+    if (steps != nullptr) steps->push_back(step);
+  }
+  return Image(picture->Read(), picture->storage->alpha());
+}
+
+Step Session::RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& picture) {
+  host_.log.Clear();
+  const auto start = std::chrono::steady_clock::now();
+  sim::Result result = plugin_.Call(*call.method, picture.get(), call.arguments);
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+  if (log_) std::fputs(host_.log.Text().c_str(), stdout);
+
+  Step step{{}, time.count(), host_.log.CallCount()};
+  if (result.type == sim::Type::kBoolean) {
+    if (!result.boolean) {
+      throw MethodFailed(call.text + " returned false: the " + hostName_ +
+                         " does not let this picture be changed in place");
+    }
+    step.result = "changed in place";
+  } else if (result.type == sim::Type::kInt64) {
+    step.result = std::to_string(result.integer);
+  } else {
+    if (!result.picture) {
+      throw MethodFailed(call.text +
+                         " returned no picture: a size that cannot be, or memory is short");
+    }
+    picture = std::move(result.picture);
+    step.result = SizeText(picture->storage->width(), picture->storage->height());
+  }
+  return step;
+}
+
+}  // namespace velhost

@@ -1,0 +1,68 @@
+#pragma once
+
+// One simulated host with the plugin loaded into it, and the way of a picture through a row of
+// method calls. There is one session per process.
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "cli/image.h"
+#include "cli/options.h"
+#include "simulator/host.h"
+#include "simulator/plugin.h"
+
+namespace velhost {
+
+/// A method call whose name and arguments suit what the plugin registered.
+struct PreparedCall {
+  std::string text;
+  const sim::Method* method;
+  std::vector<sim::Argument> arguments;
+};
+
+/// What one call did.
+struct Step {
+  std::string result;  ///< "320 x 480", "true", "153048"
+  double milliseconds;
+  int hostCalls;
+};
+
+/// A call that came back with null or false.
+struct MethodFailed : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+class Session {
+ public:
+  /// Starts the host and the plugin. Throws Problem or sim::PluginError when something is missing.
+  explicit Session(const Options& options);
+
+  /// Throws Problem or sim::PluginError, with what would be right, when the text is no such call.
+  PreparedCall Prepare(const std::string& text) const;
+
+  /// Makes `image` a picture of the host, runs the calls on it one after the other, each on the
+  /// picture that the one before returned (or changed), and returns the last. Throws Problem when
+  /// the host cannot hold the picture and MethodFailed when a call fails. `steps`, if given, gets
+  /// one entry per call.
+  Image Run(const Image& image, const std::vector<PreparedCall>& calls,
+            std::vector<Step>* steps = nullptr);
+
+  /// False where the host's pictures have no alpha channel; Run then shows `image` on white.
+  bool KeepsAlpha() const { return keepsAlpha_; }
+  /// "console host 2012.01"
+  const std::string& HostName() const { return hostName_; }
+  const sim::Plugin& plugin() const { return plugin_; }
+  sim::Host& host() { return host_; }
+
+ private:
+  Step RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& picture);
+
+  std::string hostName_;
+  bool keepsAlpha_;
+  bool log_;
+  sim::Host host_;
+  sim::Plugin plugin_;
+};
+
+}  // namespace velhost

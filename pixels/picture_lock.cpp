@@ -1,0 +1,27 @@
+#include "pixels/picture_lock.h"
+
+#include "host/resolver.h"
+
+namespace {
+
+constexpr double kFirstVersionWithCleanFailedLocks = 2012.0;
+
+}  // namespace
+
+bool REALLockPictureDescriptionX(REALpictureStruct* picture, REALpictureDescription* description,
+                                 long type) {
+  if (REALLockPictureDescription(picture, description, type)) return true;
+  REALUnlockPictureDescriptionAfterFailure(picture);
+  return false;
+}
+
+void REALUnlockPictureDescriptionAfterFailure(REALpictureStruct* picture) {
+  if (rbversion_rbversion < kFirstVersionWithCleanFailedLocks) {
+    REALUnlockPictureDescription(picture);
+  }
+}
+
+int GetPictureLockCount(REALpictureStruct* picture) {
+  if (picture == nullptr) return 0;
+  return reinterpret_cast<const REALobjectHeader*>(picture)->lockCount;
+}

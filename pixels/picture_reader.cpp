@@ -1,0 +1,195 @@
+#include "pixels/picture_reader.h"
+
+#include "host/application.h"
+#include "host/host_references.h"
+#include "pixels/editor_guard.h"
+#include "pixels/gtk_cairo.h"
+#include "pixels/picture_helpers.h"
+#include "pixels/picture_lock.h"
+
+using namespace velpicture;
+
+namespace {
+
+enum class Attempt {
+  kNotThere,  ///< the lock failed: the picture has no storage of this kind
+  kRefused,   ///< locked, but not usable; the lock was given back
+  kOpened,
+};
+
+struct PixelBuffer {
+  PixelType type;
+  uint8_t* pixels;
+  int width;
+  int height;
+  int rowBytes;
+};
+
+void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
+  REALLockObject(AsObject(picture));
+  editor.pixelType = buffer.type;
+  editor.bytesPerPixel = buffer.type == kPixelRgb24 ? 3 : 4;
+  editor.baseAddress = buffer.pixels;
+  editor.pixels = buffer.pixels;
+  editor.width = buffer.width;
+  editor.height = buffer.height;
+  editor.rowBytes = buffer.rowBytes;
+  editor.picture = picture;
+  editor.accessX = 0;
+  editor.accessY = 0;
+}
+
+/// The surface behind a Cairo context; false when there is none with pixels.
+bool DescribeSurface(void* context, PixelBuffer& buffer) {
+  void* const surface = _cairo_get_target(context);
+  if (surface == nullptr) return false;
+  buffer.pixels = _cairo_image_surface_get_data(surface);
+  buffer.width = _cairo_image_surface_get_width(surface);
+  buffer.height = _cairo_image_surface_get_height(surface);
+  buffer.rowBytes = _cairo_image_surface_get_stride(surface);
+  return buffer.width > 0 && buffer.height > 0 && buffer.rowBytes > 0 && buffer.pixels != nullptr;
+}
+
+Attempt OpenCairo(PictureEditor& editor, REALpictureStruct* picture) {
+  const REALpictureDescription& description = editor.description;
+  if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageCairoContext)) {
+    return Attempt::kNotThere;
+  }
+  DescriptionLock lock(picture);
+  IsDesktop = true;
+  if (description.data == nullptr || description.type != kStorageCairoContext || !LoadCairo()) {
+    return Attempt::kRefused;
+  }
+  PixelBuffer buffer{};
+  buffer.type = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
+  if (!DescribeSurface(description.data, buffer)) return Attempt::kRefused;
+  FillEditor(editor, picture, buffer);
+  lock.Keep();
+  return Attempt::kOpened;
+}
+
+/// One reference on a pixbuf, given back at the end of the scope unless it was passed on.
+class PixbufReference {
+ public:
+  explicit PixbufReference(void* pixbuf) : pixbuf_(pixbuf) {}
+  PixbufReference(const PixbufReference&) = delete;
+  PixbufReference& operator=(const PixbufReference&) = delete;
+  ~PixbufReference() {
+    if (pixbuf_ != nullptr) _gdk_pixbuf_unref(pixbuf_);
+  }
+  void* get() const { return pixbuf_; }
+  void* Release() {
+    void* const pixbuf = pixbuf_;
+    pixbuf_ = nullptr;
+    return pixbuf;
+  }
+
+ private:
+  void* pixbuf_;
+};
+
+Attempt OpenGdk(PictureEditor& editor, REALpictureStruct* picture) {
+  const REALpictureDescription& description = editor.description;
+  if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageGdkDrawable)) {
+    return Attempt::kNotThere;
+  }
+  DescriptionLock lock(picture);
+  IsDesktop = true;
+  if (description.data == nullptr || description.type != kStorageGdkDrawable || !LoadGTK()) {
+    return Attempt::kRefused;
+  }
+  PixbufReference pixbuf(_gdk_pixbuf_get_from_drawable(nullptr, description.data, nullptr, 0, 0, 0,
+                                                       0, description.width, description.height));
+  if (pixbuf.get() == nullptr) return Attempt::kRefused;
+  uint8_t* const pixels = _gdk_pixbuf_get_pixels(pixbuf.get());
+  if (pixels == nullptr) return Attempt::kRefused;
+  FillEditor(editor, picture,
+             {kPixelRgb24, pixels, description.width, description.height,
+              _gdk_pixbuf_get_rowstride(pixbuf.get())});
+  editor.pixbuf = pixbuf.Release();
+  lock.Keep();
+  return Attempt::kOpened;
+}
+
+bool OpenConsole(PictureEditor& editor, REALpictureStruct* picture) {
+  const REALpictureDescription& description = editor.description;
+  if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageConsoleBlock)) {
+    return false;
+  }
+  DescriptionLock lock(picture);
+  IsConsole = true;
+  const auto* const block = static_cast<const ConsolePixelBlock*>(description.data);
+  if (description.type != kStorageConsoleBlock || block == nullptr) return false;
+  if (!editor.hasAlpha && block->flags != 0) return false;
+  if (block->rowTable == nullptr || block->storage == nullptr) return false;
+  uint8_t* const firstRow = description.height > 0 ? block->rowTable[0] : nullptr;
+  // The byte width of a row wraps with the host's own 32-bit arithmetic; rows are never reached
+  // through it, since the row table has their addresses.
+  const auto rowBytes = static_cast<int>(static_cast<uint32_t>(description.width) * 4);
+  FillEditor(editor, picture,
+             {kPixelConsole, firstRow, description.width, description.height, rowBytes});
+  editor.rowTable = block->rowTable;
+  lock.Keep();
+  return true;
+}
+
+bool OpenWithAlpha(PictureEditor& editor, REALpictureStruct* picture) {
+  if (!IsConsole) {
+    const Attempt attempt = OpenCairo(editor, picture);
+    if (attempt != Attempt::kNotThere) return attempt == Attempt::kOpened;
+  }
+  return !IsDesktop && OpenConsole(editor, picture);
+}
+
+/// Opens the editor on a copy of a picture and hands it the copy, which it keeps until it is
+/// closed.
+bool OpenCopy(PictureEditor& editor, REALpictureStruct* copy) {
+  EditorGuard guard(editor);
+  bool opened = false;
+  {
+    const PictureReference reference(copy);
+    opened = GetPictureReader(editor, copy, false, false);
+  }
+  guard.Keep();
+  return opened;
+}
+
+bool OpenOpaque(PictureEditor& editor, REALpictureStruct* picture) {
+  if (!IsConsole) {
+    Attempt attempt = OpenCairo(editor, picture);
+    if (attempt == Attempt::kNotThere) attempt = OpenGdk(editor, picture);
+    if (attempt != Attempt::kNotThere) return attempt == Attempt::kOpened;
+
+    if (editor.allowCopy && !editor.writable) {
+      if (REALpictureStruct* const copy = ClonePicture(picture)) return OpenCopy(editor, copy);
+    }
+  }
+  return !IsDesktop && OpenConsole(editor, picture);
+}
+
+}  // namespace
+
+bool GetPictureReader(PictureEditor& editor, REALpictureStruct* picture, signed char allowCopy,
+                      signed char writable) {
+  editor = PictureEditor{};
+  if (picture == nullptr) return false;
+  editor.writable = writable != 0;
+  editor.allowCopy = allowCopy != 0;
+  if (!IsConsole && !IsDesktop) CheckApplication();
+
+  unsigned char hasAlpha = 0;
+  const bool known = REALGetPropValue(AsObject(picture), "HasAlphaChannel", &hasAlpha);
+  editor.hasAlpha = known && hasAlpha != 0;
+  return editor.hasAlpha ? OpenWithAlpha(editor, picture) : OpenOpaque(editor, picture);
+}
+
+bool GetPictureReader(PictureEditor& editor, REALpictureStruct* picture) {
+  return GetPictureReader(editor, picture, true, false);
+}
+
+bool GetPictureEditor(PictureEditor& editor, REALpictureStruct* picture) {
+  if (!GetPictureReader(editor, picture, true, true)) return false;
+  if (editor.pixelType != kPixelRgb24) return true;
+  ClosePictureEditor(editor);
+  return false;
+}

@@ -1,0 +1,129 @@
+#include "simulator/console_storage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <random>
+
+namespace sim {
+namespace {
+
+// A row table entry past the last row: reading through it ends the process.
+uint8_t* const kPoisonRow = reinterpret_cast<uint8_t*>(0xBAD0BAD0);
+constexpr int kPoisonRows = 4;
+
+// 20 keeps rows at multiples of 4 and off multiples of 16.
+int GapBytes(RowLayout rows) { return rows == RowLayout::kContiguous ? 0 : 20; }
+
+// Bytes of all rows with their gaps; SIZE_MAX, which no allocation grants, when they are too many.
+size_t TotalBytes(const StorageRequest& request, int gapBytes) {
+  const uint64_t stride = uint64_t{4} * static_cast<uint32_t>(request.width) + gapBytes;
+  const uint64_t total = stride * static_cast<uint32_t>(request.height);
+  return total > 0x7FFFFFFF ? SIZE_MAX : static_cast<size_t>(total);
+}
+
+// The slot of each row, counted in strides.
+std::vector<int> RowSlots(const StorageRequest& request) {
+  std::vector<int> slots(static_cast<size_t>(request.height));
+  std::iota(slots.begin(), slots.end(), 0);
+  if (request.rows == RowLayout::kReversed) std::reverse(slots.begin(), slots.end());
+  if (request.rows == RowLayout::kScattered) {
+    // Same pictures, same places: a failure can be repeated.
+    std::mt19937 random(static_cast<uint32_t>(request.width * 31 + request.height));
+    std::shuffle(slots.begin(), slots.end(), random);
+  }
+  return slots;
+}
+
+}  // namespace
+
+std::unique_ptr<Storage> ConsoleStorage::Make(const StorageRequest& request) {
+  std::unique_ptr<ConsoleStorage> storage(new ConsoleStorage(request));
+  if (storage->memory_.bytes() == nullptr) return nullptr;
+  return storage;
+}
+
+ConsoleStorage::ConsoleStorage(const StorageRequest& request)
+    : Storage(request.width, request.height, request.alpha),
+      gapBytes_(GapBytes(request.rows)),
+      memory_(request.pool, TotalBytes(request, gapBytes_)) {
+  if (memory_.bytes() == nullptr) return;
+  const size_t stride = static_cast<size_t>(width()) * 4 + static_cast<size_t>(gapBytes_);
+  for (const int slot : RowSlots(request)) {
+    uint8_t* const row = memory_.bytes() + static_cast<size_t>(slot) * stride;
+    rows_.push_back(row);
+    std::memset(row + stride - gapBytes_, kGuardByte, static_cast<size_t>(gapBytes_));
+  }
+  table_ = rows_;
+  table_.insert(table_.end(), kPoisonRows, kPoisonRow);
+  std::memset(&block_, kGuardByte, sizeof block_);
+  // An alpha picture's flags are of no interest to anybody, so they are not zero.
+  block_.flags = alpha() ? 1 : 0;
+  block_.width = width();
+  block_.height = height();
+  block_.storage = memory_.bytes();
+  block_.rowTable = table_.data();
+}
+
+bool ConsoleStorage::Lock(int type, REALpictureDescription& description) {
+  if (type != 0 && type != kStorageConsoleBlock) return false;
+  description.type = kStorageConsoleBlock;
+  description.data = &block_;
+  description.width = width();
+  description.height = height();
+  return true;
+}
+
+void ConsoleStorage::ReadRow(int y, Rgba* out) const {
+  const uint32_t* const words = Words(y);
+  for (int x = 0; x < width(); ++x) {
+    const uint32_t word = words[x];
+    const uint32_t alpha7 = (word >> 24) & 0x7F;
+    out[x] = {static_cast<uint8_t>(word >> 16), static_cast<uint8_t>(word >> 8),
+              static_cast<uint8_t>(word), static_cast<uint8_t>(alpha7 * 2 + (alpha7 & 1))};
+  }
+}
+
+void ConsoleStorage::WriteRow(int y, const Rgba* in) {
+  uint32_t* const words = Words(y);
+  for (int x = 0; x < width(); ++x) {
+    const Rgba pixel = in[x];
+    const uint32_t alpha7 = alpha() ? pixel.alpha >> 1 : 0x7F;
+    words[x] = alpha7 << 24 | static_cast<uint32_t>(pixel.red) << 16 |
+               static_cast<uint32_t>(pixel.green) << 8 | pixel.blue;
+  }
+}
+
+bool ConsoleStorage::GuardsIntact() const {
+  if (!memory_.FencesIntact()) return false;
+  if (!std::equal(rows_.begin(), rows_.end(), table_.begin())) return false;
+  if (gapBytes_ == 0) return true;
+  return std::all_of(rows_.begin(), rows_.end(), [this](const uint8_t* row) {
+    return IsGuard(row + static_cast<size_t>(width()) * 4, static_cast<size_t>(gapBytes_));
+  });
+}
+
+std::unique_ptr<Storage> UnlockableStorage::Make(const StorageRequest& request) {
+  std::unique_ptr<UnlockableStorage> storage(new UnlockableStorage(request));
+  if (storage->memory_.bytes() == nullptr) return nullptr;
+  return storage;
+}
+
+UnlockableStorage::UnlockableStorage(const StorageRequest& request)
+    : Storage(request.width, request.height, request.alpha),
+      memory_(request.pool, TotalBytes(request, 0)) {}
+
+Rgba* UnlockableStorage::Row(int y) const {
+  return reinterpret_cast<Rgba*>(memory_.bytes()) + static_cast<ptrdiff_t>(y) * width();
+}
+
+void UnlockableStorage::ReadRow(int y, Rgba* out) const { std::copy_n(Row(y), width(), out); }
+
+void UnlockableStorage::WriteRow(int y, const Rgba* in) {
+  std::transform(in, in + width(), Row(y), [this](Rgba pixel) {
+    if (!alpha()) pixel.alpha = 255;
+    return pixel;
+  });
+}
+
+}  // namespace sim

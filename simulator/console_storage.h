@@ -1,0 +1,61 @@
+#pragma once
+
+// Console storage: a ConsolePixelBlock with 32-bit words (7-bit alpha in bits 24 to 30) and a table
+// of row addresses. Opaque pictures hold alpha 127 in every word they are written.
+
+#include <vector>
+
+#include "simulator/storage.h"
+
+namespace sim {
+
+class ConsoleStorage final : public Storage {
+ public:
+  /// Null when memory is short.
+  static std::unique_ptr<Storage> Make(const StorageRequest& request);
+
+  StorageKind kind() const override { return StorageKind::kConsole; }
+  bool Lock(int type, REALpictureDescription& description) override;
+  void ReadRow(int y, Rgba* out) const override;
+  void WriteRow(int y, const Rgba* in) override;
+  bool GuardsIntact() const override;
+  size_t ByteCount() const override { return memory_.size(); }
+
+  /// The raw words of row `y`, found through the original row table.
+  uint32_t* Words(int y) const {
+    return reinterpret_cast<uint32_t*>(rows_[static_cast<size_t>(y)]);
+  }
+  /// What the plugin is handed; tests spoil its words to see them checked.
+  ConsolePixelBlock& block() { return block_; }
+
+ private:
+  explicit ConsoleStorage(const StorageRequest& request);
+
+  int gapBytes_;
+  PixelMemory memory_;
+  std::vector<uint8_t*> rows_;
+  // The plugin's copy of the row table; entries past the last row are poison.
+  std::vector<uint8_t*> table_;
+  ConsolePixelBlock block_ = {};
+};
+
+/// Pixels that no lock reaches.
+class UnlockableStorage final : public Storage {
+ public:
+  static std::unique_ptr<Storage> Make(const StorageRequest& request);
+
+  StorageKind kind() const override { return StorageKind::kNone; }
+  bool Lock(int, REALpictureDescription&) override { return false; }
+  void ReadRow(int y, Rgba* out) const override;
+  void WriteRow(int y, const Rgba* in) override;
+  bool GuardsIntact() const override { return true; }
+  size_t ByteCount() const override { return memory_.size(); }
+
+ private:
+  explicit UnlockableStorage(const StorageRequest& request);
+  Rgba* Row(int y) const;
+
+  PixelMemory memory_;
+};
+
+}  // namespace sim

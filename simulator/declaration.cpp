@@ -1,0 +1,233 @@
+#include "simulator/declaration.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace sim {
+namespace {
+
+struct NamedType {
+  const char* name;
+  Type type;
+};
+constexpr NamedType kTypes[] = {{"double", Type::kDouble},   {"integer", Type::kInteger},
+                                {"Int64", Type::kInt64},     {"color", Type::kColor},
+                                {"boolean", Type::kBoolean}, {"picture", Type::kPicture}};
+
+bool SameWord(std::string_view left, std::string_view right) {
+  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+}
+
+/// Reads a text from front to back; every Take skips spaces first.
+class Scanner {
+ public:
+  explicit Scanner(std::string_view text) : rest_(text) {}
+
+  bool AtEnd() {
+    SkipSpaces();
+    return rest_.empty();
+  }
+  std::string_view rest() const { return rest_; }
+  bool Take(char wanted) {
+    SkipSpaces();
+    if (rest_.empty() || rest_.front() != wanted) return false;
+    rest_.remove_prefix(1);
+    return true;
+  }
+  bool TakeWord(std::string_view wanted) {
+    Scanner ahead = *this;
+    if (!SameWord(ahead.Word(), wanted)) return false;
+    *this = ahead;
+    return true;
+  }
+  /// Letters, digits and underscores; may be empty.
+  std::string_view Word() {
+    SkipSpaces();
+    return TakeWhile([](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
+  }
+  /// Everything up to the next comma or parenthesis.
+  std::string_view Literal() {
+    SkipSpaces();
+    std::string_view text = TakeWhile([](char c) { return c != ',' && c != ')'; });
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    return text;
+  }
+  std::optional<Type> TakeType() {
+    const std::string_view word = Word();
+    for (const NamedType& each : kTypes) {
+      if (SameWord(each.name, word)) return each.type;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  void SkipSpaces() {
+    TakeWhile([](unsigned char c) { return std::isspace(c) != 0; });
+  }
+  template <class Test>
+  std::string_view TakeWhile(Test test) {
+    const auto end = std::find_if_not(rest_.begin(), rest_.end(), test);
+    const std::string_view taken = rest_.substr(0, static_cast<size_t>(end - rest_.begin()));
+    rest_.remove_prefix(taken.size());
+    return taken;
+  }
+
+  std::string_view rest_;
+};
+
+bool ParseParameter(Scanner& scanner, Parameter& parameter, std::string& why) {
+  parameter.name = scanner.Word();
+  if (parameter.name.empty() || !scanner.TakeWord("as")) {
+    why = "a parameter is written \"name as type\"";
+    return false;
+  }
+  const auto type = scanner.TakeType();
+  if (!type) {
+    why = "the type of " + parameter.name + " is unknown";
+    return false;
+  }
+  parameter.type = *type;
+  if (!scanner.Take('=')) return true;
+  if (const auto literal = ParseLiteral(scanner.Literal())) {
+    parameter.defaultValue = Convert(*literal, *type);
+  }
+  if (parameter.defaultValue) return true;
+  why = "the default of " + parameter.name + " does not fit its type";
+  return false;
+}
+
+bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
+  method.name = scanner.Word();
+  if (method.name.empty()) {
+    why = "the method has no name";
+    return false;
+  }
+  if (scanner.Take('(') && !scanner.Take(')')) {
+    do {
+      if (!ParseParameter(scanner, method.parameters.emplace_back(), why)) return false;
+    } while (scanner.Take(','));
+    if (!scanner.Take(')')) {
+      why = "the parameters do not end";
+      return false;
+    }
+  }
+  if (scanner.TakeWord("as")) {
+    const auto type = scanner.TakeType();
+    if (!type) {
+      why = "the type of the result is unknown";
+      return false;
+    }
+    method.result = *type;
+  }
+  if (scanner.AtEnd()) return true;
+  why = "nothing may follow the result, but \"" + std::string(scanner.rest()) + "\" does";
+  return false;
+}
+
+template <class T>
+std::optional<T> ParseWhole(std::string_view text, int base = 10) {
+  T value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value, base);
+  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+const char* TypeName(Type type) {
+  for (const NamedType& each : kTypes) {
+    if (each.type == type) return each.name;
+  }
+  return "nothing";
+}
+
+size_t Method::RequiredArguments() const {
+  size_t count = parameters.size();
+  while (count > 0 && parameters[count - 1].defaultValue) --count;
+  return count;
+}
+
+std::optional<Method> ParseDeclaration(std::string_view text, std::string* why) {
+  Scanner scanner(text);
+  Method method;
+  method.declaration = text;
+  if (!ParseMethod(scanner, method, *why)) return std::nullopt;
+  return method;
+}
+
+std::optional<Argument> ParseLiteral(std::string_view text) {
+  if (text.size() > 2 && SameWord(text.substr(0, 2), "&c")) {
+    const std::string_view digits = text.substr(2);
+    const auto value = ParseWhole<uint32_t>(digits, 16);
+    if ((digits.size() != 6 && digits.size() != 8) || !value) return std::nullopt;
+    return Color{*value};
+  }
+  if (const auto whole = ParseWhole<int64_t>(text)) return *whole;
+  double number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+std::optional<Argument> Convert(const Argument& value, Type type) {
+  switch (type) {
+    case Type::kDouble:
+      if (const auto* whole = std::get_if<int64_t>(&value)) return static_cast<double>(*whole);
+      if (std::holds_alternative<double>(value)) return value;
+      break;
+    case Type::kInteger:
+      if (const auto* whole = std::get_if<int64_t>(&value)) {
+        if (*whole == static_cast<int32_t>(*whole)) return value;
+      }
+      break;
+    case Type::kInt64:
+      if (std::holds_alternative<int64_t>(value)) return value;
+      break;
+    case Type::kColor:
+      if (std::holds_alternative<Color>(value)) return value;
+      break;
+    default:
+      break;
+  }
+  return std::nullopt;
+}
+
+std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
+  Scanner scanner(text);
+  CallText call;
+  call.name = scanner.Word();
+  if (call.name.empty()) {
+    *why = "a call starts with the method's name";
+    return std::nullopt;
+  }
+  if (scanner.Take('(') && !scanner.Take(')')) {
+    do {
+      const std::string_view literal = scanner.Literal();
+      const auto value = ParseLiteral(literal);
+      if (!value) {
+        *why = "\"" + std::string(literal) +
+               "\" is neither a number nor a colour such as &cFF2040 or &cFFFF2040";
+        return std::nullopt;
+      }
+      call.arguments.push_back(*value);
+    } while (scanner.Take(','));
+    if (!scanner.Take(')')) {
+      *why = "the arguments do not end with a parenthesis";
+      return std::nullopt;
+    }
+  }
+  if (!scanner.AtEnd()) {
+    *why = "nothing may follow the call, but \"" + std::string(scanner.rest()) + "\" does";
+    return std::nullopt;
+  }
+  return call;
+}
+
+}  // namespace sim

@@ -1,0 +1,60 @@
+#pragma once
+
+// Method declarations in the host language, "Name(a as double, b as color = &cFFFFFF) as picture",
+// and the literals that calls and defaults are written with.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace sim {
+
+/// A colour as the plugin receives it: red in bits 16 to 23, green, blue, and bits 24 to 31 on top.
+struct Color {
+  uint32_t value;
+  friend bool operator==(const Color&, const Color&) = default;
+};
+
+using Argument = std::variant<double, int64_t, Color>;
+
+enum class Type { kNone, kDouble, kInteger, kInt64, kColor, kBoolean, kPicture };
+
+const char* TypeName(Type type);
+
+struct Parameter {
+  std::string name;
+  Type type;
+  std::optional<Argument> defaultValue;
+};
+
+struct Method {
+  std::string declaration;
+  std::string name;
+  std::vector<Parameter> parameters;
+  Type result = Type::kNone;
+  void* function = nullptr;
+  uint32_t flags = 0;
+
+  /// The fewest arguments that a call must give.
+  size_t RequiredArguments() const;
+};
+
+/// Empty when the text is no declaration of types known here; `why` then says what is wrong.
+std::optional<Method> ParseDeclaration(std::string_view text, std::string* why);
+/// "30", "-7.5e3", "&cFF2040", "&c80FF2040" (the first two of eight digits are bits 24 to 31).
+std::optional<Argument> ParseLiteral(std::string_view text);
+/// The value as a parameter of that type takes it (a whole number also fits a double); empty when
+/// it does not fit.
+std::optional<Argument> Convert(const Argument& value, Type type);
+
+/// A call in the host language: "RotateVel(30, &cFF204060)", or a bare name.
+struct CallText {
+  std::string name;
+  std::vector<Argument> arguments;
+};
+std::optional<CallText> ParseCall(std::string_view text, std::string* why);
+
+}  // namespace sim

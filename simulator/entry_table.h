@@ -1,0 +1,192 @@
+#pragma once
+
+// How a C++ function becomes an entry of the host. Each family of entries is a table of rows
+// Row<"name", Function>(), Function taking the host and its arguments in comfortable types. The
+// wrapper written here once does the rest: it logs, refuses what this host lacks, checks handles,
+// injects faults, insists that narrow arguments arrive zero-extended and returns booleans with
+// garbage in the bits that do not count.
+
+#include <algorithm>
+#include <concepts>
+#include <cstdio>
+#include <span>
+#include <string>
+#include <tuple>
+#include <type_traits>
+
+#include "simulator/host.h"
+
+namespace sim {
+
+struct EntryRow {
+  const char* name;
+  void* function;
+};
+
+using MethodTable = std::map<std::string, void*, std::less<>>;
+
+std::span<const EntryRow> RuntimeEntries();
+std::span<const EntryRow> PropertyEntries();
+std::span<const EntryRow> PictureEntries();
+std::span<const EntryRow> StringEntries();
+std::span<const EntryRow> ArrayEntries();
+/// The entry of that name in any of the tables, or null.
+void* EntryAddress(const char* name);
+/// The function of a recorder, the same for a name in every host.
+void* RecorderAddress(const Recorder& recorder);
+
+/// Methods of the host's own classes, by declaration.
+MethodTable PictureMethods();
+MethodTable GraphicsMethods();
+MethodTable MemoryBlockMethods();
+MethodTable FolderItemMethods();
+/// Methods of no class, such as LenB.
+MethodTable GlobalMethods();
+
+template <size_t kSize>
+struct EntryName {
+  consteval EntryName(const char (&literal)[kSize]) {  // NOLINT: converts from the literal
+    std::copy_n(literal, kSize, text);
+  }
+  char text[kSize];
+};
+
+/// Sets the entry that messages name, for the time of a call.
+class CallScope {
+ public:
+  CallScope(Host& host, const char* name) : host_(host), outer_(host.entry) { host.entry = name; }
+  CallScope(const CallScope&) = delete;
+  CallScope& operator=(const CallScope&) = delete;
+  ~CallScope() { host_.entry = outer_; }
+
+ private:
+  Host& host_;
+  const char* outer_;
+};
+
+/// An argument: Raw as it travels, Get as the entry wants it, Text as the log shows it.
+template <class T>
+struct Incoming {
+  using Raw = T;
+  static T Get(Host&, T raw) { return raw; }
+  static std::string Text(const Host& host, T raw) {
+    if constexpr (std::is_pointer_v<T>) {
+      if constexpr (std::is_function_v<std::remove_pointer_t<T>>)
+        return "*";
+      else
+        return host.Describe(raw);
+    } else {
+      if constexpr (std::is_floating_point_v<T>) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.17g", static_cast<double>(raw));
+        return text;
+      } else {
+        return std::to_string(raw);
+      }
+    }
+  }
+};
+
+template <>
+struct Incoming<const char*> {
+  using Raw = const char*;
+  static const char* Get(Host&, const char* raw) { return raw; }
+  static std::string Text(const Host&, const char* raw) {
+    return raw == nullptr ? "null" : "\"" + std::string(raw) + "\"";
+  }
+};
+
+template <std::derived_from<Handle> T>
+struct Incoming<T*> {
+  using Raw = void*;
+  static T* Get(Host& host, void* raw) { return host.Live<T>(raw); }
+  static std::string Text(const Host& host, void* raw) { return host.Describe(raw); }
+};
+
+template <std::unsigned_integral T>
+requires(sizeof(T) < 4) struct Incoming<T> {
+  using Raw = uint32_t;
+  static T Get(Host& host, uint32_t raw) {
+    if (raw >> (8 * sizeof(T)) != 0) host.Misuse("a narrow argument was not zero-extended");
+    return static_cast<T>(raw);
+  }
+  static std::string Text(const Host&, uint32_t raw) { return std::to_string(raw); }
+};
+
+/// A result: narrow ones come back with garbage above them, since callers must not look there.
+template <class R>
+struct Outgoing {
+  using Raw = R;
+  static Raw Put(R value) { return value; }
+};
+template <std::derived_from<Handle> T>
+struct Outgoing<T*> {
+  using Raw = const void*;
+  static Raw Put(T* value) { return value; }
+};
+template <std::unsigned_integral T>
+requires(sizeof(T) < 4) struct Outgoing<T> {
+  using Raw = uint32_t;
+  static Raw Put(T value) { return (0xABCDEF98U & ~((1U << (8 * sizeof(T))) - 1)) | value; }
+};
+template <>
+struct Outgoing<void> {
+  using Raw = void;
+};
+/// For an entry that has no result and takes something (a reference): told to throw, it throws
+/// instead of its work, where one that gives something back does its work first.
+struct Taken {};
+template <>
+struct Outgoing<Taken> {
+  using Raw = void;
+};
+
+template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>
+typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
+  Host& host = Host::Current();
+  const CallScope scope(host, kName.text);
+  if (host.Missing(kName.text)) host.Misuse("called on a host that lacks it");
+  constexpr bool kFallible = !std::is_void_v<typename Outgoing<R>::Raw>;
+  bool fails = false;
+  if constexpr (kFallible) fails = host.faults.Fails(kName.text);
+  if (host.log.enabled) {
+    std::string text;
+    ((text += text.empty() ? "" : ", ", text += Incoming<Args>::Text(host, raw)), ...);
+    host.log.Add({LogLine::kCall, kName.text, std::move(text), fails});
+  }
+  const std::tuple<Args...> arguments(Incoming<Args>::Get(host, raw)...);
+  const bool throws = host.faults.Throws();
+  const auto run = [&](auto function) {
+    return std::apply([&](Args... each) { return function(host, each...); }, arguments);
+  };
+  if constexpr (std::is_void_v<R>) {
+    run(kFunction);
+    if (throws) throw HostException{host.faults.calls()};
+  } else if constexpr (!kFallible) {
+    if (throws) throw HostException{host.faults.calls()};
+    run(kFunction);
+  } else {
+    if (throws) throw HostException{host.faults.calls()};
+    if (!fails) return Outgoing<R>::Put(run(kFunction));
+    if constexpr (!std::is_null_pointer_v<decltype(kOnFailure)>) run(kOnFailure);
+    return Outgoing<R>::Put(R());
+  }
+}
+
+template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>
+void* WrappedAddress(R (*)(Host&, Args...)) {
+  return reinterpret_cast<void*>(&CallEntry<kName, kFunction, kOnFailure, R, Args...>);
+}
+
+/// The address to hand out for a function; kOnFailure runs when a fault strikes in its place.
+template <EntryName kName, auto kFunction, auto kOnFailure = nullptr>
+void* Wrapped() {
+  return WrappedAddress<kName, kFunction, kOnFailure>(kFunction);
+}
+
+template <EntryName kName, auto kFunction, auto kOnFailure = nullptr>
+EntryRow Row() {
+  return {kName.text, Wrapped<kName, kFunction, kOnFailure>()};
+}
+
+}  // namespace sim

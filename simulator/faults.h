@@ -1,0 +1,55 @@
+#pragma once
+
+// Faults: failures asked for in advance. A failing call returns null, false or 0 and does nothing
+// else; a failing allocation of the plugin returns null. Calls without a result (unlocks, cache
+// clears) cannot fail, but any call can be told to throw; one without a result does its work first,
+// so that what it gives back is not lost (but locks take nothing).
+
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+/// What a call told to throw throws: an exception of the host's own.
+struct HostException {
+  int call;
+};
+
+class Faults {
+ public:
+  /// The numbers count from 1, from this moment on. Each of these replaces what was asked before.
+  void FailNth(int number) { *this = Faults{number, number, 0}; }
+  void FailFrom(int number) { *this = Faults{number, kForever, 0}; }
+  void ThrowNth(int number) { *this = Faults{0, 0, number}; }
+  void Clear() { *this = Faults{}; }
+
+  Faults() = default;
+
+  /// Calls that could have failed, plus allocations, since the last of the above.
+  int fallible() const { return fallible_; }
+  /// All calls since then.
+  int calls() const { return calls_; }
+  bool fired() const { return fired_; }
+
+  /// Asked once for each fallible call (by name) and each allocation; true when it shall fail.
+  bool Fails(std::string_view name);
+  /// Asked once for each call; true when it shall throw.
+  bool Throws();
+
+  /// Entries whose every call fails.
+  std::set<std::string, std::less<>> failing;
+
+ private:
+  static constexpr int kForever = 0x7FFFFFFF;
+  Faults(int first, int last, int thrown) : first_(first), last_(last), thrown_(thrown) {}
+
+  int first_ = 0;
+  int last_ = 0;
+  int thrown_ = 0;
+  int fallible_ = 0;
+  int calls_ = 0;
+  bool fired_ = false;
+};
+
+}  // namespace sim

@@ -1,0 +1,45 @@
+#pragma once
+
+// GDK storage: a pixmap of the real GDK 2 on an X display. Its pixels live in the X server, so they
+// travel as whole pictures: rows written are collected and sent before anybody else looks, rows
+// read come from a copy fetched back. There is no alpha channel.
+
+#include <string>
+#include <vector>
+
+#include "simulator/storage.h"
+
+namespace sim {
+
+/// Opens the 32-bit GDK 2 and the display that DISPLAY names, and makes StorageKind::kGdk
+/// available. Returns an empty string, or what is missing.
+std::string InstallGdkStorage();
+
+class GdkStorage final : public Storage {
+ public:
+  /// Null for a picture with alpha channel, or when the X server refuses the size.
+  static std::unique_ptr<Storage> Make(const StorageRequest& request);
+  ~GdkStorage() override;
+
+  StorageKind kind() const override { return StorageKind::kGdk; }
+  bool Lock(int type, REALpictureDescription& description) override;
+  void Unlock() override { copy_.clear(); }
+  void ReadRow(int y, Rgba* out) const override;
+  void WriteRow(int y, const Rgba* in) override;
+  /// Nobody reaches an X server's memory.
+  bool GuardsIntact() const override { return true; }
+  size_t ByteCount() const override { return size_t{4} * width() * height(); }
+
+ private:
+  explicit GdkStorage(const StorageRequest& request);
+  void Fetch() const;
+  void Send() const;
+
+  PixelPool& pool_;
+  void* pixmap_ = nullptr;
+  // Three bytes per pixel, no gaps; empty while only the X server knows the pixels.
+  mutable std::vector<uint8_t> copy_;
+  mutable bool unsent_ = false;
+};
+
+}  // namespace sim

@@ -1,0 +1,274 @@
+// The host's life: what it owns, how handles are found, locked and released.
+
+#include "simulator/host.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+#include "simulator/entry_table.h"
+
+namespace sim {
+namespace {
+
+Host* currentHost = nullptr;
+
+constexpr uint32_t kPoisonWord = 0xDEADDEAD;
+
+const char* ApplicationClass(AppKind kind) {
+  switch (kind) {
+    case AppKind::kConsole:
+      return "ConsoleApplication";
+    case AppKind::kWeb:
+      return "WebApplication";
+    case AppKind::kDesktop:
+      return "Application";
+    case AppKind::kUnknown:
+      break;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+Host::Host(Settings hostSettings) : settings(std::move(hostSettings)) {
+  if (currentHost != nullptr) currentHost->Misuse("a second host was made");
+  currentHost = this;
+  memory.warm = settings.warmMemory;
+  AddClass({.name = "Picture",
+            .properties = {{"Width", {PropertyType::kInt}},
+                           {"Height", {PropertyType::kInt}},
+                           {"HasAlphaChannel", {PropertyType::kBool}}},
+            .methods = PictureMethods()});
+  AddClass({.name = "Graphics", .methods = GraphicsMethods()});
+  AddClass({.name = "MemoryBlock", .methods = MemoryBlockMethods()});
+  AddClass({.name = "FolderItem", .methods = FolderItemMethods()});
+  AddClass({.name = "RuntimeException", .properties = {{"Message", {PropertyType::kString}}}});
+  AddClass({.name = "NilObjectException",
+            .super = "RuntimeException",
+            .properties = {{"Message", {PropertyType::kString}}}});
+  if (const char* const name = ApplicationClass(settings.application)) AddClass({.name = name});
+}
+
+Host::~Host() {
+  raised.clear();
+  const std::string imbalance = Imbalance();
+  if (!imbalance.empty() && !settings.allowLeaks && std::uncaught_exceptions() == 0) {
+    Misuse("torn down while out of balance:\n" + imbalance);
+  }
+  currentHost = nullptr;
+}
+
+Host& Host::Current() {
+  if (currentHost == nullptr) {
+    std::fputs("simulated host: called while there is none\n", stderr);
+    std::abort();
+  }
+  return *currentHost;
+}
+
+bool Host::Exists() { return currentHost != nullptr; }
+
+void* Host::Resolve(const char* name) {
+  Host& host = Current();
+  void* address = nullptr;
+  if (!host.Missing(name)) {
+    const std::string_view wanted = name;
+    for (const auto& recorder : host.recorders_) {
+      if (recorder->name == wanted) address = RecorderAddress(*recorder);
+    }
+    if (address == nullptr) address = EntryAddress(name);
+  }
+  host.log.Add({LogLine::kLookup, name, "", address == nullptr});
+  return address;
+}
+
+Recorder& Host::Record(std::string name, uint64_t result) {
+  for (const auto& recorder : recorders_) {
+    if (recorder->name != name) continue;
+    recorder->result = result;
+    return *recorder;
+  }
+  recorders_.push_back(std::make_unique<Recorder>());
+  recorders_.back()->name = std::move(name);
+  recorders_.back()->result = result;
+  return *recorders_.back();
+}
+
+Recorder* Host::FindRecorder(std::string_view name) const {
+  for (const auto& recorder : recorders_) {
+    if (recorder->name == name) return recorder.get();
+  }
+  return nullptr;
+}
+
+void Host::Misuse(const std::string& text) const {
+  std::fprintf(stderr, "simulated host: %s: %s\n", entry, text.c_str());
+  std::abort();
+}
+
+// Handles.
+
+void Host::Register(std::unique_ptr<Handle> handle) {
+  handle->serial_ = static_cast<uint32_t>(++serials_[handle->KindName()]);
+  if (handle->ShowsReferences()) handle->word3_ = handle->references_;
+  if (dynamic_cast<Picture*>(handle.get()) != nullptr) ++ledger.livePictures;
+  byAddress_[handle.get()] = handle.get();
+  handles_.push_back(std::move(handle));
+}
+
+Handle* Host::Find(const void* address) const {
+  const auto found = byAddress_.find(address);
+  if (found == byAddress_.end()) Misuse("was given an address that is no handle of this host");
+  if (!found->second->live()) Misuse(found->second->Name() + " was used after its release");
+  return found->second;
+}
+
+std::string Host::Describe(const void* address) const {
+  if (address == nullptr) return "null";
+  const auto found = byAddress_.find(address);
+  return found == byAddress_.end() ? "*" : found->second->Name();
+}
+
+void Host::Lock(Handle* handle) {
+  ++handle->references_;
+  if (handle->ShowsReferences()) handle->word3_ = handle->references_;
+}
+
+void Host::Unlock(Handle* handle) {
+  if (handle->references_ <= handle->heldOutside_) {
+    Misuse(handle->Name() + " lost a reference that the caller did not hold");
+  }
+  --handle->references_;
+  if (handle->ShowsReferences()) handle->word3_ = handle->references_;
+  if (handle->references_ == 0) Release(handle);
+}
+
+void Host::DropOutside(Handle* handle) {
+  --handle->heldOutside_;
+  Unlock(handle);
+}
+
+void Host::Release(Handle* handle) {
+  if (auto* const picture = dynamic_cast<Picture*>(handle)) {
+    if (picture->descriptionLocks != 0) Misuse(handle->Name() + " was released while locked");
+    --ledger.livePictures;
+  }
+  CheckGuards(*handle);
+  std::vector<Handle*> held;
+  handle->VisitHeld([&](Handle* other) {
+    if (other != nullptr) held.push_back(other);
+  });
+  handle->Clear();
+  handle->live_ = false;
+  handle->word1_ = handle->word2_ = kPoisonWord;
+  handle->word3_ = static_cast<int32_t>(kPoisonWord);
+  for (Handle* other : held) Unlock(other);
+}
+
+// Classes.
+
+ClassRef* Host::AddClass(ClassInfo info) {
+  std::string name = info.name;
+  auto* const made = Own(std::make_unique<ClassRef>(std::make_unique<ClassInfo>(std::move(info))));
+  classes_[std::move(name)] = made;
+  return made;
+}
+
+const ClassRef* Host::FindClass(std::string_view name) const {
+  const auto found = classes_.find(name);
+  return found == classes_.end() || Missing(name) ? nullptr : found->second;
+}
+
+const ClassRef& Host::OwnClass(std::string_view name) {
+  const auto found = classes_.find(name);
+  return found != classes_.end() ? *found->second : *AddClass({.name = std::string(name)});
+}
+
+bool Host::IsA(const ClassRef& derived, const ClassRef& base) const {
+  for (const ClassRef* step = &derived; step != nullptr; step = FindClass(step->info().super)) {
+    if (step == &base) return true;
+  }
+  return false;
+}
+
+// Pictures.
+
+PictureOptions Host::NewPictureOptions(bool alpha) const {
+  return {alpha ? settings.newAlphaPictures : settings.newPictures, alpha, settings.rows};
+}
+
+bool Host::ConstructPicture(Picture& picture, const PictureOptions& options, int width,
+                            int height) {
+  picture.storage = MakeStorage(options.storage, {width, height, options.alpha, options.rows,
+                                                  settings.extraStrideBytes, memory});
+  if (picture.storage == nullptr) return false;
+  picture.properties["Width"].bits = static_cast<uint32_t>(width);
+  picture.properties["Height"].bits = static_cast<uint32_t>(height);
+  picture.properties["HasAlphaChannel"].bits = options.alpha ? 1 : 0;
+  return true;
+}
+
+Picture* Host::NewPicture(int width, int height, bool alpha) {
+  Picture* const picture = Own(std::make_unique<Picture>(OwnClass("Picture")));
+  if (!ConstructPicture(*picture, NewPictureOptions(alpha), width, height)) {
+    Unlock(picture);
+    return nullptr;
+  }
+  if (!settings.warmMemory) picture->Fill(alpha ? settings.blankWithAlpha : settings.blank);
+  return picture;
+}
+
+Ref<Picture> Host::MakePicture(const Image& image, const PictureOptions& options) {
+  Picture* const picture = Own(std::make_unique<Picture>(OwnClass("Picture")));
+  auto held = Ref<Picture>::Adopt(picture);
+  if (!ConstructPicture(*picture, options, image.width, image.height)) return {};
+  picture->Write(image);
+  return held;
+}
+
+Ref<Picture> Host::MakePicture(const Image& image, bool alpha) {
+  return MakePicture(image, NewPictureOptions(alpha));
+}
+
+// Other things for tests and tools.
+
+Ref<String> Host::MakeString(std::string_view bytes, uint32_t encoding) {
+  return Ref<String>::Adopt(Own(std::make_unique<String>(bytes, encoding)));
+}
+
+Ref<MemoryBlock> Host::MakeMemoryBlock(std::string_view bytes) {
+  auto block = std::make_unique<MemoryBlock>(OwnClass("MemoryBlock"), bytes.size());
+  std::memcpy(block->data(), bytes.data(), bytes.size());
+  return Ref<MemoryBlock>::Adopt(Own(std::move(block)));
+}
+
+Ref<Array> Host::MakeArray(ElementType type, size_t count) {
+  return Ref<Array>::Adopt(Own(std::make_unique<Array>(OwnClass("Array"), type, count)));
+}
+
+Ref<Object> Host::MakeObject(std::string_view className) {
+  const ClassRef* const found = FindClass(className);
+  if (found == nullptr) return {};
+  return Ref<Object>::Adopt(Own(std::make_unique<Object>(*found)));
+}
+
+char* Host::Borrow(std::string_view bytes) {
+  // A single NUL follows: more is not promised.
+  auto buffer = std::make_unique<char[]>(bytes.size() + 1);
+  std::memcpy(buffer.get(), bytes.data(), bytes.size());
+  char* const data = buffer.get();
+  borrowed_[data] = std::move(buffer);
+  ++ledger.borrowedStrings;
+  return data;
+}
+
+void Host::GiveBack(char* data) {
+  const auto found = borrowed_.find(data);
+  if (found == borrowed_.end()) Misuse("was given string data that the host did not lend");
+  borrowed_.erase(found);
+  --ledger.borrowedStrings;
+}
+
+}  // namespace sim

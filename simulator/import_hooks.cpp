@@ -1,0 +1,149 @@
+#include "simulator/import_hooks.h"
+
+#include <dlfcn.h>
+#include <elf.h>
+#include <link.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "simulator/host.h"
+
+namespace sim {
+namespace {
+
+// Allocations: counted in the ledger, failed by the faults. Without a host, as in the plugin's
+// static initialisation, they just happen.
+
+void* Track(void* address, size_t size) {
+  if (address != nullptr && Host::Exists()) {
+    Host::Current().ledger.pluginAllocations[address] = size;
+  }
+  return address;
+}
+
+bool AllocationFails(const char* name) {
+  return Host::Exists() && Host::Current().faults.Fails(name);
+}
+
+void* HookedMalloc(size_t size) {
+  return AllocationFails("malloc") ? nullptr : Track(std::malloc(size), size);
+}
+
+void* HookedCalloc(size_t count, size_t size) {
+  return AllocationFails("calloc") ? nullptr : Track(std::calloc(count, size), count * size);
+}
+
+void HookedFree(void* address) {
+  if (address != nullptr && Host::Exists() &&
+      Host::Current().ledger.pluginAllocations.erase(address) == 0) {
+    Host::Current().Misuse("the plugin frees what it did not allocate");
+  }
+  std::free(address);
+}
+
+// Libraries: logged, and missing where the settings say so.
+
+template <class Find>
+void* LookUp(const char* function, const char* name, Find find) {
+  if (!Host::Exists()) return find();
+  Host& host = Host::Current();
+  void* const found = host.Missing(name) ? nullptr : find();
+  host.log.Add({LogLine::kLibrary, function, name, found == nullptr});
+  return found;
+}
+
+void* HookedDlopen(const char* name, int mode) {
+  return LookUp("dlopen", name == nullptr ? "" : name, [&] { return dlopen(name, mode); });
+}
+
+void* HookedDlsym(void* library, const char* name) {
+  return LookUp("dlsym", name, [&] { return dlsym(library, name); });
+}
+
+struct Hook {
+  const char* name;
+  void* function;
+};
+const Hook kHooks[] = {{"malloc", reinterpret_cast<void*>(HookedMalloc)},
+                       {"calloc", reinterpret_cast<void*>(HookedCalloc)},
+                       {"free", reinterpret_cast<void*>(HookedFree)},
+                       {"dlopen", reinterpret_cast<void*>(HookedDlopen)},
+                       {"dlsym", reinterpret_cast<void*>(HookedDlsym)}};
+
+/// The parts of a loaded object's dynamic section that lead from relocations to symbol names.
+struct Imports {
+  explicit Imports(const link_map& map) {
+    for (const ElfW(Dyn)* entry = map.l_ld; entry->d_tag != DT_NULL; ++entry) {
+      switch (entry->d_tag) {
+        case DT_SYMTAB:
+          symbols = reinterpret_cast<const ElfW(Sym)*>(entry->d_un.d_ptr);
+          break;
+        case DT_STRTAB:
+          names = reinterpret_cast<const char*>(entry->d_un.d_ptr);
+          break;
+        case DT_REL:
+          tables[0].first = reinterpret_cast<const ElfW(Rel)*>(entry->d_un.d_ptr);
+          break;
+        case DT_RELSZ:
+          tables[0].count = entry->d_un.d_val / sizeof(ElfW(Rel));
+          break;
+        case DT_JMPREL:
+          tables[1].first = reinterpret_cast<const ElfW(Rel)*>(entry->d_un.d_ptr);
+          break;
+        case DT_PLTRELSZ:
+          tables[1].count = entry->d_un.d_val / sizeof(ElfW(Rel));
+          break;
+        default:
+          break;
+      }
+    }
+  }
+
+  struct Table {
+    const ElfW(Rel) * first = nullptr;
+    size_t count = 0;
+  };
+  const ElfW(Sym) * symbols = nullptr;
+  const char* names = nullptr;
+  Table tables[2];
+};
+
+bool HoldsSymbolAddress(uint32_t relocationType) {
+  return relocationType == R_386_JMP_SLOT || relocationType == R_386_GLOB_DAT ||
+         relocationType == R_386_32;
+}
+
+/// Writes one slot of the import table, which the loader has made read-only.
+void Overwrite(uintptr_t slot, void* function) {
+  const auto pageSize = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  auto* const page = reinterpret_cast<void*>(slot & ~(pageSize - 1));
+  mprotect(page, pageSize, PROT_READ | PROT_WRITE);
+  std::memcpy(reinterpret_cast<void*>(slot), &function, sizeof function);
+}
+
+}  // namespace
+
+ImportHooks::ImportHooks(void* library) {
+  link_map* map = nullptr;
+  if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0) return;
+  const Imports imports(*map);
+  for (const Imports::Table& table : imports.tables) {
+    for (size_t i = 0; i < table.count; ++i) {
+      const ElfW(Rel)& relocation = table.first[i];
+      if (!HoldsSymbolAddress(ELF32_R_TYPE(relocation.r_info))) continue;
+      const char* const name =
+          imports.names + imports.symbols[ELF32_R_SYM(relocation.r_info)].st_name;
+      for (const Hook& hook : kHooks) {
+        if (std::strcmp(hook.name, name) != 0) continue;
+        Overwrite(map->l_addr + relocation.r_offset, hook.function);
+        ++patched_;
+      }
+    }
+  }
+}
+
+}  // namespace sim

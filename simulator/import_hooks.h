@@ -1,0 +1,22 @@
+#pragma once
+
+// Puts the simulated host between a loaded plugin and the C library: the plugin's own malloc,
+// calloc, free, dlopen and dlsym then go through the current host, which counts what is not freed,
+// fails allocations as its Faults say, and logs the libraries that are opened. Only the plugin's
+// import table is changed; everybody else keeps the C library.
+
+namespace sim {
+
+class ImportHooks {
+ public:
+  /// `library` is a dlopen handle; the hooks go with it when it is unloaded.
+  explicit ImportHooks(void* library);
+
+  /// Number of import slots that were replaced.
+  int patched() const { return patched_; }
+
+ private:
+  int patched_ = 0;
+};
+
+}  // namespace sim

@@ -1,0 +1,70 @@
+// The host's account: what must be even between two calls of the plugin.
+
+#include <unordered_map>
+
+#include "simulator/host.h"
+
+namespace sim {
+
+std::string Host::Imbalance() const {
+  std::unordered_map<const Handle*, int> expected;
+  for (const auto& handle : handles_) {
+    if (!handle->live()) continue;
+    expected[handle.get()] += handle->heldOutside_;
+    handle->VisitHeld([&](const Handle* held) {
+      if (held != nullptr) ++expected[held];
+    });
+  }
+
+  std::string text;
+  const auto report = [&text](const std::string& line) { text += line + "\n"; };
+  for (const auto& handle : handles_) {
+    const bool isClass = dynamic_cast<const ClassRef*>(handle.get()) != nullptr;
+    if (!handle->live() || isClass) continue;
+    const int surplus = handle->references_ - expected[handle.get()];
+    if (surplus != 0) {
+      report(handle->Name() + ": " + std::to_string(handle->references_) + " references, " +
+             std::to_string(expected[handle.get()]) + " expected");
+    }
+    if (!GuardsIntact(*handle)) report(handle->Name() + ": written outside its bounds");
+    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
+    if (picture == nullptr) continue;
+    if (picture->descriptionLocks != 0) {
+      report(picture->Name() + ": description locked " + std::to_string(picture->descriptionLocks) +
+             " times");
+    }
+    if (picture->owedUnlocks != 0) {
+      report(picture->Name() + ": " + std::to_string(picture->owedUnlocks) +
+             " unlocks missing after failed locks");
+    }
+  }
+  if (ledger.borrowedStrings != 0) {
+    report(std::to_string(ledger.borrowedStrings) + " borrowed string records not given back");
+  }
+  for (const auto& [address, size] : ledger.pluginAllocations) {
+    report("the plugin holds an allocation of " + std::to_string(size) + " bytes");
+  }
+  return text;
+}
+
+bool Host::GuardsIntact(const Handle& handle) {
+  if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
+    return picture->storage == nullptr || picture->storage->GuardsIntact();
+  }
+  if (const auto* const block = dynamic_cast<const MemoryBlock*>(&handle)) {
+    return block->GuardsIntact();
+  }
+  return true;
+}
+
+void Host::CheckGuards(const Handle& handle) const {
+  if (!GuardsIntact(handle)) Misuse(handle.Name() + " was written outside its bounds");
+}
+
+void Host::CheckGuards() const {
+  for (const auto& handle : handles_) {
+    if (handle->live()) CheckGuards(*handle);
+  }
+}
+
+}  // namespace sim

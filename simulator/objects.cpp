@@ -1,0 +1,110 @@
+#include "simulator/objects.h"
+
+#include <cstring>
+
+namespace sim {
+namespace {
+
+// Bytes of memory blocks are fenced like pixels, only thinner.
+constexpr size_t kBlockFence = 16;
+
+Handle* HandleIn(uint64_t bits) { return reinterpret_cast<Handle*>(static_cast<uintptr_t>(bits)); }
+
+}  // namespace
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+void Handle::CheckLayout() {
+  static_assert(offsetof(Handle, word1_) == offsetof(REALstringLegacyLayout, storage));
+  static_assert(offsetof(Handle, word2_) == offsetof(REALarrayStruct, elements));
+  static_assert(offsetof(Handle, word3_) == offsetof(REALobjectHeader, lockCount));
+  static_assert(offsetof(Handle, word3_) == offsetof(REALstringLegacyLayout, lengthBytes));
+}
+#pragma GCC diagnostic pop
+
+String::String(std::string_view bytes, uint32_t textEncoding)
+    : encoding(textEncoding), text_(new char[bytes.size() + 2]) {
+  // One odd byte before the text, one NUL after it, and not a byte more.
+  text_[0] = static_cast<char>(kGuardByte);
+  std::memcpy(text_.get() + 1, bytes.data(), bytes.size());
+  text_[bytes.size() + 1] = '\0';
+  word1_ = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(text_.get()));
+  word3_ = static_cast<int32_t>(bytes.size());
+}
+
+void String::Clear() {
+  std::memset(text_.get(), 0xDD, bytes().size() + 2);
+  text_.reset();
+}
+
+ClassRef::ClassRef(std::unique_ptr<ClassInfo> classInfo) : info_(std::move(classInfo)) {}
+ClassRef::~ClassRef() = default;
+
+void Object::VisitHeld(const Visit& visit) const {
+  for (const auto& [name, property] : properties) {
+    if (property.type == PropertyType::kString || property.type == PropertyType::kObject) {
+      visit(HandleIn(property.bits));
+    }
+  }
+}
+
+void Picture::VisitHeld(const Visit& visit) const {
+  Object::VisitHeld(visit);
+  visit(mask);
+}
+
+Image Picture::Read() const {
+  Image image(storage->width(), storage->height());
+  for (int y = 0; y < image.height; ++y) storage->ReadRow(y, image.Row(y));
+  return image;
+}
+
+void Picture::Write(const Image& image) {
+  for (int y = 0; y < image.height; ++y) storage->WriteRow(y, image.Row(y));
+}
+
+void Picture::Fill(Rgba colour) {
+  const std::vector<Rgba> row(static_cast<size_t>(storage->width()), colour);
+  for (int y = 0; y < storage->height(); ++y) storage->WriteRow(y, row.data());
+}
+
+MemoryBlock::MemoryBlock(const ClassRef& blockClass, size_t blockSize)
+    : Object(blockClass), size(blockSize), bytes_(new uint8_t[blockSize + kBlockFence]()) {
+  std::memset(bytes_.get() + size, kGuardByte, kBlockFence);
+}
+
+bool MemoryBlock::GuardsIntact() const { return IsGuard(bytes_.get() + size, kBlockFence); }
+
+Array::Array(const ClassRef& arrayClass, ElementType elementType, size_t count)
+    : Object(arrayClass), type(elementType), elements_(count * elementSize()) {
+  word2_ = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(elements_.data()));
+}
+
+size_t Array::elementSize() const {
+  switch (type) {
+    case ElementType::kInt64:
+    case ElementType::kUInt64:
+    case ElementType::kDouble:
+      return 8;
+    case ElementType::kUInt16:
+      return 2;
+    case ElementType::kByte:
+      return 1;
+    default:
+      return 4;
+  }
+}
+
+void Array::OpenGap(size_t index) {
+  elements_.insert(elements_.begin() + static_cast<ptrdiff_t>(index * elementSize()), elementSize(),
+                   uint8_t{0});
+  word2_ = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(elements_.data()));
+}
+
+void Array::VisitHeld(const Visit& visit) const {
+  Object::VisitHeld(visit);
+  if (type != ElementType::kString && type != ElementType::kObject) return;
+  for (size_t i = 0; i < count(); ++i) visit(reinterpret_cast<Handle* const*>(elements_.data())[i]);
+}
+
+}  // namespace sim

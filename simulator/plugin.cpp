@@ -1,0 +1,160 @@
+#include "simulator/plugin.h"
+
+#include <dlfcn.h>
+#include <strings.h>
+
+#include <cstring>
+
+#include "simulator/entry_table.h"
+
+namespace sim {
+namespace {
+
+// More words than any method takes; a cdecl callee ignores those beyond its own.
+constexpr size_t kMaxWords = 8;
+using Words = std::array<uint32_t, kMaxWords>;
+using RawFunction = uint64_t (*)(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                                 uint32_t, uint32_t);
+
+/// The words of one call as they lie on the stack.
+class Stack {
+ public:
+  void Push(uint32_t word) {
+    if (used_ == kMaxWords) throw PluginError("more arguments than a call has room for");
+    words_[used_++] = word;
+  }
+  void PushWide(const void* value) {
+    uint32_t halves[2];
+    std::memcpy(halves, value, sizeof halves);
+    Push(halves[0]);
+    Push(halves[1]);
+  }
+  void Push(const Argument& value, Type type) {
+    if (const auto* number = std::get_if<double>(&value)) PushWide(number);
+    if (const auto* colour = std::get_if<Color>(&value)) Push(colour->value);
+    if (const auto* whole = std::get_if<int64_t>(&value)) {
+      if (type == Type::kInt64) {
+        PushWide(whole);
+      } else {
+        Push(static_cast<uint32_t>(*whole));
+      }
+    }
+  }
+  uint64_t Call(void* function) const {
+    return reinterpret_cast<RawFunction>(function)(words_[0], words_[1], words_[2], words_[3],
+                                                   words_[4], words_[5], words_[6], words_[7]);
+  }
+
+ private:
+  // What lies beyond the arguments is not zero for anybody.
+  Words words_ = {0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF,
+                  0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF};
+  size_t used_ = 0;
+};
+
+/// The arguments as the method takes them, defaults filled in; empty when they do not fit.
+std::optional<std::vector<Argument>> Fit(const Method& method,
+                                         const std::vector<Argument>& arguments) {
+  if (arguments.size() > method.parameters.size()) return std::nullopt;
+  std::vector<Argument> fitted;
+  for (size_t i = 0; i < method.parameters.size(); ++i) {
+    const Parameter& parameter = method.parameters[i];
+    const auto value =
+        i < arguments.size() ? Convert(arguments[i], parameter.type) : parameter.defaultValue;
+    if (!value) return std::nullopt;
+    fitted.push_back(*value);
+  }
+  return fitted;
+}
+
+}  // namespace
+
+Plugin::Plugin(const std::string& path, bool hooks)
+    : path_(path), library_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+  if (library_ == nullptr) throw PluginError(dlerror());
+  if (hooks) hooks_ = std::make_unique<ImportHooks>(library_);
+}
+
+Plugin::~Plugin() { dlclose(library_); }
+
+void* Plugin::Address(const char* mangled) const { return dlsym(library_, mangled); }
+
+void Plugin::Start(Host& host) {
+  auto* const main = Symbol<void(void* (*)(const char*))>("REALPluginMain");
+  if (main == nullptr) throw PluginError(path_ + " has no REALPluginMain");
+  main(Host::Resolve);
+  methods_.clear();
+  if (host.extension == nullptr) return;
+  for (int i = 0; i < host.extension->methodCount; ++i) {
+    const REALmethodDefinition& row = host.extension->methods[i];
+    std::string why;
+    auto method = ParseDeclaration(row.declaration, &why);
+    if (!method) throw PluginError("\"" + std::string(row.declaration) + "\": " + why);
+    method->function = row.function;
+    method->flags = row.flags;
+    methods_.push_back(std::move(*method));
+  }
+}
+
+const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>& arguments) const {
+  std::string forms;
+  for (const Method& method : methods_) {
+    if (method.name.size() != name.size() ||
+        strncasecmp(method.name.data(), name.data(), name.size()) != 0) {
+      continue;
+    }
+    if (Fit(method, arguments)) return method;
+    forms += (forms.empty() ? "" : ", or ") + method.declaration;
+  }
+  if (!forms.empty()) {
+    throw PluginError("the arguments of " + std::string(name) + " do not fit; it is declared as " +
+                      forms);
+  }
+  for (const Method& method : methods_) forms += (forms.empty() ? "" : ", ") + method.name;
+  throw PluginError("there is no method " + std::string(name) + "; there are " + forms);
+}
+
+Result Plugin::Call(std::string_view name, Picture* picture,
+                    const std::vector<Argument>& arguments) const {
+  return Call(Choose(name, arguments), picture, arguments);
+}
+
+Result Plugin::Call(const Method& method, Picture* picture,
+                    const std::vector<Argument>& arguments) const {
+  const auto fitted = Fit(method, arguments);
+  if (!fitted) throw PluginError("the arguments do not fit " + method.declaration);
+  Stack stack;
+  stack.Push(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(picture)));
+  for (size_t i = 0; i < fitted->size(); ++i) stack.Push((*fitted)[i], method.parameters[i].type);
+  const uint64_t raw = stack.Call(method.function);
+
+  Result result;
+  result.type = method.result;
+  Host& host = Host::Current();
+  const CallScope scope(host, method.name.c_str());
+  switch (method.result) {
+    case Type::kPicture:
+      result.picture = Ref<Picture>::Adopt(
+          host.Live<Picture>(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw))));
+      break;
+    case Type::kBoolean:
+      if ((raw & 0xFF) > 1) host.Misuse("a boolean result is neither 0 nor 1");
+      result.boolean = (raw & 0xFF) != 0;
+      break;
+    case Type::kInteger:
+      result.integer = static_cast<int32_t>(raw);
+      break;
+    case Type::kInt64:
+      result.integer = static_cast<int64_t>(raw);
+      break;
+    case Type::kColor:
+      result.integer = static_cast<uint32_t>(raw);
+      break;
+    case Type::kNone:
+    case Type::kDouble:
+      break;
+  }
+  return result;
+}
+
+}  // namespace sim

@@ -1,0 +1,69 @@
+#pragma once
+
+// The plugin as the host sees it: a shared object loaded by path, started once, and called by the
+// declarations it registered. Unloaded at the end, so that the next Plugin starts fresh.
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/declaration.h"
+#include "simulator/host.h"
+#include "simulator/import_hooks.h"
+
+namespace sim {
+
+/// A shared object that cannot be loaded, a method that is not there, arguments that do not fit:
+/// what() says what is wrong and what would be right.
+struct PluginError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+struct Result {
+  Type type = Type::kNone;
+  Ref<Picture> picture;
+  bool boolean = false;
+  int64_t integer = 0;
+};
+
+class Plugin {
+ public:
+  /// Throws PluginError. With hooks, the plugin's allocations and library look-ups go through the
+  /// current host's ledger, log and faults.
+  explicit Plugin(const std::string& path, bool hooks = true);
+  Plugin(const Plugin&) = delete;
+  Plugin& operator=(const Plugin&) = delete;
+  ~Plugin();
+
+  /// Calls REALPluginMain and reads what it registered. Throws PluginError on a declaration that
+  /// cannot be parsed.
+  void Start(Host& host);
+
+  const std::vector<Method>& methods() const { return methods_; }
+  /// The overload that takes these arguments. Throws PluginError.
+  const Method& Choose(std::string_view name, const std::vector<Argument>& arguments) const;
+  /// Calls a method on a picture (which may be null), with the defaults of the arguments left out.
+  Result Call(std::string_view name, Picture* picture,
+              const std::vector<Argument>& arguments = {}) const;
+  Result Call(const Method& method, Picture* picture,
+              const std::vector<Argument>& arguments = {}) const;
+
+  /// The exported function or variable of that mangled name; null when there is none.
+  template <class T>
+  T* Symbol(const char* mangled) const {
+    return reinterpret_cast<T*>(Address(mangled));
+  }
+  void* Address(const char* mangled) const;
+  /// The name that the dynamic loader knows this plugin's file under.
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+  void* library_;
+  std::unique_ptr<ImportHooks> hooks_;
+  std::vector<Method> methods_;
+};
+
+}  // namespace sim

@@ -1,0 +1,75 @@
+// Recorders' functions: a recorder's entry may have any signature, so its function looks at the
+// caller's stack itself. One small piece of machine code per recorded name hands its number and the
+// address of the arguments to RecordCall. Numbers belong to names for the life of the process,
+// since plugins keep addresses.
+
+#include <algorithm>
+#include <utility>
+
+#include "simulator/entry_table.h"
+
+namespace sim {
+namespace {
+
+constexpr size_t kMaxRecorded = 128;
+
+std::vector<std::string>& RecordedNames() {
+  static std::vector<std::string> names;
+  return names;
+}
+
+// eax and edx: where a cdecl caller finds 64-bit results, and narrower ones in the lower part.
+extern "C" __attribute__((visibility("hidden"), used, no_sanitize("address"))) uint64_t
+simRecordCall(uint32_t number, const uint32_t* words) {
+  Host& host = Host::Current();
+  const std::string& name = RecordedNames()[number];
+  const CallScope scope(host, name.c_str());
+  Recorder* const recorder = host.FindRecorder(name);
+  if (recorder == nullptr || host.Missing(name)) host.Misuse("called on a host that lacks it");
+  std::array<uint32_t, 8> copy;
+  for (size_t i = 0; i < copy.size(); ++i) copy[i] = words[i];
+  const bool fails = host.faults.Fails(name);
+  host.log.Add({LogLine::kCall, name, "", fails});
+  recorder->calls.push_back(copy);
+  if (host.faults.Throws()) throw HostException{host.faults.calls()};
+  return fails ? 0 : recorder->result;
+}
+
+// On entry the arguments start 4 bytes above the stack pointer, which is 12 past a multiple of 16.
+template <size_t kNumber>
+__attribute__((naked)) void Thunk() {
+  asm("leal 4(%%esp), %%eax\n\t"
+      "subl $4, %%esp\n\t"
+      ".cfi_adjust_cfa_offset 4\n\t"
+      "pushl %%eax\n\t"
+      ".cfi_adjust_cfa_offset 4\n\t"
+      "pushl %0\n\t"
+      ".cfi_adjust_cfa_offset 4\n\t"
+      "call simRecordCall\n\t"
+      "addl $12, %%esp\n\t"
+      ".cfi_adjust_cfa_offset -12\n\t"
+      "ret"
+      :
+      : "i"(kNumber));
+}
+
+template <size_t... kNumbers>
+constexpr std::array<void (*)(), sizeof...(kNumbers)> MakeThunks(std::index_sequence<kNumbers...>) {
+  return {Thunk<kNumbers>...};
+}
+
+}  // namespace
+
+void* RecorderAddress(const Recorder& recorder) {
+  static constexpr auto thunks = MakeThunks(std::make_index_sequence<kMaxRecorded>());
+  auto& names = RecordedNames();
+  const auto found = std::find(names.begin(), names.end(), recorder.name);
+  const auto number = static_cast<size_t>(found - names.begin());
+  if (found == names.end()) {
+    if (number == kMaxRecorded) Host::Current().Misuse("too many recorders");
+    names.push_back(recorder.name);
+  }
+  return reinterpret_cast<void*>(thunks[number]);
+}
+
+}  // namespace sim

@@ -1,0 +1,53 @@
+#pragma once
+
+// What kind of host is simulated. Unless said otherwise it may be changed while the host runs;
+// pictures already made keep their storage.
+
+#include <set>
+#include <string>
+
+#include "simulator/image.h"
+
+namespace sim {
+
+/// Decides which application class the host knows.
+enum class AppKind { kUnknown, kConsole, kWeb, kDesktop };
+
+/// Where a picture's pixels live. A picture of kind kNone cannot be locked at all.
+enum class StorageKind { kNone, kConsole, kCairo, kGdk };
+
+/// How a console picture's rows lie in memory. All but kContiguous have guard bytes between rows;
+/// kScattered also puts them out of order, at addresses that are multiples of 4 only.
+enum class RowLayout { kContiguous, kPadded, kReversed, kScattered };
+
+struct Settings {
+  /// Reported by "REALGetRBVersion". Below 2012.0 the host expects one unlock for a failed lock.
+  double version = 2012.01;
+  /// Looked at once, when the host is made.
+  AppKind application = AppKind::kConsole;
+
+  /// Storage of the pictures that the host makes: opaque ones, and ones with alpha channel.
+  StorageKind newPictures = StorageKind::kConsole;
+  StorageKind newAlphaPictures = StorageKind::kConsole;
+  RowLayout rows = RowLayout::kContiguous;
+  /// Bytes that a Cairo surface's stride has beyond its rows; a multiple of 4.
+  int extraStrideBytes = 0;
+  /// Content of new pictures.
+  Rgba blank = {255, 255, 255, 255};
+  Rgba blankWithAlpha = {0, 0, 0, 0};
+
+  /// Names that this host lacks: entries, method declarations, properties, classes, and libraries
+  /// and library entries (as the plugin asks the dynamic loader for them).
+  std::set<std::string, std::less<>> missing = {};
+  /// Without these, pictures answer null when asked for a mask or a Graphics.
+  bool masks = true;
+  bool graphics = true;
+
+  /// For benchmarks: memory of released pictures is kept for the next picture of the same size,
+  /// and new pictures are not filled.
+  bool warmMemory = false;
+  /// The destructor of the host then tolerates an imbalance, which otherwise stops the process.
+  bool allowLeaks = false;
+};
+
+}  // namespace sim

@@ -1,0 +1,68 @@
+#pragma once
+
+// Storage: the native pixels behind one host picture. A storage knows how to describe itself when
+// the plugin locks the picture, and how to move rows in and out as straight RGBA. It lives exactly
+// as long as its picture; references, locks and the ledger are the picture's affair.
+
+#include <cstddef>
+#include <memory>
+
+#include "host/host_types.h"
+#include "simulator/image.h"
+#include "simulator/pixel_memory.h"
+#include "simulator/settings.h"
+
+namespace sim {
+
+class Storage {
+ public:
+  Storage(int width, int height, bool alpha) : width_(width), height_(height), alpha_(alpha) {}
+  Storage(const Storage&) = delete;
+  Storage& operator=(const Storage&) = delete;
+  virtual ~Storage() = default;
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  bool alpha() const { return alpha_; }
+  virtual StorageKind kind() const = 0;
+
+  /// Answers a lock for one native kind (REALpictureStorage; 0 stands for whatever this is): fills
+  /// type, data, width and height and returns true, or returns false and leaves the record alone.
+  virtual bool Lock(int type, REALpictureDescription& description) = 0;
+  /// Gives one successful lock back.
+  virtual void Unlock() {}
+
+  /// One row as straight RGBA, and back; converting as this storage keeps pixels (7-bit alpha,
+  /// premultiplied colours, no alpha).
+  virtual void ReadRow(int y, Rgba* out) const = 0;
+  virtual void WriteRow(int y, const Rgba* in) = 0;
+
+  /// False once somebody wrote outside the pixels: a fence, row padding, a gap between rows.
+  virtual bool GuardsIntact() const = 0;
+  virtual size_t ByteCount() const = 0;
+
+ private:
+  int width_;
+  int height_;
+  bool alpha_;
+};
+
+struct StorageRequest {
+  int width;
+  int height;
+  bool alpha;
+  RowLayout rows;
+  int extraStrideBytes;
+  PixelPool& pool;
+};
+
+/// Makes a storage with zeroed (or recycled) pixels, or null when it cannot be had.
+using StorageFactory = std::unique_ptr<Storage> (*)(const StorageRequest&);
+
+/// kNone and kConsole are there from the start; the desktop storages are installed by whoever wants
+/// them.
+void SetStorageFactory(StorageKind kind, StorageFactory factory);
+/// Null when memory is short or the kind has no factory.
+std::unique_ptr<Storage> MakeStorage(StorageKind kind, const StorageRequest& request);
+
+}  // namespace sim

@@ -1,0 +1,148 @@
+// Entries for strings, borrowed string data and memory blocks.
+
+#include <algorithm>
+
+#include "simulator/entry_table.h"
+#include "simulator/text_conversion.h"
+
+namespace sim {
+namespace {
+
+// The host's own two words in a record that it filled, to know it again by.
+constexpr uint32_t kRecordMark = 0x5744A7A1;
+
+String* NewString(Host& host, std::string_view bytes, uint32_t encoding) {
+  return host.Own(std::make_unique<String>(bytes, encoding));
+}
+
+std::string_view BytesOf(const String* string) {
+  return string == nullptr ? std::string_view() : string->bytes();
+}
+
+String* BuildString(Host& host, const void* bytes, int length) {
+  if (bytes == nullptr || length < 0) return nullptr;
+  return NewString(host, {static_cast<const char*>(bytes), static_cast<size_t>(length)},
+                   kEncodingUndefined);
+}
+
+Taken LockString(Host& host, String* string) {
+  if (string == nullptr) host.Misuse("no string");
+  host.Lock(string);
+  return {};
+}
+
+void UnlockString(Host& host, String* string) {
+  if (string == nullptr) host.Misuse("no string");
+  host.Unlock(string);
+}
+
+int CompareStrings(Host&, String* left, String* right) {
+  const int order = BytesOf(left).compare(BytesOf(right));
+  return order < 0 ? -1 : order > 0;
+}
+
+String* AddStrings(Host& host, String* left, String* right) {
+  std::string sum(BytesOf(left));
+  sum += BytesOf(right);
+  return NewString(host, sum, left == nullptr ? kEncodingUndefined : left->encoding);
+}
+
+uint32_t GetEncoding(Host&, String* string) {
+  return string == nullptr ? uint32_t{kEncodingMacRoman} : string->encoding;
+}
+
+void CheckEncoding(const Host& host, uint32_t encoding) {
+  if (encoding == kEncodingUtf32) host.Misuse("the host knows no UTF-32");
+}
+
+void SetEncoding(Host& host, String* string, uint32_t encoding) {
+  CheckEncoding(host, encoding);
+  if (string != nullptr) string->encoding = encoding;
+}
+
+String* ConvertString(Host& host, String* string, uint32_t encoding) {
+  CheckEncoding(host, encoding);
+  if (string == nullptr) return nullptr;
+  const auto converted = ConvertText(string->bytes(), string->encoding, encoding);
+  return converted ? NewString(host, *converted, encoding) : nullptr;
+}
+
+const void* GetCString(Host&, String* string) {
+  return string == nullptr ? nullptr : string->text();
+}
+
+int LenB(Host&, String* string) { return static_cast<int>(BytesOf(string).size()); }
+
+bool GetStringData(Host& host, String* string, uint32_t encoding, REALstringData* out) {
+  CheckEncoding(host, encoding);
+  if (string == nullptr) return false;
+  const auto converted = ConvertText(string->bytes(), string->encoding, encoding);
+  if (!converted) return false;
+  *out = {host.Borrow(*converted),
+          static_cast<uint32_t>(converted->size()),
+          encoding,
+          {kRecordMark, ~kRecordMark}};
+  return true;
+}
+
+void DisposeStringData(Host& host, REALstringData* record) {
+  if (record == nullptr || record->reserved[0] != kRecordMark ||
+      record->reserved[1] != ~kRecordMark) {
+    host.Misuse("was given a record that the host did not fill");
+  }
+  host.GiveBack(const_cast<char*>(record->data));
+}
+
+MemoryBlock* NewMemoryBlock(Host& host, int size) {
+  if (size < 0) return nullptr;
+  return host.Own(
+      std::make_unique<MemoryBlock>(host.OwnClass("MemoryBlock"), static_cast<size_t>(size)));
+}
+
+void* GetBlockAddress(Host&, MemoryBlock* block) {
+  return block == nullptr || block->hidden ? nullptr : block->data();
+}
+
+int GetBlockSize(Host&, MemoryBlock* block) {
+  return block == nullptr ? 0 : static_cast<int>(block->size);
+}
+
+// Methods that are asked for but never called.
+void NeverCalled(Host& host) { host.Misuse("this method is only there to be found"); }
+
+}  // namespace
+
+MethodTable GlobalMethods() {
+  return {{"LenB( s as string ) as integer", Wrapped<"LenB", LenB>()}};
+}
+
+MethodTable MemoryBlockMethods() {
+  return {{"Constructor(bytes as Integer)", Wrapped<"MemoryBlock.Constructor", NeverCalled>()}};
+}
+
+MethodTable FolderItemMethods() {
+  return {
+      {"TrueItem(Index as integer) as Folderitem", Wrapped<"FolderItem.TrueItem", NeverCalled>()}};
+}
+
+std::span<const EntryRow> StringEntries() {
+  static const EntryRow rows[] = {
+      Row<"REALBuildString", BuildString>(),
+      Row<"REALLockString", LockString>(),
+      Row<"REALUnlockString", UnlockString>(),
+      Row<"RuntimeStringCompare", CompareStrings>(),
+      Row<"RuntimeAddString", AddStrings>(),
+      Row<"REALGetStringEncoding", GetEncoding>(),
+      Row<"REALSetStringEncoding", SetEncoding>(),
+      Row<"REALConvertString", ConvertString>(),
+      Row<"StringGetCString", GetCString>(),
+      Row<"PluginGetStringData", GetStringData>(),
+      Row<"PluginDisposeStringData", DisposeStringData>(),
+      Row<"newMemoryBlock", NewMemoryBlock>(),
+      Row<"memoryBlockGetPtr", GetBlockAddress>(),
+      Row<"memoryBlockGetSize", GetBlockSize>(),
+  };
+  return rows;
+}
+
+}  // namespace sim

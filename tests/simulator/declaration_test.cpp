@@ -1,0 +1,54 @@
+// Declarations and calls in the host language.
+
+#include "simulator/declaration.h"
+
+#include <gtest/gtest.h>
+
+namespace sim {
+namespace {
+
+TEST(Declaration, IsTakenApart) {
+  std::string why;
+  const auto method = ParseDeclaration(
+      "RotateVel(angle as double, background as color = &cFFFFFFFF) as picture", &why);
+  ASSERT_TRUE(method) << why;
+  EXPECT_EQ(method->name, "RotateVel");
+  EXPECT_EQ(method->result, Type::kPicture);
+  ASSERT_EQ(method->parameters.size(), 2U);
+  EXPECT_EQ(method->parameters[0].type, Type::kDouble);
+  EXPECT_EQ(method->parameters[1].name, "background");
+  EXPECT_EQ(method->parameters[1].defaultValue, Argument(Color{0xFFFFFFFF}));
+  EXPECT_EQ(method->RequiredArguments(), 1U);
+}
+
+TEST(Declaration, IsRefusedWithTheReason) {
+  const char* const cases[][2] = {
+      {"", "no name"},
+      {"A(b as thing) as picture", "type of b is unknown"},
+      {"A(b double)", "name as type"},
+      {"A(b as double", "do not end"},
+      {"A(b as integer = 1.5)", "default of b"},
+      {"A(b as integer = 3000000000)", "default of b"},
+      {"A as picture really", "\"really\""},
+  };
+  for (const auto& [text, reason] : cases) {
+    std::string why;
+    EXPECT_FALSE(ParseDeclaration(text, &why)) << text;
+    EXPECT_NE(why.find(reason), std::string::npos) << text << ": " << why;
+  }
+}
+
+TEST(Call, IsTakenApart) {
+  std::string why;
+  const auto call = ParseCall(" RotateVel( -7.5e1 , &c80ff2040,3 ) ", &why);
+  ASSERT_TRUE(call) << why;
+  EXPECT_EQ(call->name, "RotateVel");
+  EXPECT_EQ(call->arguments,
+            (std::vector<Argument>{-75.0, Color{0x80FF2040}, Argument(int64_t{3})}));
+  for (const char* wrong : {"", "A(", "A(1,)", "A(&cFFF)", "A(1) B", "A(0x10)", "A(1e)"}) {
+    EXPECT_FALSE(ParseCall(wrong, &why)) << wrong;
+  }
+}
+
+}  // namespace
+}  // namespace sim

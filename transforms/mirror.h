@@ -1,0 +1,21 @@
+#pragma once
+
+// The six mirroring methods of Picture. H mirrors left to right (column x to width - 1 - x), V top
+// to bottom (row y to height - 1 - y), the plain name both, which is half a turn.
+
+#include "host/export.h"
+#include "host/host_types.h"
+
+// In place: whole 32-bit pixels move, so alpha travels unchanged. False, with the picture
+// unchanged, when its own pixels cannot be reached or a row buffer cannot be had.
+
+VEL_EXPORT bool MirrorPictureVel(REALpictureStruct* picture);
+VEL_EXPORT bool HMirrorPictureVel(REALpictureStruct* picture);
+VEL_EXPORT bool VMirrorPictureVel(REALpictureStruct* picture);
+
+// Into a new picture of the same size, with alpha channel when the source has one; one reference
+// for the caller, null on failure. The source stays as it is.
+
+VEL_EXPORT REALpictureStruct* MirrorVel(REALpictureStruct* picture);
+VEL_EXPORT REALpictureStruct* HMirrorVel(REALpictureStruct* picture);
+VEL_EXPORT REALpictureStruct* VMirrorVel(REALpictureStruct* picture);

@@ -1,0 +1,83 @@
+#pragma once
+
+// Opened pictures as scopes, and the one way in which every transform makes a new picture: open a
+// writer, fill it, render it.
+
+#include "pixels/picture_reader.h"
+#include "pixels/picture_writers.h"
+
+namespace velpicture {
+
+/// A picture opened for reading, closed at the end of the scope.
+class PictureSource {
+ public:
+  explicit PictureSource(REALpictureStruct* picture)
+      : opened_(GetPictureReader(editor_, picture)) {}
+  PictureSource(const PictureSource&) = delete;
+  PictureSource& operator=(const PictureSource&) = delete;
+  ~PictureSource() noexcept(false) {
+    if (opened_) ClosePictureReader(editor_);
+  }
+
+  explicit operator bool() const { return opened_; }
+  PictureEditor& editor() { return editor_; }
+
+ private:
+  PictureEditor editor_;
+  bool opened_;
+};
+
+/// A picture opened for changes in place, closed at the end of the scope.
+class EditedPicture {
+ public:
+  explicit EditedPicture(REALpictureStruct* picture)
+      : opened_(GetPictureEditor(editor_, picture)) {}
+  EditedPicture(const EditedPicture&) = delete;
+  EditedPicture& operator=(const EditedPicture&) = delete;
+  ~EditedPicture() noexcept(false) {
+    if (opened_) ClosePictureEditor(editor_);
+  }
+
+  explicit operator bool() const { return opened_; }
+  PictureEditor& editor() { return editor_; }
+
+ private:
+  PictureEditor editor_;
+  bool opened_;
+};
+
+/// A writer of width x height, with alpha channel when `model` has one; given up at the end of the
+/// scope unless it was rendered.
+class PictureTarget {
+ public:
+  PictureTarget(PictureEditor& model, int width, int height)
+      : opened_(NewPictureWriter(editor_, model, width, height)),
+        // A host that makes a smaller picture than it was asked for must not cost us its memory.
+        usable_(opened_ && editor_.width >= width && editor_.height >= height) {}
+  PictureTarget(const PictureTarget&) = delete;
+  PictureTarget& operator=(const PictureTarget&) = delete;
+  ~PictureTarget() noexcept(false) {
+    if (opened_) FreePictureWriter(editor_);
+  }
+
+  explicit operator bool() const { return usable_; }
+  PictureEditor& editor() { return editor_; }
+  REALpictureStruct* Render() { return RenderPictureWriter(editor_); }
+
+ private:
+  PictureEditor editor_;
+  bool opened_;
+  bool usable_;
+};
+
+/// A new picture of width x height with alpha like `model`, filled by fill(target editor); null
+/// when the writer or the picture cannot be had. The reference is the caller's.
+template <class Fill>
+REALpictureStruct* MakePicture(PictureEditor& model, int width, int height, Fill fill) {
+  PictureTarget target(model, width, height);
+  if (!target) return nullptr;
+  fill(target.editor());
+  return target.Render();
+}
+
+}  // namespace velpicture

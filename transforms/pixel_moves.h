@@ -1,0 +1,42 @@
+#pragma once
+
+// Pixel moves: every pixel of one picture goes to another place, in the same picture or in another
+// one, and nothing is blended. The mirrors and the quarter turns are made of these.
+//
+// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. Only pixels are
+// read and written: row padding stays as it is, and nothing beyond the last pixel of a row is
+// touched. Formats may differ between source and target; a pixel is then converted as GetPixel and
+// SetPixel would. Equal formats move whole words, as the format stores them.
+
+#include <cstdint>
+
+#include "pixels/picture_editor.h"
+
+namespace velpicture {
+
+/// Copies every pixel of `source` to `target`, which is of the same size and shares no memory with
+/// it: column x goes to width − 1 − x where `flipColumns`, row y to height − 1 − y where
+/// `flipRows`.
+void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipColumns,
+                  bool flipRows);
+
+enum class QuarterTurn {
+  kCounterClockwise,  ///< (x, y) goes to (y, width − 1 − x)
+  kClockwise,         ///< (x, y) goes to (height − 1 − y, x)
+};
+
+/// Copies every pixel of `source` to `target`, whose sides are the source's swapped and which
+/// shares no memory with it.
+void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn turn);
+
+/// Mirrors a picture of a four-byte format left to right where it stands. Words move unchanged.
+void ReverseRowsInPlace(PictureEditor& picture);
+
+/// Mirrors a picture of a four-byte format top to bottom where it stands. Words move unchanged.
+/// `rowBuffer` holds one row of pixels, and its contents are lost.
+void FlipRowsInPlace(PictureEditor& picture, uint8_t* rowBuffer);
+
+/// Turns a picture of a four-byte format by a half turn where it stands; as FlipRowsInPlace.
+void MirrorInPlace(PictureEditor& picture, uint8_t* rowBuffer);
+
+}  // namespace velpicture

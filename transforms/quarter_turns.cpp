@@ -1,0 +1,29 @@
+#include "transforms/quarter_turns.h"
+
+#include "transforms/mirror.h"
+#include "transforms/picture_scopes.h"
+#include "transforms/pixel_moves.h"
+
+using namespace velpicture;
+
+namespace {
+
+REALpictureStruct* Turned(REALpictureStruct* picture, QuarterTurn turn) {
+  PictureSource source(picture);
+  if (!source) return nullptr;
+  PictureEditor& pixels = source.editor();
+  return MakePicture(pixels, pixels.height, pixels.width,
+                     [&](PictureEditor& target) { TurnPixels(pixels, target, turn); });
+}
+
+}  // namespace
+
+REALpictureStruct* rbRotate90(REALpictureStruct* picture) {
+  return Turned(picture, QuarterTurn::kCounterClockwise);
+}
+
+REALpictureStruct* rbRotate180(REALpictureStruct* picture) { return MirrorVel(picture); }
+
+REALpictureStruct* rbRotate270(REALpictureStruct* picture) {
+  return Turned(picture, QuarterTurn::kClockwise);
+}
