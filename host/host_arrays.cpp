@@ -1,0 +1,218 @@
+// The three operations are written once, as templates over the element type; the overloads below
+// them only name the type. Every overload has an entry of its own, inside the template.
+
+#include "host/host_arrays.h"
+
+#include <cstring>
+#include <type_traits>
+
+#include "host/at_exit.h"
+#include "host/host_calls.h"
+#include "host/host_entry.h"
+
+using velpicture::AtExit;
+using velpicture::HostEntry;
+using velpicture::hostEntry;
+
+namespace {
+
+/// How a value travels through the registers and stack of a host call: nothing is narrower than 32
+/// bits, and what the host leaves above a narrow result is cut off.
+template <class T>
+using Wide = std::conditional_t<std::is_integral_v<T> && sizeof(T) < 4, unsigned long, T>;
+
+template <class T>
+using InsertProcedure = void (*)(REALarrayStruct* array, long index, Wide<T> value);
+template <class T>
+using GetProcedure = Wide<T> (*)(REALarrayStruct* array, long index);
+/// The value stands before the index here.
+template <class T>
+using SetProcedure = void (*)(REALarrayStruct* array, Wide<T> value, long index);
+
+template <class Procedure>
+using Provider = Procedure (*)(REALarrayStruct* array);
+
+void AddReference(REALstringStruct* string) { REALLockString(string); }
+void AddReference(REALobjectStruct* object) { REALLockObject(object); }
+void DropReference(REALstringStruct* string) { REALUnlockString(string); }
+void DropReference(REALobjectStruct* object) { REALUnlockObject(object); }
+
+template <class T>
+char* Element(REALarrayStruct* array, long index) {
+  return static_cast<char*>(array->elements) + index * static_cast<long>(sizeof(T));
+}
+
+template <class T>
+T LoadElement(REALarrayStruct* array, long index) {
+  T value;
+  std::memcpy(&value, Element<T>(array, index), sizeof value);
+  return value;
+}
+
+template <class T>
+Wide<T> ReadElement(REALarrayStruct* array, long index) {
+  const T value = LoadElement<T>(array, index);
+  if constexpr (std::is_pointer_v<T>) {
+    if (value != nullptr) AddReference(value);
+  }
+  return value;
+}
+
+template <class T>
+void StoreElement(REALarrayStruct* array, T value, long index) {
+  std::memcpy(Element<T>(array, index), &value, sizeof value);
+}
+
+template <class T>
+void WriteElement(REALarrayStruct* array, T value, long index) {
+  if constexpr (std::is_pointer_v<T>) {
+    // The new reference comes first: storing what the element already holds must not destroy it.
+    const T old = LoadElement<T>(array, index);
+    if (value != nullptr) AddReference(value);
+    // The array owns that reference even when the host throws while it destroys the old element.
+    const AtExit store([=] { StoreElement(array, value, index); });
+    if (old != nullptr) DropReference(old);
+  } else {
+    StoreElement(array, value, index);
+  }
+}
+
+template <class T>
+GetProcedure<T> ProvideReadElement(REALarrayStruct*) {
+  return ReadElement<T>;
+}
+template <class T>
+SetProcedure<T> ProvideWriteElement(REALarrayStruct*) {
+  return WriteElement<T>;
+}
+
+template <class T>
+void InsertValue(REALarrayStruct* array, long index, T value) {
+  static constinit HostEntry<InsertProcedure<T>(REALarrayStruct*)> entry(
+      "RuntimeArrayDirectGetInsertProc");
+  const InsertProcedure<T> insert = entry(array);
+  if (insert != nullptr) insert(array, index, value);
+}
+
+template <class T>
+void GetValue(REALarrayStruct* array, long index, T* out, Provider<GetProcedure<T>> builtIn) {
+  static constinit HostEntry<GetProcedure<T>(REALarrayStruct*)> entry(
+      "RuntimeArrayDirectGetGetProc");
+  static constinit Provider<GetProcedure<T>> provider = nullptr;
+  if (provider == nullptr) provider = entry.Address();
+  if (provider == nullptr) provider = builtIn;
+  if (provider == nullptr) return;
+  const GetProcedure<T> get = provider(array);
+  if (get != nullptr && out != nullptr) *out = static_cast<T>(get(array, index));
+}
+
+template <class T>
+void SetValue(REALarrayStruct* array, long index, T value) {
+  static constinit HostEntry<SetProcedure<T>(REALarrayStruct*)> entry(
+      "RuntimeArrayDirectGetSetProc");
+  static constinit Provider<SetProcedure<T>> provider = nullptr;
+  if (provider == nullptr) provider = entry.Address();
+  if (provider == nullptr) provider = ProvideWriteElement<T>;
+  const SetProcedure<T> set = provider(array);
+  if (set != nullptr) set(array, value, index);
+}
+
+}  // namespace
+
+long REALGetArrayUBound(void* array) { return hostEntry<"RuntimeUBound", long(void*)>(array); }
+REALarrayStruct* REALCreateArray(REALArrayType type, long upperBound) {
+  return hostEntry<"RuntimeArrayCreateSingleDimBoundedArray",
+                   REALarrayStruct*(REALArrayType, long)>(type, upperBound);
+}
+long REALGetArrayInt(REALintArrayStruct* array, int index) {
+  return hostEntry<"RuntimeDirectReadIntArray", long(REALintArrayStruct*, int)>(array, index);
+}
+REALstringStruct* REALGetArrayString(REALstringArrayStruct* array, int index) {
+  return hostEntry<"RuntimeDirectReadStringArray", REALstringStruct*(REALstringArrayStruct*, int)>(
+      array, index);
+}
+REALobjectStruct* REALGetArrayObject(REALobjectArrayStruct* array, int index) {
+  return hostEntry<"RuntimeDirectReadObjectArray", REALobjectStruct*(REALobjectArrayStruct*, int)>(
+      array, index);
+}
+
+void REALInsertArrayValue(REALarrayStruct* array, long index, long long value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, unsigned long long value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, long value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, unsigned long value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, unsigned short value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, float value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, double value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, REALstringStruct* value) {
+  InsertValue(array, index, value);
+}
+void REALInsertArrayValue(REALarrayStruct* array, long index, REALobjectStruct* value) {
+  InsertValue(array, index, value);
+}
+
+void REALGetArrayValue(REALarrayStruct* array, long index, long long* out) {
+  GetValue(array, index, out, ProvideReadElement<long long>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, unsigned long long* out) {
+  GetValue(array, index, out, ProvideReadElement<unsigned long long>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, long* out) {
+  GetValue(array, index, out, ProvideReadElement<long>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, unsigned long* out) {
+  GetValue(array, index, out, ProvideReadElement<unsigned long>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, unsigned short* out) {
+  GetValue(array, index, out, nullptr);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, unsigned char* out) {
+  GetValue(array, index, out, ProvideReadElement<unsigned char>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, float* out) {
+  GetValue(array, index, out, ProvideReadElement<float>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, double* out) {
+  GetValue(array, index, out, ProvideReadElement<double>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, REALstringStruct** out) {
+  GetValue(array, index, out, ProvideReadElement<REALstringStruct*>);
+}
+void REALGetArrayValue(REALarrayStruct* array, long index, REALobjectStruct** out) {
+  GetValue(array, index, out, ProvideReadElement<REALobjectStruct*>);
+}
+
+void REALSetArrayValue(REALarrayStruct* array, long index, long long value) {
+  SetValue(array, index, value);
+}
+void REALSetArrayValue(REALarrayStruct* array, long index, unsigned long long value) {
+  SetValue(array, index, value);
+}
+void REALSetArrayValue(REALarrayStruct* array, long index, long value) {
+  SetValue(array, index, value);
+}
+void REALSetArrayValue(REALarrayStruct* array, long index, unsigned long value) {
+  SetValue(array, index, value);
+}
+void REALSetArrayValue(REALarrayStruct* array, long index, double value) {
+  SetValue(array, index, value);
+}
+void REALSetArrayValue(REALarrayStruct* array, long index, REALstringStruct* value) {
+  SetValue(array, index, value);
+}
+void REALSetArrayValue(REALarrayStruct* array, long index, REALobjectStruct* value) {
+  SetValue(array, index, value);
+}

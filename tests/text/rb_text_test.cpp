@@ -1,0 +1,204 @@
+// Real text through rbText: the same views, whichever way the host hands out its strings.
+
+#include <gtest/gtest.h>
+
+#include "tests/text/views.h"
+
+namespace {
+
+using std::string_literals::operator""s;
+
+struct Sample {
+  const char* name;
+  uint32_t encoding;
+  std::string bytes;
+  std::string windows, macRoman, ascii, utf8;
+  std::u16string utf16;
+};
+
+// What an encoding lacks becomes a question mark. UTF-16 sources are little-endian.
+const Sample kSamples[] = {
+    {"plain", kEncodingAscii, "Hi", "Hi", "Hi", "Hi", "Hi", u"Hi"},
+    {"accents", kEncodingUtf8, "Zo\xC3\xAB n\xC3\xA9", "Zo\xEB n\xE9", "Zo\x91 n\x8E", "Zo? n?",
+     "Zo\xC3\xAB n\xC3\xA9", u"Zo\u00EB n\u00E9"},
+    {"from Mac Roman", kEncodingMacRoman, "\x8A", "\xE4", "\x8A", "?", "\xC3\xA4", u"\u00E4"},
+    {"Greek", kEncodingUtf8, "\xCE\xB1\xCE\xB2", "??", "??", "??", "\xCE\xB1\xCE\xB2",
+     u"\u03B1\u03B2"},
+    {"emoji", kEncodingUtf8, "\xF0\x9F\x98\x80", "?", "?", "?", "\xF0\x9F\x98\x80", u"\U0001F600"},
+    {"mark", kEncodingUtf16, "\xFF\xFE\x41\0"s, "?A", "?A", "?A", "\xEF\xBB\xBF\x41", u"A"},
+    {"swapped mark", kEncodingUtf16, "\xFE\xFF\0\x41"s, "??", "??", "??",
+     "\xEF\xBF\xBE\xE4\x84\x80", u"\u4100"},
+    {"both marks", kEncodingUtf16, "\xFF\xFE\xFE\xFF\x41\0"s, "??A", "??A", "??A",
+     "\xEF\xBB\xBF\xEF\xBF\xBE\x41", u"A"},
+    {"two marks", kEncodingUtf16, "\xFF\xFE\xFF\xFE"s, "??", "??", "??", "\xEF\xBB\xBF\xEF\xBB\xBF",
+     u"\uFEFF"},
+    {"a mark alone", kEncodingUtf16, "\xFF\xFE"s, "?", "?", "?", "\xEF\xBB\xBF", u""},
+    {"half a unit", kEncodingUtf16, "A\0B"s, "A?", "A?", "A?", "A?", u"A"},
+    {"embedded zeros", kEncodingUtf8, "a\0b\0"s, "a\0b\0"s, "a\0b\0"s, "a\0b\0"s, "a\0b\0"s,
+     u"a\0b\0"s},
+    {"no encoding", kEncodingUndefined, "\xE9!", "\xE9!", "\x8E!", "?!", "\xC3\xA9!", u"\u00E9!"},
+    {"empty", kEncodingUtf8, "", "", "", "", "", u""},
+    {"empty without encoding", kEncodingUndefined, "", "", "", "", "", u""},
+};
+
+std::string Expected(const Sample& sample, uint32_t encoding) {
+  switch (encoding) {
+    case kEncodingWindowsLatin1:
+      return sample.windows;
+    case kEncodingMacRoman:
+      return sample.macRoman;
+    case kEncodingAscii:
+      return sample.ascii;
+    case kEncodingUtf8:
+      return sample.utf8;
+    default:
+      return {reinterpret_cast<const char*>(sample.utf16.data()), sample.utf16.size() * 2};
+  }
+}
+
+class RbText : public testing::TestWithParam<TextHost> {
+ protected:
+  Session session{GetParam().Settings()};
+
+  void ExpectText(Text& text, const Sample& sample) {
+    for (const Encoding& encoding : kEncodings) {
+      SCOPED_TRACE(encoding.name);
+      EXPECT_EQ(text.Bytes(encoding), Expected(sample, encoding.value));
+    }
+  }
+
+  /// Zeros, and -1 for the six lengths.
+  static void ExpectEmptied(const Text& text) {
+    for (size_t offset = 0; offset < 180; offset += 4) {
+      EXPECT_EQ(text.At<int32_t>(offset), offset >= 24 && offset < 48 ? -1 : 0) << offset;
+    }
+  }
+};
+
+TEST_P(RbText, EveryEncodingConvertsOnceAndIsGivenBack) {
+  sim::Log& log = session.host.log;
+  for (const Sample& sample : kSamples) {
+    SCOPED_TRACE(sample.name);
+    auto string = session.host.MakeString(sample.bytes, sample.encoding);
+    Text text(session.plugin, string.get());
+    const bool hasSource = text.At(0) != 0;
+    for (const Encoding& encoding : kEncodings) {
+      SCOPED_TRACE(encoding.name);
+      const std::string expected = Expected(sample, encoding.value);
+      const size_t field = static_cast<size_t>(encoding.slot) * 4;
+      EXPECT_EQ(text.At<int32_t>(24 + field), -1);
+      log.Clear();
+      EXPECT_EQ(text.Bytes(encoding), expected);
+      EXPECT_EQ(text.GetFree(encoding.name), text.Get(encoding.name));
+      EXPECT_EQ(text.Get(encoding.name, "Nil"),
+                expected.size() < encoding.unitBytes ? nullptr : text.Get(encoding.name));
+      EXPECT_EQ(log.Calls(GetParam().conversion), hasSource ? 1 : 0);
+      EXPECT_EQ(text.At<int32_t>(24 + field), text.Length(encoding.name));
+      EXPECT_EQ(text.At<const char*>(48 + field), text.Get(encoding.name));
+      EXPECT_EQ(text.At<uint8_t>(172 + static_cast<size_t>(encoding.slot)),
+                hasSource && GetParam().Borrows() ? 1 : 0);
+      if (encoding.unitBytes == 1) {
+        EXPECT_EQ(text.Get(encoding.name)[expected.size()], '\0');
+      }
+    }
+    EXPECT_EQ(text.GetFree("Password"), text.Get("Windows"));
+    EXPECT_EQ(text.Get("Native"), text.Get("UTF8"));
+    text.Destroy();
+    ExpectEmptied(text);
+    text.Destroy();
+    EXPECT_EQ(session.host.Imbalance(), "");
+  }
+}
+
+TEST_P(RbText, Utf32WidensEachUtf16Unit) {
+  for (const Sample& sample : kSamples) {
+    SCOPED_TRACE(sample.name);
+    auto string = session.host.MakeString(sample.bytes, sample.encoding);
+    Text text(session.plugin, string.get());
+    EXPECT_EQ(text.Get("WCharNil") == nullptr, sample.utf16.empty());
+    EXPECT_EQ(text.Length("WChar"), static_cast<long>(sample.utf16.size()));
+    EXPECT_EQ(text.Get("WChar"), text.Get("UTF32"));
+    EXPECT_EQ(text.GetFree("UTF32"), text.Get("UTF32"));
+    std::u32string expected(sample.utf16.begin(), sample.utf16.end());
+    expected.append(4, U'\0');
+    EXPECT_EQ(std::memcmp(text.Get("UTF32"), expected.data(), expected.size() * 4), 0);
+    session.host.log.Clear();
+    text.Get("UTF16");
+    EXPECT_EQ(session.host.log.CallCount(), 0);
+  }
+}
+
+TEST_P(RbText, NullAndHostsWithoutConversionReadAsEmpty) {
+  auto string = session.host.MakeString("\xE9", kEncodingWindowsLatin1);
+  for (const bool null : {true, false}) {
+    session.host.settings.missing = {"REALConvertString", "PluginGetStringData"};
+    Text text(session.plugin, null ? nullptr : string.get());
+    for (const char* encoding : {"UTF8", "ASCII", "MacRoman", "UTF16", "UTF32", "WChar"}) {
+      SCOPED_TRACE(encoding);
+      EXPECT_EQ(text.Length(encoding), 0);
+      EXPECT_EQ(std::memcmp(text.Get(encoding), "\0\0\0", 4), 0);
+      EXPECT_EQ(text.Get(encoding, "Nil"), nullptr);
+    }
+    // A failed conversion is not tried again.
+    session.host.settings.missing.clear();
+    EXPECT_EQ(text.Length("UTF8"), 0);
+  }
+}
+
+TEST_P(RbText, CopiesAndAssignmentsStandAlone) {
+  auto first = session.host.MakeString(kSamples[1].bytes, kSamples[1].encoding);
+  auto second = session.host.MakeString(kSamples[12].bytes, kSamples[12].encoding);
+  Text text(session.plugin, first.get());
+  ExpectText(text, kSamples[1]);
+  text.Length("UTF32");
+  {
+    Text other(session.plugin, second.get());
+    Text copy(session.plugin, other);
+    ExpectText(copy, kSamples[12]);
+    text.Assign(other);
+    EXPECT_EQ(first->references(), 1);
+  }
+  EXPECT_EQ(text.At<int32_t>(44), -1);
+  ExpectText(text, kSamples[12]);
+  text.Assign(text);
+  ExpectText(text, kSamples[12]);
+  text.Destroy();
+  EXPECT_EQ(session.host.Imbalance(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(On, RbText, testing::ValuesIn(kTextHosts), TextHostName);
+
+TEST(RbTextRelease, FollowsTheFieldOrder) {
+  Session session({.version = 2011.99});
+  auto string = session.host.MakeString("A", kEncodingUtf8);
+  Text text(session.plugin, string.get());
+  for (const Encoding& encoding : kEncodings) text.Length(encoding.name);
+  session.host.log.Clear();
+  text.Destroy();
+  std::string released;
+  for (const sim::LogLine& line : session.host.log.lines) {
+    if (line.kind == sim::LogLine::kCall) released += line.name + "(" + line.arguments + ") ";
+  }
+  // Converted in the order UTF-8, ASCII, Windows, Mac Roman, UTF-16, from the second string on.
+  EXPECT_EQ(released,
+            "REALUnlockString(string#1) REALUnlockString(string#4) REALUnlockString(string#5) "
+            "REALUnlockString(string#3) REALUnlockString(string#2) REALUnlockString(string#6) ");
+}
+
+TEST(RbTextLimits, TextWhoseUtf32SizeWrapsAroundIsEmpty) {
+  // A text of a billion units, of which only the first is ever looked at.
+  const char storage[] = " A";
+  const REALstringLegacyLayout huge = {0, storage, 0, 0x80000000U};
+  const auto handle = reinterpret_cast<uintptr_t>(&huge);
+  Session session({.version = 2011.99});
+  session.host.Record("REALGetStringEncoding", kEncodingUtf8);
+  session.host.Record("REALConvertString", handle);
+  session.host.Record("REALLockString");
+  session.host.Record("REALUnlockString");
+  Text text(session.plugin, reinterpret_cast<void*>(handle));
+  EXPECT_EQ(text.Length("UTF16"), 0x40000000);
+  EXPECT_EQ(text.Length("UTF32"), 0);
+  EXPECT_EQ(text.Get("UTF32Nil"), nullptr);
+}
+
+}  // namespace

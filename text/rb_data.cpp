@@ -1,0 +1,73 @@
+#include "text/rb_data.h"
+
+#include "host/at_exit.h"
+#include "host/host_calls.h"
+#include "host/host_references.h"
+#include "text/keep_stores.h"
+#include "text/legacy_string.h"
+#include "text/ownership.h"
+#include "text/string_data.h"
+
+using velpicture::AtExit;
+using velpicture::HostReference;
+using velpicture::StringReference;
+
+static_assert(sizeof(rbData) == 40);
+static_assert(offsetof(rbData, block) == 4);
+static_assert(offsetof(rbData, stringData) == 8);
+static_assert(offsetof(rbData, ownsStringData) == 28);
+static_assert(offsetof(rbData, data) == 32);
+static_assert(offsetof(rbData, length) == 36);
+
+rbData::rbData(REALmemoryBlockStruct* viewed, unsigned int offset, unsigned int viewedLength)
+    : rbData() {
+  if (viewed == nullptr) return;
+  REALLockObject(velpicture::AsObject(viewed));
+  block = viewed;
+
+  if (viewedLength == 0) {
+    // A block of foreign memory may not know its size and say so with a negative one.
+    const long size = REALMemoryBlockGetSize(viewed);
+    const uint32_t known = size < 0 ? 0 : static_cast<uint32_t>(size);
+    if (offset > known) return;
+    viewedLength = known - offset;
+  }
+  const auto* start = static_cast<const char*>(REALMemoryBlockGetPtr(viewed));
+  if (start == nullptr) return;
+  data = start + offset;
+  length = viewedLength;
+}
+
+rbData::rbData(REALstringStruct* viewed) : rbData() {
+  if (viewed == nullptr) return;
+  if (velpicture::BorrowsStringData()) {
+    ownsStringData = REALGetStringData(viewed, kEncodingUndefined, &stringData);
+    if (!ownsStringData || stringData.data == nullptr) return;
+    data = stringData.data;
+    length = stringData.length;
+  } else {
+    REALLockString(viewed);
+    string = viewed;
+    const velpicture::TextBytes bytes = velpicture::LegacyBytes(viewed);
+    data = bytes.data;
+    length = bytes.length;
+  }
+}
+
+rbData::~rbData() noexcept(false) {
+  // Released from the bottom up, each even when the host throws while it releases another.
+  const AtExit clear([this] {
+    string = nullptr;
+    block = nullptr;
+    stringData = {};
+    ownsStringData = false;
+    data = nullptr;
+    length = 0;
+    velpicture::KeepStores(this);
+  });
+  const AtExit dispose([this] {
+    if (ownsStringData) REALDisposeStringData(&stringData);
+  });
+  const HostReference<REALmemoryBlockStruct> heldBlock(block);
+  const StringReference heldString(string);
+}

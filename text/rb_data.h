@@ -1,0 +1,34 @@
+#pragma once
+
+// A view of raw bytes that the host holds: a stretch of a MemoryBlock, or all bytes of a string
+// whatever its encoding. The view keeps the host's object alive and lives in one scope.
+
+#include "host/export.h"
+#include "host/host_types.h"
+
+class VEL_EXPORT rbData {
+ public:
+  /// `length` bytes of `block` from `offset` on; length 0 stands for all that follows `offset`.
+  /// Otherwise keeping inside the block is the caller's duty.
+  rbData(REALmemoryBlockStruct* block, unsigned int offset, unsigned int length);
+  explicit rbData(REALstringStruct* string);
+  rbData(const rbData&) = delete;
+  rbData& operator=(const rbData&) = delete;
+  /// Releases what the view holds and leaves it empty: destroying it again has no effect.
+  ~rbData() noexcept(false);
+
+  // The fields are read by callers, so their order is part of the interface. An empty view has all
+  // of them zero; a view of a block without an address still holds the block.
+
+  REALstringStruct* string = nullptr;      ///< one reference; below version 2012.0 only
+  REALmemoryBlockStruct* block = nullptr;  ///< one reference
+  REALstringData stringData = {};          ///< from version 2012.0 on
+  bool ownsStringData = false;             ///< `stringData` is filled
+  const char* data = nullptr;
+  uint32_t length = 0;
+
+ private:
+  // The constructors start from a complete, empty view, so that one that a host call cuts short by
+  // an exception still gives everything back.
+  __attribute__((visibility("hidden"))) rbData() = default;
+};
