@@ -1,7 +1,5 @@
 #include "transforms/mirror.h"
 
-#include <cstdlib>
-
 #include "transforms/picture_scopes.h"
 #include "transforms/pixel_moves.h"
 
@@ -10,44 +8,33 @@ using namespace velpicture;
 namespace {
 
 REALpictureStruct* MirroredCopy(REALpictureStruct* picture, bool flipColumns, bool flipRows) {
-  PictureSource source(picture);
-  if (!source) return nullptr;
-  PictureEditor& pixels = source.editor();
-  return MakePicture(pixels, pixels.width, pixels.height, [&](PictureEditor& target) {
-    MirrorPixels(pixels, target, flipColumns, flipRows);
+  return MakeFrom(picture, [&](PictureEditor& source) {
+    return MakePicture(source, source.width, source.height, [&](PictureEditor& target) {
+      MirrorPixels(source, target, flipColumns, flipRows);
+    });
   });
 }
 
-/// Runs mirror(editor, row buffer) on the picture; the buffer holds one row.
-bool MirrorThroughRowBuffer(REALpictureStruct* picture, void (*mirror)(PictureEditor&, uint8_t*)) {
+/// Runs mirror(editor) on the picture itself.
+bool MirroredInPlace(REALpictureStruct* picture, void (*mirror)(PictureEditor&)) {
   EditedPicture edited(picture);
   if (!edited) return false;
-  PictureEditor& pixels = edited.editor();
-  // A stride below the pixels' bytes is no picture: the buffer must hold a whole row.
-  if (pixels.rowBytes < 0 || pixels.rowBytes / 4 < pixels.width) return false;
-  auto* const rowBuffer =
-      static_cast<uint8_t*>(std::calloc(1, static_cast<size_t>(pixels.rowBytes)));
-  if (rowBuffer == nullptr) return false;
-  mirror(pixels, rowBuffer);
-  std::free(rowBuffer);
+  mirror(edited.editor());
   return true;
 }
 
 }  // namespace
 
 bool MirrorPictureVel(REALpictureStruct* picture) {
-  return MirrorThroughRowBuffer(picture, MirrorInPlace);
+  return MirroredInPlace(picture, MirrorInPlace);
 }
 
 bool HMirrorPictureVel(REALpictureStruct* picture) {
-  EditedPicture edited(picture);
-  if (!edited) return false;
-  ReverseRowsInPlace(edited.editor());
-  return true;
+  return MirroredInPlace(picture, ReverseRowsInPlace);
 }
 
 bool VMirrorPictureVel(REALpictureStruct* picture) {
-  return MirrorThroughRowBuffer(picture, FlipRowsInPlace);
+  return MirroredInPlace(picture, FlipRowsInPlace);
 }
 
 REALpictureStruct* MirrorVel(REALpictureStruct* picture) {

@@ -7,7 +7,7 @@
 #include "host/host_types.h"
 
 // In place: whole 32-bit pixels move, so alpha travels unchanged. False, with the picture
-// unchanged, when its own pixels cannot be reached or a row buffer cannot be had.
+// unchanged, when its own pixels cannot be reached. No memory is needed.
 
 VEL_EXPORT bool MirrorPictureVel(REALpictureStruct* picture);
 VEL_EXPORT bool HMirrorPictureVel(REALpictureStruct* picture);

@@ -3,6 +3,7 @@
 // Opened pictures as scopes, and the one way in which every transform makes a new picture: open a
 // writer, fill it, render it.
 
+#include "host/host_references.h"
 #include "pixels/picture_reader.h"
 #include "pixels/picture_writers.h"
 
@@ -15,12 +16,16 @@ class PictureSource {
       : opened_(GetPictureReader(editor_, picture)) {}
   PictureSource(const PictureSource&) = delete;
   PictureSource& operator=(const PictureSource&) = delete;
-  ~PictureSource() noexcept(false) {
-    if (opened_) ClosePictureReader(editor_);
-  }
+  ~PictureSource() noexcept(false) { Close(); }
 
   explicit operator bool() const { return opened_; }
   PictureEditor& editor() { return editor_; }
+  /// Closes now instead of at the end of the scope.
+  void Close() {
+    if (!opened_) return;
+    opened_ = false;
+    ClosePictureReader(editor_);
+  }
 
  private:
   PictureEditor editor_;
@@ -78,6 +83,18 @@ REALpictureStruct* MakePicture(PictureEditor& model, int width, int height, Fill
   if (!target) return nullptr;
   fill(target.editor());
   return target.Render();
+}
+
+/// make(editor) on the opened picture, which is closed before its result is handed on; null when it
+/// cannot be opened.
+template <class Make>
+REALpictureStruct* MakeFrom(REALpictureStruct* picture, Make make) {
+  PictureSource source(picture);
+  if (!source) return nullptr;
+  // Closing calls the host, which may throw: the result must not be lost then.
+  PictureReference result(make(source.editor()));
+  source.Close();
+  return result.Release();
 }
 
 }  // namespace velpicture

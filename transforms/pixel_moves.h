@@ -5,8 +5,9 @@
 //
 // Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. Only pixels are
 // read and written: row padding stays as it is, and nothing beyond the last pixel of a row is
-// touched. Formats may differ between source and target; a pixel is then converted as GetPixel and
-// SetPixel would. Equal formats move whole words, as the format stores them.
+// touched. Formats (kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32) may differ between
+// source and target; a pixel is then converted as GetPixel and SetPixel would. Equal formats move
+// whole words, as the format stores them.
 
 #include <cstdint>
 
@@ -29,14 +30,15 @@ enum class QuarterTurn {
 /// shares no memory with it.
 void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn turn);
 
-/// Mirrors a picture of a four-byte format left to right where it stands. Words move unchanged.
+/// Mirrors a picture of a four-byte format left to right where it stands. Words move unchanged,
+/// here and below.
 void ReverseRowsInPlace(PictureEditor& picture);
 
-/// Mirrors a picture of a four-byte format top to bottom where it stands. Words move unchanged.
-/// `rowBuffer` holds one row of pixels, and its contents are lost.
-void FlipRowsInPlace(PictureEditor& picture, uint8_t* rowBuffer);
+/// Mirrors a picture of a four-byte format top to bottom where it stands. Rows change places word
+/// by word, without a buffer.
+void FlipRowsInPlace(PictureEditor& picture);
 
 /// Turns a picture of a four-byte format by a half turn where it stands; as FlipRowsInPlace.
-void MirrorInPlace(PictureEditor& picture, uint8_t* rowBuffer);
+void MirrorInPlace(PictureEditor& picture);
 
 }  // namespace velpicture

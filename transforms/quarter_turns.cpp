@@ -9,11 +9,10 @@ using namespace velpicture;
 namespace {
 
 REALpictureStruct* Turned(REALpictureStruct* picture, QuarterTurn turn) {
-  PictureSource source(picture);
-  if (!source) return nullptr;
-  PictureEditor& pixels = source.editor();
-  return MakePicture(pixels, pixels.height, pixels.width,
-                     [&](PictureEditor& target) { TurnPixels(pixels, target, turn); });
+  return MakeFrom(picture, [&](PictureEditor& source) {
+    return MakePicture(source, source.height, source.width,
+                       [&](PictureEditor& target) { TurnPixels(source, target, turn); });
+  });
 }
 
 }  // namespace

@@ -40,6 +40,15 @@ void ShearLines(int lineCount, NextOffset nextOffset, Skew skew) {
   }
 }
 
+/// MakeFrom(picture, make), which also takes over the caller's reference on the picture.
+template <class Make>
+REALpictureStruct* MakeFromTaken(REALpictureStruct* picture, Make make) {
+  PictureReference taken(picture);
+  PictureReference result(MakeFrom(picture, make));
+  taken.Reset();
+  return result.Release();
+}
+
 /// The three shears of one picture: sizes and offsets, decided once from its size and the angle.
 /// Offsets are carried from line to line where the recurrence is given, since recomputing them
 /// would round differently.
@@ -71,48 +80,44 @@ class ThreeShears {
 
   /// The columns of `sheared` sheared by the sine. Takes over the reference.
   REALpictureStruct* ShearColumns(REALpictureStruct* sheared) {
-    const PictureReference reference(sheared);
-    PictureSource source(sheared);
-    if (!source) return nullptr;
-    PictureEditor& pixels = source.editor();
-    return MakePicture(picture_, pixels.width, finalHeight_, [&](PictureEditor& target) {
-      const double sine = factors_.sine;
-      double offset = sine > 0.0 ? (width_ - 1.0) * sine : -sine * (width_ - pixels.width);
-      ShearLines(
-          pixels.width,
-          [&](int) {
-            const double current = offset;
-            offset -= sine;
-            return current;
-          },
-          [&](int first, const ShearLine* lines, int count) {
-            SkewColumns(pixels, target, first, lines, count, background_);
-          });
+    return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
+      return MakePicture(picture_, pixels.width, finalHeight_, [&](PictureEditor& target) {
+        const double sine = factors_.sine;
+        double offset = sine > 0.0 ? (width_ - 1.0) * sine : -sine * (width_ - pixels.width);
+        ShearLines(
+            pixels.width,
+            [&](int) {
+              const double current = offset;
+              offset -= sine;
+              return current;
+            },
+            [&](int first, const ShearLine* lines, int count) {
+              SkewColumns(pixels, target, first, lines, count, background_);
+            });
+      });
     });
   }
 
   /// The rows of `sheared` sheared by the half tangent again. Takes over the reference.
   REALpictureStruct* ShearRowsBack(REALpictureStruct* sheared) {
-    const PictureReference reference(sheared);
-    PictureSource source(sheared);
-    if (!source) return nullptr;
-    PictureEditor& pixels = source.editor();
-    return MakePicture(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
-      const double sine = factors_.sine;
-      const double t = factors_.halfTangent;
-      double offset = sine >= 0.0 ? (width_ - 1.0) * sine * -t
-                                  : ((1.0 - finalHeight_) - (width_ - 1.0) * sine) * t;
-      const int rowCount = pixels.height < finalHeight_ ? pixels.height : finalHeight_;
-      ShearLines(
-          rowCount,
-          [&](int) {
-            const double current = offset;
-            offset += t;
-            return current;
-          },
-          [&](int first, const ShearLine* lines, int count) {
-            SkewRows(pixels, target, first, lines, count, background_);
-          });
+    return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
+      return MakePicture(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
+        const double sine = factors_.sine;
+        const double t = factors_.halfTangent;
+        double offset = sine >= 0.0 ? (width_ - 1.0) * sine * -t
+                                    : ((1.0 - finalHeight_) - (width_ - 1.0) * sine) * t;
+        const int rowCount = pixels.height < finalHeight_ ? pixels.height : finalHeight_;
+        ShearLines(
+            rowCount,
+            [&](int) {
+              const double current = offset;
+              offset += t;
+              return current;
+            },
+            [&](int first, const ShearLine* lines, int count) {
+              SkewRows(pixels, target, first, lines, count, background_);
+            });
+      });
     });
   }
 
@@ -137,15 +142,16 @@ REALpictureStruct* QuarterTurned(REALpictureStruct* picture, int quarterTurns) {
   }
 }
 
+/// Takes over the reference on the picture.
 REALpictureStruct* ShearRotated(REALpictureStruct* picture, double angleDegrees, Rgba background) {
-  PictureSource source(picture);
-  if (!source) return nullptr;
-  ThreeShears shears(source.editor(), angleDegrees, background);
-  REALpictureStruct* const first = shears.ShearRows();
-  if (first == nullptr) return nullptr;
-  REALpictureStruct* const second = shears.ShearColumns(first);
-  if (second == nullptr) return nullptr;
-  return shears.ShearRowsBack(second);
+  return MakeFromTaken(picture, [&](PictureEditor& source) -> REALpictureStruct* {
+    ThreeShears shears(source, angleDegrees, background);
+    REALpictureStruct* const first = shears.ShearRows();
+    if (first == nullptr) return nullptr;
+    REALpictureStruct* const second = shears.ShearColumns(first);
+    if (second == nullptr) return nullptr;
+    return shears.ShearRowsBack(second);
+  });
 }
 
 [[gnu::noinline]] REALpictureStruct* Rotate(REALpictureStruct* picture, double angle,
@@ -158,13 +164,12 @@ REALpictureStruct* ShearRotated(REALpictureStruct* picture, double angleDegrees,
                                        : QuarterTurned(picture, reduction.quarterTurns);
   }
   if (picture == nullptr) return nullptr;
-  const PictureReference working =
-      reduction.quarterTurns == 0
-          ? PictureReference::Retained(picture)
-          : PictureReference(QuarterTurned(picture, reduction.quarterTurns));
-  if (!working) return nullptr;
+  REALpictureStruct* const working = reduction.quarterTurns == 0
+                                         ? PictureReference::Retained(picture).Release()
+                                         : QuarterTurned(picture, reduction.quarterTurns);
+  if (working == nullptr) return nullptr;
   const Rgba color = UnpackColor(background, static_cast<int>(background >> 24));
-  return ShearRotated(working.get(), reduction.angleDegrees, color);
+  return ShearRotated(working, reduction.angleDegrees, color);
 }
 
 }  // namespace

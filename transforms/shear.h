@@ -18,6 +18,7 @@
 
 #include "host/export.h"
 #include "pixels/picture_editor.h"
+#include "transforms/kernels/shear_kernels.h"
 
 /// Shears one row, or one column. 0 <= weight <= 1; the background's channels are 0 to 255.
 VEL_EXPORT void SkewRow(PictureEditor& source, PictureEditor& destination, int line, int offset,
@@ -26,10 +27,6 @@ VEL_EXPORT void SkewColumn(PictureEditor& source, PictureEditor& destination, in
                            double weight, int red, int green, int blue, int alpha);
 
 namespace velpicture {
-struct ShearLine {
-  int offset;
-  double weight;
-};
 
 /// Lines to hand over at a time: columns are sheared fastest in blocks that are wide and whose
 /// offsets change little from one to the next.

@@ -1,0 +1,283 @@
+// The vector variants of the shears against the plain rule, byte for byte, and the multipliers
+// against the products in double. Pixels lie between pages that may not be touched, destinations
+// are poisoned, and every failure prints the seed of its case.
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "transforms/kernels/shear_kernels.h"
+
+namespace velpicture {
+namespace {
+
+constexpr uint32_t kFormats[] = {8, 11, 14, 15};
+
+int BytesPerPixel(uint32_t type) { return type == 11 ? 3 : 4; }
+
+/// Bytes that end, or begin, right at a page that may not be touched.
+class GuardedBytes {
+ public:
+  GuardedBytes(size_t size, bool atEnd, int misalignment)
+      : page_(sysconf(_SC_PAGESIZE)), size_(size) {
+    const size_t pages = (size + misalignment + page_ - 1) / page_ + 1;
+    mapped_ = (pages + 2) * page_;
+    base_ = static_cast<uint8_t*>(
+        mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    mprotect(base_, page_, PROT_NONE);
+    mprotect(base_ + mapped_ - page_, page_, PROT_NONE);
+    bytes_ = atEnd ? base_ + mapped_ - page_ - size : base_ + page_ + misalignment;
+  }
+  GuardedBytes(const GuardedBytes&) = delete;
+  GuardedBytes& operator=(const GuardedBytes&) = delete;
+  ~GuardedBytes() { munmap(base_, mapped_); }
+  uint8_t* data() { return bytes_; }
+  size_t size() const { return size_; }
+
+ private:
+  size_t page_, mapped_, size_;
+  uint8_t* base_;
+  uint8_t* bytes_;
+};
+
+class Random {
+ public:
+  explicit Random(uint32_t seed) : engine_(seed) {}
+  int Int(int low, int high) {
+    return low + static_cast<int>(engine_() % static_cast<uint32_t>(high - low + 1));
+  }
+  uint32_t Word() { return static_cast<uint32_t>(engine_()); }
+  /// Often one that has no multiplier, and now and then 0 or 1.
+  double Weight() {
+    const double fraction = static_cast<double>(Int(0, 16)) / 16.0;
+    switch (Int(0, 5)) {
+      case 0:
+        return fraction;
+      case 1:
+        return std::fabs(std::nextafter(fraction, 0.5));
+      case 2:
+        return static_cast<double>(Int(1, 254)) / 255.0;
+      default:
+        return Word() * 0x1p-32;
+    }
+  }
+  void Fill(uint8_t* bytes, size_t size) {
+    const bool extreme = Int(0, 3) == 0;
+    for (size_t i = 0; i < size; ++i) {
+      bytes[i] = static_cast<uint8_t>(extreme ? -(Word() & 1) : Word() >> 8);
+    }
+  }
+
+ private:
+  std::mt19937 engine_;
+};
+
+struct Picture {
+  Picture(Random& random, uint32_t pixelType, int columns, int rows)
+      : type(pixelType),
+        width(columns),
+        height(rows),
+        stride(columns * BytesPerPixel(pixelType) + (random.Int(0, 1) ? random.Int(0, 70) : 0)),
+        // The last row is no longer than its pixels.
+        bytes(rows == 0
+                  ? 0
+                  : static_cast<size_t>(stride) * (rows - 1) + columns * BytesPerPixel(pixelType),
+              random.Int(0, 1) != 0, random.Int(0, 63)) {
+    random.Fill(bytes.data(), bytes.size());
+  }
+  uint8_t* Row(int y) { return bytes.data() + static_cast<ptrdiff_t>(stride) * y; }
+
+  uint32_t type;
+  int width, height, stride;
+  GuardedBytes bytes;
+};
+
+class ShearKernelsTest : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    const std::string name = GetParam();
+    if (name == "sse2") kernels_ = &sse2::kShearKernels;
+    if (name == "avx2" && __builtin_cpu_supports("avx2")) kernels_ = &avx2::kShearKernels;
+    if (name == "avx512" && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512vl")) {
+      kernels_ = &avx512::kShearKernels;
+    }
+    if (kernels_ == nullptr) GTEST_SKIP() << "this machine has no " << name;
+  }
+
+  /// Runs shear(kernels, destination) with the plain kernels and with the variant's.
+  template <class Shear>
+  void ExpectSameBytes(Picture& destination, Shear shear) {
+    const std::vector<uint8_t> poison(destination.bytes.data(),
+                                      destination.bytes.data() + destination.bytes.size());
+    shear(plain::kShearKernels);
+    const std::vector<uint8_t> expected(destination.bytes.data(),
+                                        destination.bytes.data() + destination.bytes.size());
+    std::copy(poison.begin(), poison.end(), destination.bytes.data());
+    shear(*kernels_);
+    for (size_t i = 0; i < expected.size(); ++i) {
+      ASSERT_EQ(expected[i], destination.bytes.data()[i])
+          << "row " << i / destination.stride << " byte " << i % destination.stride;
+    }
+  }
+
+  void CheckRow(uint32_t seed, uint32_t from, uint32_t to, int sourceWidth) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed << " formats " << from << " to " << to
+                                    << " width " << sourceWidth);
+    Random random(seed);
+    Picture source(random, from, sourceWidth, 1);
+    Picture destination(random, to, std::max(0, sourceWidth + random.Int(-20, 20)), 1);
+    const int least = -sourceWidth - 1;
+    const int offset = random.Int(0, 1) ? random.Int(least, destination.width)
+                                        : std::clamp(random.Int(-4, 4), least, destination.width);
+    const double weight = random.Weight();
+    const RowShear row{source.Row(0),
+                       source.width,
+                       from,
+                       destination.Row(0),
+                       destination.width,
+                       to,
+                       offset,
+                       weight,
+                       kernels_->multiplier(weight),
+                       random.Word(),
+                       random.Int(0, 1) != 0};
+    ExpectSameBytes(destination, [&](const ShearKernels& kernels) { kernels.shearRow(row); });
+  }
+
+  void CheckColumns(uint32_t seed, uint32_t from, uint32_t to, int width, int height) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed << " formats " << from << " to " << to
+                                    << " size " << width << " x " << height);
+    Random random(seed);
+    Picture source(random, from, width, height);
+    Picture destination(random, to, width, std::max(1, height + random.Int(-20, 60)));
+    // Offsets as a rotation makes them, in either direction, and now and then a leap.
+    const bool leaps = random.Int(0, 3) == 0;
+    const double sine = random.Int(-707, 707) / 1000.0;
+    double offset = random.Int(-height / 2, height / 2) + random.Weight();
+    std::vector<ShearLine> lines;
+    std::vector<uint16_t> multipliers;
+    for (int j = 0; j < width; ++j) {
+      offset += sine;
+      if (leaps && random.Int(0, 9) == 0) offset += random.Int(-30, 30);
+      const double weight = random.Int(0, 7) == 0 ? random.Weight() : offset - std::floor(offset);
+      lines.push_back({static_cast<int>(std::floor(offset)), weight});
+      multipliers.push_back(kernels_->multiplier(weight));
+    }
+    int least = lines[0].offset, greatest = least;
+    for (const ShearLine& line : lines) {
+      least = std::min(least, line.offset);
+      greatest = std::max(greatest, line.offset);
+    }
+    std::vector<int> delays;
+    for (const ShearLine& line : lines) delays.push_back(greatest - line.offset + 1);
+    std::vector<const uint8_t*> sourceRows;
+    std::vector<uint8_t*> destinationRows;
+    for (int i = -greatest - 1; i < destination.height - least; ++i) {
+      sourceRows.push_back(i >= 0 && i < height ? source.Row(i) : nullptr);
+    }
+    for (int y = 0; y < destination.height; ++y) destinationRows.push_back(destination.Row(y));
+    const ColumnShear columns{
+        sourceRows.data(),  from,          destinationRows.data(), to,
+        destination.height, width,         delays.data(),          lines.data(),
+        multipliers.data(), random.Word(), random.Int(0, 1) != 0};
+    ExpectSameBytes(destination,
+                    [&](const ShearKernels& kernels) { kernels.shearColumns(columns); });
+  }
+
+  const ShearKernels* kernels_ = nullptr;
+};
+
+TEST_P(ShearKernelsTest, RowsEqualThePlainRule) {
+  uint32_t seed = 0;
+  for (uint32_t from : kFormats) {
+    for (uint32_t to : kFormats) {
+      for (int width = 0; width <= 3 * 64 + 1; width += width < 50 ? 1 : 7) {
+        for (int repeat = 0; repeat < 4; ++repeat) CheckRow(++seed, from, to, width);
+      }
+      CheckRow(++seed, from, to, 1601);
+      if (HasFailure()) return;
+    }
+  }
+}
+
+TEST_P(ShearKernelsTest, ColumnsEqualThePlainRule) {
+  uint32_t seed = 1000000;
+  for (uint32_t from : kFormats) {
+    for (uint32_t to : kFormats) {
+      for (int width = 1; width <= 3 * 64 + 1; width += width < 50 ? 1 : 11) {
+        ++seed;
+        CheckColumns(seed, from, to, width, Random(seed).Int(0, 120));
+      }
+      CheckColumns(++seed, from, to, 1024, 37);
+      if (HasFailure()) return;
+    }
+  }
+}
+
+/// Whether the multiplier gives the rule's step for every pair of channels whose difference is a
+/// multiple of `stride`, and for every difference from 0.
+bool GivesTheRule(uint16_t multiplier, double weight, int stride) {
+  double products[256];
+  for (int c = 0; c < 256; ++c) products[c] = c * weight;
+  for (int d = 0; d < 256; ++d) {
+    const int step = d * multiplier >> 16;
+    for (int c = d; c < (d % stride == 0 ? 256 : d + 1); ++c) {
+      if (static_cast<int>(products[c] - products[c - d]) != step ||
+          static_cast<int>(products[c - d] - products[c]) != -step) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+TEST_P(ShearKernelsTest, MultipliersEqualDoublesAtAndBesideEveryFraction) {
+  // How far beside, as a power of two; below -53 the sum is the fraction itself.
+  std::vector<double> distances = {0.0};
+  for (int exponent : {-54, -52, -48, -46, -45, -44, -43, -32}) {
+    distances.insert(distances.end(), {std::ldexp(1.0, exponent), -std::ldexp(1.0, exponent)});
+  }
+  for (int q = 1; q <= 255; ++q) {
+    for (int p = 0; p <= q; ++p) {
+      if (std::gcd(p, q) != 1) continue;
+      for (double distance : distances) {
+        const double weight = static_cast<double>(p) / q + distance;
+        if (weight < 0.0 || weight >= 1.0) continue;
+        const uint16_t multiplier = kernels_->multiplier(weight);
+        // Only beside a fraction may there be none, or the slow path would be the usual one.
+        if (multiplier == kNoMultiplier) {
+          ASSERT_LT(std::fabs(distance), 0x1p-43) << p << '/' << q << " + " << distance;
+        } else {
+          ASSERT_TRUE(GivesTheRule(multiplier, weight, q)) << p << '/' << q << " + " << distance;
+        }
+      }
+    }
+  }
+}
+
+TEST_P(ShearKernelsTest, MultipliersEqualDoublesForRandomWeights) {
+  Random random(7);
+  for (int i = 0; i < 500; ++i) {
+    const double weight = (random.Word() + random.Word() * 0x1p-32) * 0x1p-32;
+    const uint16_t multiplier = kernels_->multiplier(weight);
+    if (multiplier == kNoMultiplier) continue;
+    ASSERT_TRUE(GivesTheRule(multiplier, weight, 1)) << weight;
+  }
+  EXPECT_EQ(kernels_->multiplier(0.0), 0);
+  EXPECT_EQ(kernels_->multiplier(1.0), kNoMultiplier);
+  EXPECT_EQ(kernels_->multiplier(0.5), 32768);
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, ShearKernelsTest, testing::Values("sse2", "avx2", "avx512"),
+                         [](const auto& variant) { return std::string(variant.param); });
+
+}  // namespace
+}  // namespace velpicture

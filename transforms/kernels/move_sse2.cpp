@@ -1,0 +1,15 @@
+// The pixel moves for any processor that this library runs on: four words in a vector.
+
+#define VEL_VARIANT sse2
+#include "transforms/kernels/words_sse2_impl.h"
+
+namespace velpicture::sse2 {
+namespace {
+
+using Vector = Sse2Words;
+using Rgb = Sse2Rgb;
+
+}  // namespace
+}  // namespace velpicture::sse2
+
+#include "transforms/kernels/move_kernels_impl.h"

@@ -1,0 +1,82 @@
+#include "transforms/kernels/shear_multiplier.h"
+
+#include "transforms/kernels/shear_kernels.h"
+
+namespace velpicture {
+namespace {
+
+constexpr int kMaxDifference = 255;
+
+// Products below 256 are off by 2^-46 at most, and so is their difference: three roundings together
+// stay below 2^-44.
+constexpr double kDoubt = 0x1p-44;
+
+struct Fraction {
+  int numerator;
+  int denominator;
+};
+
+/// Computes weight·denominator − numerator without cancellation: the upper part of the weight has
+/// 40 fractional bits, so its product is exact.
+class ScaledWeight {
+ public:
+  explicit ScaledWeight(double weight)
+      : high_((weight + 0x1.8p12) - 0x1.8p12), low_(weight - high_) {}
+  double Excess(Fraction fraction) const {
+    return (high_ * fraction.denominator - fraction.numerator) + low_ * fraction.denominator;
+  }
+
+ private:
+  double high_;
+  double low_;
+};
+
+/// How often `step`'s denominator can be added to `from`'s, and no more than `ratio` times.
+int StepCount(Fraction from, Fraction step, double ratio) {
+  const int room = (kMaxDifference - from.denominator) / step.denominator;
+  return ratio < room ? static_cast<int>(ratio) : room;
+}
+
+Fraction Advanced(Fraction from, Fraction step, int count) {
+  return {from.numerator + count * step.numerator, from.denominator + count * step.denominator};
+}
+
+}  // namespace
+
+uint16_t MultiplierByFractions(double weight) {
+  if (weight >= 1.0) return kNoMultiplier;
+  // Down the Stern-Brocot tree, a run of equal turns at a time, to the neighbouring fractions
+  // lower <= weight < upper.
+  const ScaledWeight scaled(weight);
+  Fraction lower{0, 1};
+  Fraction upper{1, 1};
+  double excess = scaled.Excess(lower);
+  double lack = -scaled.Excess(upper);
+  while (lower.denominator + upper.denominator <= kMaxDifference) {
+    if (lack <= 0.0) return kNoMultiplier;
+    if (excess >= lack) {
+      const int count = StepCount(lower, upper, excess / lack);
+      Fraction next = Advanced(lower, upper, count);
+      if (scaled.Excess(next) < 0.0) next = Advanced(lower, upper, count - 1);
+      if (next.denominator == lower.denominator) return kNoMultiplier;
+      lower = next;
+      excess = scaled.Excess(lower);
+    } else {
+      // An excess of zero makes the ratio infinite, which the room limits.
+      const int count = StepCount(upper, lower, lack / excess);
+      Fraction next = Advanced(upper, lower, count);
+      if (scaled.Excess(next) >= 0.0) next = Advanced(upper, lower, count - 1);
+      if (next.denominator == upper.denominator) return kNoMultiplier;
+      upper = next;
+      lack = -scaled.Excess(upper);
+    }
+  }
+  // A weight that is the lower fraction exactly is a multiple of 1/128 at the finest, and then no
+  // product is rounded at all.
+  const bool lowerDecided = lower.numerator == 0 || excess == 0.0 || excess >= kDoubt;
+  if (!lowerDecided || lack < kDoubt) return kNoMultiplier;
+  return static_cast<uint16_t>((lower.numerator * 65536 + lower.denominator - 1) /
+                               lower.denominator);
+}
+
+}  // namespace velpicture
