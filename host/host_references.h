@@ -5,6 +5,7 @@
 // destructor is not noexcept.
 
 #include "host/host_calls.h"
+#include "host/host_entry.h"
 
 namespace velpicture {
 
@@ -19,15 +20,21 @@ inline REALobjectStruct* AsObject(REALmemoryBlockStruct* block) {
 }
 inline REALobjectStruct* AsObject(REALobjectStruct* object) { return object; }
 
+/// False on a host that lacks the entry. A reference that was never taken must not be given back.
+inline bool HostLocksObjects() {
+  return hostEntry<"REALLockObject", void(REALobjectStruct*)>.Address() != nullptr;
+}
+
 /// Owns one reference on a host object, or null.
 template <class Handle>
 class HostReference {
  public:
   /// Takes over a reference that the caller holds.
   explicit HostReference(Handle* handle) : handle_(handle) {}
-  /// Adds a reference of its own.
+  /// Adds a reference of its own; null where the host cannot.
   static HostReference Retained(Handle* handle) {
-    if (handle != nullptr) REALLockObject(AsObject(handle));
+    if (handle == nullptr || !HostLocksObjects()) return HostReference(nullptr);
+    REALLockObject(AsObject(handle));
     return HostReference(handle);
   }
   HostReference(const HostReference&) = delete;

@@ -25,8 +25,10 @@ struct PixelBuffer {
   int rowBytes;
 };
 
-void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
-  REALLockObject(AsObject(picture));
+/// False, with nothing filled in, when no reference on the picture can be had.
+bool FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
+  PictureReference reference = PictureReference::Retained(picture);
+  if (!reference) return false;
   editor.pixelType = buffer.type;
   editor.bytesPerPixel = buffer.type == kPixelRgb24 ? 3 : 4;
   editor.baseAddress = buffer.pixels;
@@ -34,9 +36,10 @@ void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBu
   editor.width = buffer.width;
   editor.height = buffer.height;
   editor.rowBytes = buffer.rowBytes;
-  editor.picture = picture;
+  editor.picture = reference.Release();
   editor.accessX = 0;
   editor.accessY = 0;
+  return true;
 }
 
 /// The surface behind a Cairo context; false when there is none with pixels.
@@ -63,7 +66,7 @@ Attempt OpenCairo(PictureEditor& editor, REALpictureStruct* picture) {
   PixelBuffer buffer{};
   buffer.type = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
   if (!DescribeSurface(description.data, buffer)) return Attempt::kRefused;
-  FillEditor(editor, picture, buffer);
+  if (!FillEditor(editor, picture, buffer)) return Attempt::kRefused;
   lock.Keep();
   return Attempt::kOpened;
 }
@@ -103,9 +106,11 @@ Attempt OpenGdk(PictureEditor& editor, REALpictureStruct* picture) {
   if (pixbuf.get() == nullptr) return Attempt::kRefused;
   uint8_t* const pixels = _gdk_pixbuf_get_pixels(pixbuf.get());
   if (pixels == nullptr) return Attempt::kRefused;
-  FillEditor(editor, picture,
-             {kPixelRgb24, pixels, description.width, description.height,
-              _gdk_pixbuf_get_rowstride(pixbuf.get())});
+  if (!FillEditor(editor, picture,
+                  {kPixelRgb24, pixels, description.width, description.height,
+                   _gdk_pixbuf_get_rowstride(pixbuf.get())})) {
+    return Attempt::kRefused;
+  }
   editor.pixbuf = pixbuf.Release();
   lock.Keep();
   return Attempt::kOpened;
@@ -126,8 +131,10 @@ bool OpenConsole(PictureEditor& editor, REALpictureStruct* picture) {
   // The byte width of a row wraps with the host's own 32-bit arithmetic; rows are never reached
   // through it, since the row table has their addresses.
   const auto rowBytes = static_cast<int>(static_cast<uint32_t>(description.width) * 4);
-  FillEditor(editor, picture,
-             {kPixelConsole, firstRow, description.width, description.height, rowBytes});
+  if (!FillEditor(editor, picture,
+                  {kPixelConsole, firstRow, description.width, description.height, rowBytes})) {
+    return false;
+  }
   editor.rowTable = block->rowTable;
   lock.Keep();
   return true;

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "host/host_calls.h"
+#include "host/host_entry.h"
 #include "host/host_references.h"
 #include "text/legacy_string.h"
 #include "text/ownership.h"
@@ -13,6 +14,7 @@
 #include "text/string_data.h"
 
 using velpicture::HeapBytes;
+using velpicture::hostEntry;
 using velpicture::HostReference;
 using velpicture::LoadUnaligned;
 using velpicture::StringReference;
@@ -143,8 +145,12 @@ void RaiseException(const char* className, const char* message) {
   HostReference<REALobjectStruct> exception(NewException(className));
   if (!exception) return;
   const StringReference text(CString2RBmax(message, kEncodingAscii, 0));
-  // Raising passes the instance on to the host, which looks at its message only later.
-  REALobjectStruct* const raised = exception.Release();
+  REALobjectStruct* const raised = exception.get();
+  // Raising passes the instance on to the host, which looks at its message only later; a host that
+  // cannot raise leaves it with us.
+  if (hostEntry<"RuntimeRaiseException", void(REALobjectStruct*)>.Address() != nullptr) {
+    exception.Release();
+  }
   REALRaiseException(raised);
   REALSetPropValue(raised, "Message", text.get());
 }

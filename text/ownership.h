@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "host/host_calls.h"
+#include "host/host_entry.h"
 
 namespace velpicture {
 
@@ -16,6 +17,16 @@ class StringReference {
  public:
   /// Takes over a reference that the caller holds.
   explicit StringReference(REALstringStruct* string) : string_(string) {}
+  /// Adds a reference of its own; null where the host cannot, since what was never taken must not
+  /// be given back.
+  static StringReference Retained(REALstringStruct* string) {
+    if (string == nullptr ||
+        hostEntry<"REALLockString", void(REALstringStruct*)>.Address() == nullptr) {
+      return StringReference(nullptr);
+    }
+    REALLockString(string);
+    return StringReference(string);
+  }
   StringReference(const StringReference&) = delete;
   StringReference& operator=(const StringReference&) = delete;
   ~StringReference() noexcept(false) { Reset(); }

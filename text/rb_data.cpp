@@ -21,9 +21,8 @@ static_assert(offsetof(rbData, length) == 36);
 
 rbData::rbData(REALmemoryBlockStruct* viewed, unsigned int offset, unsigned int viewedLength)
     : rbData() {
-  if (viewed == nullptr) return;
-  REALLockObject(velpicture::AsObject(viewed));
-  block = viewed;
+  block = HostReference<REALmemoryBlockStruct>::Retained(viewed).Release();
+  if (block == nullptr) return;
 
   if (viewedLength == 0) {
     // A block of foreign memory may not know its size and say so with a negative one.
@@ -46,8 +45,8 @@ rbData::rbData(REALstringStruct* viewed) : rbData() {
     data = stringData.data;
     length = stringData.length;
   } else {
-    REALLockString(viewed);
-    string = viewed;
+    string = StringReference::Retained(viewed).Release();
+    if (string == nullptr) return;
     const velpicture::TextBytes bytes = velpicture::LegacyBytes(viewed);
     data = bytes.data;
     length = bytes.length;

@@ -109,9 +109,8 @@ rbText::rbText(REALstringStruct* string) : rbText() {
   if (REALGetStringEncoding(string) == kEncodingUndefined) {
     const rbData raw(string);
     source = REALBuildUnicodeString(raw.data, static_cast<int>(raw.length), kEncodingWindowsLatin1);
-  } else if (string != nullptr) {
-    REALLockString(string);
-    source = string;
+  } else {
+    source = StringReference::Retained(string).Release();
   }
 }
 

@@ -3,6 +3,8 @@
 // The plugin's two view classes as a caller without their headers sees them: memory of their size,
 // exported members, and fields at known offsets.
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <ostream>

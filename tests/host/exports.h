@@ -1,0 +1,61 @@
+#pragma once
+
+// The exports of the shared object: what exported_names.txt says of them, and what the file has.
+
+#include <cxxabi.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+struct TableRow {
+  /// With parameters: "REALAddStrings(REALstringStruct*, REALstringStruct*)".
+  std::string name;
+  /// For a plain wrapper of a host function, the entry and "nothing", "word" or "boolean".
+  std::string entry;
+  std::string result;
+};
+
+inline std::vector<TableRow> ReadExportTable() {
+  std::vector<TableRow> rows;
+  std::ifstream table(std::filesystem::path(__FILE__).replace_filename("exported_names.txt"));
+  for (std::string line; std::getline(table, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    TableRow& row = rows.emplace_back();
+    const size_t mark = line.find(" = ");
+    row.name = line.substr(0, mark);
+    if (mark == std::string::npos) continue;
+    const size_t space = line.rfind(' ');
+    row.entry = line.substr(mark + 3, space - mark - 3);
+    row.result = line.substr(space + 1);
+  }
+  return rows;
+}
+
+/// The lines that a command prints.
+inline std::vector<std::string> LinesOf(const std::string& command) {
+  std::vector<std::string> lines;
+  FILE* const pipe = popen(command.c_str(), "r");
+  for (char line[512]; std::fgets(line, sizeof line, pipe) != nullptr;) {
+    lines.emplace_back(line, std::string_view(line).find('\n'));
+  }
+  if (pclose(pipe) != 0) lines.clear();
+  return lines;
+}
+
+/// The exported symbols by their readable names.
+inline std::multimap<std::string, std::string> ExportedSymbols() {
+  std::multimap<std::string, std::string> symbols;
+  for (const std::string& symbol :
+       LinesOf("nm -D --defined-only --format=posix " VEL_PLUGIN " | cut -d' ' -f1")) {
+    int status = 0;
+    char* const name = abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status);
+    symbols.emplace(name != nullptr ? name : symbol, symbol);
+    std::free(name);
+  }
+  return symbols;
+}

@@ -1,0 +1,258 @@
+// Start-up: the order in which the host is asked, what is registered for which host version, and
+// the functions that adjust records and tell kinds of application apart.
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <cstring>
+#include <limits>
+#include <map>
+
+#include "tests/host/plugin_function.h"
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr uint32_t kSafe = 0x4, kOnly = 0x8, kWebOnly = 0x100;
+constexpr uint32_t kMarkSafe = 0x40000, kMarkOnly = 0x80000;
+
+std::string Looks(const sim::Log& log) {
+  std::string text;
+  for (const sim::LogLine& line : log.lines) {
+    text += (line.kind == sim::LogLine::kLookup ? "?" : "") + line.name + " ";
+  }
+  return text;
+}
+
+struct VersionCase {
+  double version;
+  bool reported;
+  bool eightDigits;
+  bool consoleBits;
+};
+
+class StartUp : public testing::TestWithParam<VersionCase> {};
+
+TEST_P(StartUp, RegistersWhatTheVersionAsksFor) {
+  const VersionCase& param = GetParam();
+  sim::Settings settings{.version = param.version};
+  if (!param.reported) settings.missing = {"REALGetRBVersion"};
+  const Session session(settings);
+
+  EXPECT_EQ(Looks(session.host.log),
+            std::string("?RegisterPluginVersion RegisterPluginVersion ?REALGetRBVersion ") +
+                (param.reported ? "REALGetRBVersion " : "") +
+                "?PluginRegisterClassExtension PluginRegisterClassExtension ");
+  const auto version = Variable<double>(session.plugin, "rbversion_rbversion");
+  EXPECT_EQ(std::memcmp(&version, &param.version, sizeof version), 0) << version;
+
+  const std::pair<std::string, const char*> rows[] = {
+      {std::string("RotateVel(angle as double, background as color = &cFFFFFF") +
+           (param.eightDigits ? "FF" : "") + ") as picture",
+       "_Z8rbRotateP17REALpictureStructdm"},
+      {"Rotate90Vel as picture", "_Z10rbRotate90P17REALpictureStruct"},
+      {"Rotate180Vel as picture", "_Z11rbRotate180P17REALpictureStruct"},
+      {"Rotate270Vel as picture", "_Z11rbRotate270P17REALpictureStruct"},
+      {"RotateMemoryVel(angle as double) as Int64", "_Z14rbRotateMemoryP17REALpictureStructd"},
+      {"MirrorVel as picture", "_Z9MirrorVelP17REALpictureStruct"},
+      {"VMirrorVel as picture", "_Z10VMirrorVelP17REALpictureStruct"},
+      {"HMirrorVel as picture", "_Z10HMirrorVelP17REALpictureStruct"},
+      {"MirrorPictureVel as boolean", "_Z16MirrorPictureVelP17REALpictureStruct"},
+      {"VMirrorPictureVel as boolean", "_Z17VMirrorPictureVelP17REALpictureStruct"},
+      {"HMirrorPictureVel as boolean", "_Z17HMirrorPictureVelP17REALpictureStruct"},
+      {"CloneVel as picture", "_Z14rbClonePictureP17REALpictureStruct"},
+      {"CloneVel(width as integer, height as integer) as picture",
+       "_Z15rbClonePicture2P17REALpictureStructll"},
+      {"BitmapVel as picture", "_Z15rbBitmapPictureP17REALpictureStruct"},
+  };
+  const uint32_t flags = kMarkSafe | (param.consoleBits ? kSafe : 0);
+  uint32_t words[25];
+  std::memcpy(words, session.host.extension, sizeof words);
+  EXPECT_STREQ(reinterpret_cast<const char*>(words[1]), "Picture");
+  const auto* const methods = reinterpret_cast<const REALmethodDefinition*>(words[9]);
+  std::map<int, uint32_t> expected = {{0, 9}, {1, words[1]}, {9, words[9]}, {10, 14}, {20, flags}};
+  for (int i = 0; i < 25; ++i) EXPECT_EQ(words[i], expected[i]) << "word " << i;
+  for (int i = 0; i < 14; ++i) {
+    EXPECT_EQ(methods[i].declaration, rows[i].first);
+    EXPECT_EQ(methods[i].function, session.plugin.Address(rows[i].second)) << rows[i].first;
+    EXPECT_EQ(methods[i].secondFunction, nullptr);
+    EXPECT_EQ(methods[i].flags, flags);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Versions, StartUp,
+    testing::Values(VersionCase{0.0, false, false, false}, VersionCase{0.0, true, false, false},
+                    VersionCase{2010.028, true, false, false},
+                    VersionCase{2010.029, true, false, true},
+                    VersionCase{2011.03, true, false, true}, VersionCase{2011.04, true, true, true},
+                    VersionCase{2012.0, true, true, true}, VersionCase{kNaN, true, true, true}));
+
+TEST(StartUpTest, AHostWithoutVersionRegistryIsServedAllTheSame) {
+  sim::Host host({.missing = {"RegisterPluginVersion"}});
+  // The host would not take a record from a plugin that has not declared its version.
+  const auto& registered = host.Record("PluginRegisterClassExtension").calls;
+  sim::Plugin plugin(VEL_PLUGIN);
+  plugin.Start(host);
+  EXPECT_EQ(registered.size(), 1U);
+  EXPECT_EQ(Variable<double>(plugin, "rbversion_rbversion"), 2012.01);
+  host.log.Clear();
+  const auto resolve = Function<void*(const char*)>(plugin, "HCallResolver");
+  EXPECT_EQ(resolve("RegisterPluginVersion"), nullptr);
+  EXPECT_EQ(resolve("newPicture"), resolve("newPicture"));
+  EXPECT_NE(resolve("newPicture"), nullptr);
+  EXPECT_EQ(host.log.lines.size(), 4U);
+}
+
+/// Entry i of a fresh list is marked as safe for odd i and as console-only from 2 on.
+constexpr uint32_t FreshFlags(uint32_t i) {
+  return 0x80000001 | (i & 1 ? kMarkSafe : 0) | (i & 2 ? kMarkOnly : 0);
+}
+
+struct Lists {
+  Lists() {
+    for (uint32_t i = 0; i < 4; ++i) {
+      for (auto& list : methods) list[i].flags = FreshFlags(i);
+      for (auto& list : members) list[i].flags = FreshFlags(i);
+    }
+  }
+  REALmethodDefinition methods[2][4] = {};
+  REALmemberDefinition members[2][4] = {};
+};
+
+/// What the four entries gained: nothing, the bit for safe, that for only, both, something else.
+template <class Entry>
+std::string Gained(const Entry (&list)[4]) {
+  std::string text;
+  for (uint32_t i = 0; i < 4; ++i) {
+    const uint32_t bits = list[i].flags ^ FreshFlags(i);
+    text += bits % 4 != 0 || bits > 12 ? '?' : "-sob"[bits / 4];
+  }
+  return text;
+}
+
+TEST(ConsoleFlags, AreTranslatedInEveryListOnNewHosts) {
+  for (const double version : {2010.028, 2010.029, kNaN}) {
+    SCOPED_TRACE(version);
+    const bool isNew = !(version < 2010.029);
+    const Session session({.version = version});
+    const auto expect = [isNew](const auto& list, const char* gained) {
+      EXPECT_EQ(Gained(list), isNew ? gained : "----");
+    };
+    using Rows = REALmethodDefinition;
+    const auto fixRow = Function<void(Rows*)>(session.plugin, "FixConsoleFlags");
+    const auto fixRows = Function<void(Rows*, long)>(session.plugin, "FixConsoleFlags");
+    const auto fixClass = Function<void(REALclassDefinition*)>(session.plugin, "FixConsoleFlags");
+    const auto fixModule = Function<void(REALmoduleDefinition*)>(session.plugin, "FixConsoleFlags");
+
+    Lists rows;
+    fixRow(&rows.methods[0][3]);
+    expect(rows.methods[0], "---b");
+    for (const long count : {0L, -1L}) fixRows(rows.methods[1], count);
+    fixRows(nullptr, 4);
+    expect(rows.methods[1], "----");
+    fixRows(rows.methods[1], 2);
+    expect(rows.methods[1], "-s--");
+
+    Lists lists;
+    REALclassDefinition record{};
+    record.members = lists.members[0], record.memberCount = 2;
+    record.methods = lists.methods[0], record.methodCount = 3;
+    record.sharedMembers = lists.members[1], record.sharedMemberCount = 4;
+    record.sharedMethods = lists.methods[1], record.sharedMethodCount = -1;
+    record.flags = kMarkOnly;
+    fixClass(&record);
+    EXPECT_EQ(record.flags, kMarkOnly | (isNew ? kOnly : 0));
+    expect(lists.members[0], "-s--");
+    expect(lists.methods[0], "-so-");
+    expect(lists.members[1], "-sob");
+    expect(lists.methods[1], "----");
+    record.methods = nullptr, record.sharedMethodCount = 4;
+    fixClass(&record);
+    expect(lists.methods[1], "-sob");
+
+    Lists more;
+    constexpr uint32_t kOwn = kMarkSafe | kMarkOnly;  // the module's own words are no flags
+    REALmoduleDefinition module{{kOwn, kOwn}, more.methods[0], 4, {kOwn, kOwn}, more.members[0], 2};
+    const REALmoduleDefinition before = module;
+    fixModule(&module);
+    expect(more.methods[0], "-sob");
+    expect(more.members[0], "-s--");
+    EXPECT_EQ(std::memcmp(&module, &before, sizeof module), 0);
+  }
+}
+
+TEST(ConsoleFlags, ClassesAreMarkedDirectly) {
+  const Session session;
+  const auto safe = Function<void(REALclassDefinition*)>(session.plugin, "SetClassConsoleSafe");
+  const auto web = Function<void(REALclassDefinition*)>(session.plugin, "SetClassWebOnly");
+  REALclassDefinition record{};
+  record.flags = 0x10C;
+  web(&record);
+  EXPECT_EQ(record.flags, 0x104U);
+  record.flags = ~(kWebOnly | kSafe);
+  web(&record);
+  EXPECT_EQ(record.flags, ~(kSafe | kOnly));
+  safe(&record);
+  EXPECT_EQ(record.flags, ~kOnly);
+}
+
+TEST(Registration, SizesAreRoundedInPlaceAndOnlyWhenTheyMustBe) {
+  Session session;
+  sim::Recorder& classes = session.host.Record("PluginRegisterClass");
+  sim::Recorder& controls = session.host.Record("PluginRegisterControl");
+  const auto addClass = Function<void(REALclassDefinition*)>(session.plugin, "MyREALRegisterClass");
+  const auto addControl = Function<void(REALcontrol*)>(session.plugin, "MyREALRegisterControl");
+  auto& hasControls = Variable<bool>(session.plugin, "gHasControls");
+
+  void* const page =
+      mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  constexpr std::pair<uint32_t, uint32_t> kSizes[] = {{0, 0},   {1, 16},    {16, 16}, {17, 32},
+                                                      {20, 32}, {100, 112}, {32, 32}};
+  for (const bool isControl : {false, true}) {
+    uint32_t& field = static_cast<uint32_t*>(page)[isControl ? 2 : 3];
+    for (const auto& [size, rounded] : kSizes) {
+      field = size;
+      // A record that needs no change may be read-only.
+      if (size == rounded) mprotect(page, 4096, PROT_READ);
+      if (isControl) {
+        addControl(static_cast<REALcontrol*>(page));
+      } else {
+        addClass(static_cast<REALclassDefinition*>(page));
+      }
+      mprotect(page, 4096, PROT_READ | PROT_WRITE);
+      EXPECT_EQ(field, rounded);
+      EXPECT_EQ((isControl ? controls : classes).calls.back()[0],
+                reinterpret_cast<uintptr_t>(page));
+      EXPECT_EQ(hasControls, isControl);
+    }
+  }
+  EXPECT_EQ(classes.calls.size() + controls.calls.size(), 2 * std::size(kSizes));
+  munmap(page, 4096);
+}
+
+TEST(Application, IsToldByTheClassesThatTheHostKnows) {
+  const char* const kNames[] = {"Application", "WebApplication", "ConsoleApplication"};
+  for (int known = 0; known < 8; ++known) {
+    SCOPED_TRACE(known);
+    Session session({.application = sim::AppKind::kUnknown});
+    for (int i = 0; i < 3; ++i) {
+      if (known >> i & 1) session.host.AddClass({.name = kNames[i]});
+    }
+    session.host.log.Clear();
+    const auto check = Function<void()>(session.plugin, "CheckApplication");
+    check();
+    EXPECT_EQ(Variable<bool>(session.plugin, "IsDesktop"), (known & 1) != 0);
+    EXPECT_EQ(Variable<bool>(session.plugin, "IsConsole"), known == 2 || known == 4 || known == 6);
+    std::string asked;
+    for (const sim::LogLine& line : session.host.log.lines) asked += line.arguments;
+    EXPECT_EQ(asked, "\"Application\"\"WebApplication\"\"ConsoleApplication\"");
+    session.host.settings.missing.insert(std::begin(kNames), std::end(kNames));
+    Variable<bool>(session.plugin, "IsConsole") = true;
+    check();  // finds nothing now, and clears nothing
+    EXPECT_EQ(Variable<bool>(session.plugin, "IsDesktop"), (known & 1) != 0);
+    EXPECT_TRUE(Variable<bool>(session.plugin, "IsConsole"));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,207 @@
+// Every method on every storage at every host version that makes a difference, against the model.
+
+#include "tests/transforms/pictures.h"
+
+namespace {
+
+using model::Raster;
+using sim::StorageKind;
+
+/// Bits of a stored pixel that mean nothing: whole rows may be moved with them or without.
+uint32_t UnusedBits(model::Format format) {
+  if (format == model::Format::kConsole) return 0x80000000;
+  return format == model::Format::kRgb ? 0xFF000000 : 0;
+}
+
+Raster WithoutUnusedBits(Raster raster) {
+  for (uint32_t& word : raster.words) word &= ~UnusedBits(raster.format);
+  return raster;
+}
+
+class Methods : public testing::TestWithParam<PictureSetup> {
+ protected:
+  void SetUp() override {
+    if (const std::string why = Install(GetParam()); !why.empty()) GTEST_SKIP() << why;
+  }
+
+  /// Calls a method that makes a picture, and checks what must hold for all of them.
+  sim::Ref<sim::Picture> Make(Session& session, const char* method, sim::Picture* source,
+                              const std::vector<sim::Argument>& arguments = {}) {
+    const Raster before = Raster::Of(*source);
+    const int clears = source->cacheClears;
+    sim::Result result = session.plugin.Call(method, source, arguments);
+    EXPECT_EQ(session.host.Imbalance(), "") << method;
+    EXPECT_EQ(session.host.ledger.livePictures, result.picture ? 2 : 1) << method;
+    EXPECT_EQ(Difference(Raster::Of(*source), before), "") << method << " changed its source";
+    EXPECT_EQ(source->cacheClears, clears);
+    if (result.picture) {
+      EXPECT_EQ(result.picture->references(), 1) << method;
+      EXPECT_GT(result.picture->cacheClears, 0) << method;
+    }
+    return std::move(result.picture);
+  }
+
+  void Compare(Session& session, sim::Picture* source, bool possible) {
+    const Raster before = Raster::Of(*source);
+    const model::Format format = GetParam().TargetFormat();
+    const auto expect = [&](const char* method, const Raster& expected,
+                            const std::vector<sim::Argument>& arguments = {}) {
+      const auto made = Make(session, method, source, arguments);
+      EXPECT_EQ(bool(made), possible) << method;
+      if (made) {
+        EXPECT_EQ(Difference(Raster::Of(*made), expected), "") << method;
+      }
+    };
+    expect("MirrorVel", Mirrored(before, format, true, true));
+    expect("HMirrorVel", Mirrored(before, format, true, false));
+    if (const auto made = Make(session, "VMirrorVel", source)) {
+      EXPECT_EQ(Difference(WithoutUnusedBits(Raster::Of(*made)),
+                           WithoutUnusedBits(Mirrored(before, format, false, true))),
+                "");
+    } else {
+      EXPECT_FALSE(possible);
+    }
+    expect("Rotate90Vel", Turned(before, format, 1));
+    expect("Rotate180Vel", Turned(before, format, 2));
+    expect("Rotate270Vel", Turned(before, format, 3));
+    expect("RotateVel", Turned(before, format, 1), {-630.0});
+    expect("RotateVel", Turned(before, format, 2), {180.0});
+    expect("RotateVel", Turned(before, format, 3), {-90.0, sim::Color{0x11223344}});
+    for (const double angle : {30.0, -44.5, 100.0, 135.0, 225.5, 1e-7}) {
+      expect("RotateVel", Rotated(before, format, angle, 0x80FF4011).result,
+             {angle, sim::Color{0x80FF4011}});
+    }
+    const double version = session.host.settings.version;
+    expect("RotateVel", Rotated(before, format, 17, version < 2011.04 ? 0xFFFFFF : ~0U).result,
+           {17.0});
+  }
+
+  void CompareInPlace(Session& session, sim::Picture* picture) {
+    const bool possible = GetParam().source != StorageKind::kGdk;
+    struct {
+      const char* method;
+      bool columns, rows;
+    } const kInPlace[] = {{"MirrorPictureVel", true, true},
+                          {"HMirrorPictureVel", true, false},
+                          {"VMirrorPictureVel", false, true}};
+    for (const auto& each : kInPlace) {
+      const Raster before = Raster::Of(*picture);
+      for (const bool again : {false, true}) {
+        const int clears = picture->cacheClears;
+        EXPECT_EQ(session.plugin.Call(each.method, picture).boolean, possible) << each.method;
+        EXPECT_EQ(picture->cacheClears, clears + 1);
+        const Raster expected =
+            again || !possible ? before : MirroredInPlace(before, each.columns, each.rows);
+        EXPECT_EQ(Difference(Raster::Of(*picture), expected), "") << each.method;
+        EXPECT_EQ(session.host.Imbalance(), "") << each.method;
+      }
+    }
+  }
+
+  void CompareClones(Session& session, sim::Picture* source) {
+    const StorageKind target = GetParam().target;
+    const sim::Image image = source->Read();
+    for (const auto& [width, height] : {std::pair{0, 0}, {image.width + 2, 1}, {2, 5}}) {
+      sim::Image expected(width > 0 ? width : image.width, width > 0 ? height : image.height,
+                          {255, 255, 255, 255});
+      for (int y = 0; y < std::min(expected.height, image.height); ++y) {
+        for (int x = 0; x < std::min(expected.width, image.width); ++x) {
+          expected.At(x, y) = sim::Over(image.At(x, y), expected.At(x, y));
+        }
+      }
+      const auto made =
+          width == 0
+              ? std::move(session.plugin.Call("CloneVel", source).picture)
+              : std::move(session.plugin.Call("CloneVel", source, {int64_t{width}, int64_t{height}})
+                              .picture);
+      ASSERT_TRUE(made);
+      EXPECT_FALSE(made->storage->alpha());
+      const auto drawn = session.host.MakePicture(expected, {.storage = target});
+      EXPECT_EQ(Difference(Raster::Of(*made), Raster::Of(*drawn)), "");
+    }
+    EXPECT_EQ(session.plugin.Call("BitmapVel", source).picture.get(), source);
+    EXPECT_EQ(session.host.Imbalance(), "");
+  }
+};
+
+TEST_P(Methods, DoWhatTheModelDoesAtEveryVersion) {
+  const std::pair<int, int> kSizes[] = {{1, 1}, {1, 6}, {7, 1}, {4, 5}, {13, 6}, {9, 17}};
+  for (const double version : {0.0, 2010.028, 2011.03, 2011.04, 2012.0}) {
+    Session session(GetParam().Settings(version));
+    for (const auto& [width, height] : kSizes) {
+      SCOPED_TRACE(testing::Message() << version << ": " << width << " x " << height);
+      std::mt19937 random(static_cast<uint32_t>(width * 100 + height));
+      const auto source = RandomPicture(session.host, GetParam(), width, height, random);
+      ASSERT_TRUE(source);
+      Compare(session, source.get(), !GetParam().alpha || version >= 2011.04);
+      CompareClones(session, source.get());
+      CompareInPlace(session, source.get());
+      if (HasFailure()) return;
+    }
+  }
+}
+
+TEST_P(Methods, RotateRandomPicturesByRandomAngles) {
+  constexpr double kCorners[] = {0, 45, 90, 135, 180, 225, 270, 315, 360, -45, -90, 720};
+  Session session(GetParam().Settings(2012.01));
+  session.host.log.enabled = false;
+  for (uint32_t seed = 1; seed <= 30; ++seed) {
+    std::mt19937 random(seed);
+    const auto pick = [&](int least, int most) {
+      return std::uniform_int_distribution<int>(least, most)(random);
+    };
+    const bool small = seed % 10 != 0;
+    const int width = pick(1, small ? 40 : 150), height = pick(1, small ? 30 : 120);
+    double angle = std::uniform_real_distribution<double>(-800, 800)(random);
+    if (seed % 3 == 0) angle = pick(0, 71) * 30 - 1080 + 15 * pick(0, 1);
+    if (seed % 5 == 0) {
+      angle = kCorners[pick(0, 11)] + std::ldexp(pick(0, 1) ? 1.0 : -1.0, -pick(1, 40));
+    }
+    if (std::fmod(angle, 90) == 0) angle += 45;
+    const auto background = static_cast<uint32_t>(random());
+    SCOPED_TRACE(testing::Message()
+                 << "seed " << seed << ": " << width << " x " << height << " by "
+                 << std::setprecision(17) << angle << " on " << std::hex << background);
+    const auto source = RandomPicture(session.host, GetParam(), width, height, random);
+    const auto made = Make(session, "RotateVel", source.get(), {angle, sim::Color{background}});
+    ASSERT_TRUE(made);
+    const Raster expected =
+        Rotated(Raster::Of(*source), GetParam().TargetFormat(), angle, background).result;
+    ASSERT_EQ(Difference(Raster::Of(*made), expected), "");
+  }
+}
+
+/// For set-ups whose pictures all have one format.
+class Turns : public Methods {};
+
+TEST_P(Turns, AddUp) {
+  Session session(GetParam().Settings(2012.01));
+  std::mt19937 random(5);
+  const auto source = RandomPicture(session.host, GetParam(), 19, 11, random);
+  const auto apply = [&](std::initializer_list<const char*> methods) {
+    sim::Ref<sim::Picture> picture;
+    for (const char* method : methods) {
+      sim::Picture* const from = picture ? picture.get() : source.get();
+      picture = std::move(session.plugin.Call(method, from).picture);
+    }
+    return WithoutUnusedBits(Raster::Of(*picture));
+  };
+  const Raster same = WithoutUnusedBits(Raster::Of(*source));
+  EXPECT_EQ(Difference(apply({"Rotate90Vel", "Rotate90Vel", "Rotate90Vel", "Rotate90Vel"}), same),
+            "");
+  EXPECT_EQ(Difference(apply({"Rotate270Vel", "Rotate90Vel"}), same), "");
+  for (const char* method : {"Rotate180Vel", "MirrorVel", "HMirrorVel", "VMirrorVel"}) {
+    EXPECT_EQ(Difference(apply({method, method}), same), "") << method;
+  }
+  EXPECT_EQ(Difference(apply({"HMirrorVel", "VMirrorVel"}), apply({"Rotate180Vel"})), "");
+  EXPECT_EQ(Difference(apply({"Rotate90Vel", "HMirrorVel"}), apply({"VMirrorVel", "Rotate90Vel"})),
+            "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Storages, Methods, testing::ValuesIn(kSetups),
+                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Storages, Turns,
+                         testing::ValuesIn(std::begin(kSetups), std::end(kSetups) - 2),
+                         [](const auto& instance) { return instance.param.name; });
+
+}  // namespace

@@ -1,0 +1,365 @@
+// Rotation figure by figure: the pictures it asks for, in which order it lets them go, angles and
+// sizes at the edge, and independence of the caller's floating-point and stack habits.
+
+#include <cfloat>
+#include <climits>
+#include <cmath>
+
+#include "tests/pixels/picture_functions.h"
+#include "tests/transforms/pictures.h"
+
+namespace {
+
+using model::Raster;
+using model::Size;
+
+constexpr double kNaN = NAN, kInfinity = INFINITY;
+const PictureSetup kConsole = {"Console", sim::AppKind::kConsole, sim::StorageKind::kConsole,
+                               sim::StorageKind::kConsole, false};
+const PictureSetup kConsoleAlpha = {"ConsoleAlpha", sim::AppKind::kConsole,
+                                    sim::StorageKind::kConsole, sim::StorageKind::kConsole, true};
+
+struct Example {
+  int width, height;
+  double angle;
+  std::vector<Size> made;
+};
+
+TEST(Rotation, AsksForPicturesOfTheRightSizes) {
+  const Example kExamples[] = {
+      {100, 50, 30, {{113, 50}, {113, 94}, {112, 94}}},
+      {100, 50, 330, {{113, 50}, {113, 94}, {112, 94}}},
+      {100, 50, -390, {{113, 50}, {113, 94}, {112, 94}}},
+      {100, 50, 45, {{120, 50}, {120, 107}, {107, 107}}},
+      {100, 50, 100, {{50, 100}, {58, 100}, {58, 108}, {67, 108}}},
+      {100, 50, 315, {{50, 100}, {91, 100}, {91, 107}, {107, 107}}},
+      {100, 50, 135, {{50, 100}, {91, 100}, {91, 107}, {107, 107}}},
+      {100, 50, 225, {{100, 50}, {120, 50}, {120, 107}, {107, 107}}},
+      {100, 50, 1e-7, {{100, 50}, {100, 51}, {101, 51}}},
+      {100, 50, -1e-20, {{100, 50}, {100, 51}, {101, 51}}},  // 360 after all, yet sheared
+      {1, 1, 30, {{1, 1}, {1, 2}, {2, 2}}},
+      {100, 50, 0, {{100, 50}}},
+      {100, 50, -0.0, {{100, 50}}},
+      {100, 50, -720, {{100, 50}}},
+      {100, 50, 360, {{100, 50}}},
+      {100, 50, 450, {{50, 100}}},
+      {100, 50, -180, {{100, 50}}},
+  };
+  for (const PictureSetup& setup : {kConsole, kConsoleAlpha}) {
+    Session session(setup.Settings(2012.01));
+    std::mt19937 random(1);
+    for (const Example& each : kExamples) {
+      SCOPED_TRACE(each.angle);
+      const auto source = RandomPicture(session.host, setup, each.width, each.height, random);
+      session.host.log.Clear();
+      session.host.memory.peakBytes = 0;
+      const auto made = session.plugin.Call("RotateVel", source.get(), {each.angle}).picture;
+      std::vector<Size> asked;
+      for (const sim::LogLine& line : session.host.log.lines) {
+        if (line.kind != sim::LogLine::kCall) continue;
+        if (line.name != "newPicture" && line.name != "Constructor") continue;
+        Size size{};
+        std::sscanf(line.arguments.c_str(),
+                    line.name == "newPicture" ? "%d, %d, 32" : "%*[^,], %d, %d", &size.width,
+                    &size.height);
+        asked.push_back(size);
+      }
+      EXPECT_EQ(asked, each.made);
+      // Besides the source and its quarter turn, two are alive at a time.
+      const auto pixelsOf = [](const Size& size) {
+        return size_t(size.width) * size_t(size.height);
+      };
+      size_t pixels = pixelsOf({each.width, each.height}), peak = 0;
+      std::vector<Size> shears = each.made;
+      if (shears.size() == 4) {
+        pixels += pixelsOf(shears[0]);
+        shears.erase(shears.begin());
+      }
+      shears.push_back({0, 0});
+      for (size_t i = 1; i < shears.size(); ++i) {
+        peak = std::max(peak, pixelsOf(shears[i - 1]) + pixelsOf(shears[i]));
+      }
+      pixels += peak;
+      EXPECT_EQ(session.host.memory.peakBytes, 4 * pixels);
+      EXPECT_EQ(session.host.Imbalance(), "");
+      if (each.made.size() < 3) continue;
+      const model::Rotation expected =
+          Rotated(Raster::Of(*source), model::Format::kConsole, each.angle, 0xFFFFFFFF);
+      EXPECT_EQ(expected.sizes, each.made) << "the model itself";
+      EXPECT_EQ(Difference(Raster::Of(*made), expected.result), "");
+    }
+  }
+}
+
+TEST(Rotation, LetsItsPicturesGoInOrder) {
+  PixelSession session;
+  const auto source = session.host.MakePicture(sim::Image(10, 5));
+  const auto made = session.plugin.Call("RotateVel", source.get(), {30.0}).picture;
+  std::string dropped;
+  for (const sim::LogLine& line : session.host.log.lines) {
+    if (line.name == "REALUnlockObject" && line.kind == sim::LogLine::kCall) {
+      dropped += line.arguments.back();
+    }
+  }
+  // Each picture is dropped as it is opened and as it is rendered; then by its reader and for good.
+  EXPECT_EQ(dropped, "223322443311");
+  const std::string open = "alpha? 10 hold ", create = "new alpha? 10 hold drop ",
+                    render = "hold unlock clear drop clear ", close = "unlock drop drop ";
+  EXPECT_EQ(session.Steps() + " ", "hold kinds " + open + create + render + open + create + render +
+                                       close + open + create + render + close + close);
+}
+
+TEST(Rotation, ShearsSingleLinesAsTold) {
+  // Channel values of a line, its offset and weight, a background, and the line it becomes.
+  struct Line {
+    std::vector<int> source;
+    int offset;
+    double weight;
+    int background;
+    std::vector<int> expected;
+  };
+  const Line kLines[] = {
+      {{10, 10}, 3, 0.25, 0, {0, 0, 0, 8, 10, 2, 0}},
+      {{200}, 0, 0.5, 0, {100, 100}},
+      {{5, 6, 7}, 1, 0.0, 9, {9, 5, 6, 7, 9}},
+      {{5, 6, 7}, 0, 0.0, 9, {5, 6, 7, 9}},
+      {{5, 6, 7}, 4, 0.3, 9, {9, 9, 9, 9}},
+      {{100, 50, 0}, -1, 0.5, 9, {75, 25, 5}},  // the trailing one lands inside
+      {{100, 50, 0}, -2, 0.5, 9, {25, 5, 9}},
+      {{100}, 0, 0.5, 101, {100, 101}},  // rounded towards the current pixel
+      {{101}, 0, 0.5, 100, {101, 100}},
+      {{255, 0}, 0, 1 - 0x1p-53, 255, {255, 254, 1}},
+  };
+  const Session session;
+  using Skew = void(PictureEditor&, PictureEditor&, int, int, double, int, int, int, int);
+  for (const bool columns : {false, true}) {
+    const auto skew = Function<Skew>(session.plugin, columns ? "SkewColumn" : "SkewRow");
+    for (const Line& line : kLines) {
+      SCOPED_TRACE(testing::Message() << columns << " by " << line.offset << " + " << line.weight);
+      const auto length = static_cast<int>(line.source.size());
+      const auto room = static_cast<int>(line.expected.size());
+      // Line 1 of three; its neighbours stay as they are.
+      const auto editor = [&](std::vector<uint32_t>& words, int size) {
+        words.assign(static_cast<size_t>(3 * size), 0x55555555);
+        PictureEditor made{};
+        made.width = columns ? 3 : size, made.height = columns ? size : 3;
+        made.pixels = reinterpret_cast<uint8_t*>(words.data());
+        made.rowBytes = made.width * 4, made.bytesPerPixel = 4, made.pixelType = 14;
+        return made;
+      };
+      const auto place = [&](int i, int size) {
+        return static_cast<size_t>(columns ? 3 * i + 1 : size + i);
+      };
+      std::vector<uint32_t> from, to;
+      PictureEditor source = editor(from, length), target = editor(to, room);
+      for (int i = 0; i < length; ++i) {
+        from[place(i, length)] =
+            static_cast<uint32_t>(line.source[static_cast<size_t>(i)]) * 0x01010101U;
+      }
+      const int back = line.background;
+      skew(source, target, 1, line.offset, line.weight, back, back, back, back);
+      for (int i = 0; i < room; ++i) {
+        EXPECT_EQ(to[place(i, room)],
+                  static_cast<uint32_t>(line.expected[static_cast<size_t>(i)]) * 0x01010101U)
+            << "at " << i;
+        to[place(i, room)] = 0x55555555;
+      }
+      for (const uint32_t word : to) EXPECT_EQ(word, 0x55555555U) << "another line was written";
+    }
+  }
+}
+
+TEST(Rotation, TheMemoryEstimateAddsUp) {
+  struct Estimate {
+    int width, height;  // 0: no picture
+    double angle;
+    int64_t bytes;
+  };
+  const Estimate kEstimates[] = {
+      {100, 50, 0, 20000},      {100, 50, 90, 20000},   {100, 50, -90, 20000},
+      {100, 50, 180, 20000},    {100, 50, 270, 20000},  {100, 50, 360, 20000},
+      {100, 50, 30, 153048},    {100, 50, 390, 153048}, {100, 50, 100, 104832},
+      {1, 1, 30, 36},           {0, 0, 90, 0},          {0, 0, 30, 4},
+      {100, 50, -1e-20, 61408}, {100, 50, kNaN, 0},     {100, 50, kInfinity, 0},
+      {100, 50, -kInfinity, 0},
+  };
+  Session session;
+  for (const Estimate& each : kEstimates) {
+    SCOPED_TRACE(each.angle);
+    const auto picture = each.width != 0
+                             ? session.host.MakePicture(sim::Image(each.width, each.height))
+                             : sim::Ref<sim::Picture>();
+    session.host.log.Clear();
+    EXPECT_EQ(session.plugin.Call("RotateMemoryVel", picture.get(), {each.angle}).integer,
+              each.bytes);
+    EXPECT_EQ(session.host.log.CallCount(), picture && std::isfinite(each.angle) ? 2 : 0);
+  }
+  // Sizes whose products need 64 bits, as a host may report them.
+  const auto huge = session.host.MakePicture(sim::Image(1, 1));
+  huge->properties["Width"].bits = huge->properties["Height"].bits = 100000;
+  EXPECT_EQ(session.plugin.Call("RotateMemoryVel", huge.get(), {90.0}).integer, 40000000000);
+  EXPECT_EQ(session.plugin.Call("RotateMemoryVel", huge.get(), {200.0}).integer, 254287437840);
+}
+
+TEST(Rotation, AnglesThatAreNoAnglesAndPicturesThatAreNone) {
+  Session session;
+  const auto source = session.host.MakePicture(sim::Image(3, 2));
+  for (const double angle : {kNaN, -kNaN, kInfinity, -kInfinity}) {
+    session.host.log.Clear();
+    EXPECT_FALSE(session.plugin.Call("RotateVel", source.get(), {angle}).picture);
+    EXPECT_FALSE(session.plugin.Call("RotateVel", nullptr, {angle}).picture);
+    EXPECT_EQ(session.host.log.Calls("newPicture"), 0);
+    EXPECT_EQ(session.host.Imbalance(), "");
+  }
+  session.host.log.Clear();
+  for (const sim::Method& method : session.plugin.methods()) {
+    std::vector<sim::Argument> arguments(method.RequiredArguments(), int64_t{30});
+    const sim::Result result = session.plugin.Call(method, nullptr, arguments);
+    EXPECT_FALSE(result.picture || result.boolean) << method.name;
+  }
+  for (const double angle : {0.0, 90.0, 180.0, 270.0, 360.0, 45.0, -1e-20, 200.0}) {
+    EXPECT_FALSE(session.plugin.Call("RotateVel", nullptr, {angle}).picture);
+  }
+  EXPECT_EQ(session.host.log.Text(), "");
+  // The remainder is exact, however large the angle, and found at once.
+  for (const double angle : {1e299, -1e299, DBL_MAX, 0x1p60 + 4096, 12345678.9}) {
+    const auto huge = session.plugin.Call("RotateVel", source.get(), {angle}).picture;
+    const double rest = std::fmod(angle, 360);
+    ASSERT_TRUE(huge);
+    EXPECT_EQ(
+        Difference(Raster::Of(*huge),
+                   Rotated(Raster::Of(*source), model::Format::kConsole, rest, 0xFFFFFFFF).result),
+        "");
+  }
+}
+
+/// Claims a size that no memory holds.
+class HugeStorage final : public sim::Storage {
+ public:
+  static std::unique_ptr<sim::Storage> Make(const sim::StorageRequest& request) {
+    return std::make_unique<HugeStorage>(request.width, request.height, request.alpha);
+  }
+  using Storage::Storage;
+  sim::StorageKind kind() const override { return sim::StorageKind::kNone; }
+  bool Lock(int type, REALpictureDescription& description) override {
+    if (type != kStorageConsoleBlock) return false;
+    static uint8_t* rows[] = {nullptr};
+    static ConsolePixelBlock block;
+    block.storage = block.rowTable = rows;
+    description.type = type, description.data = &block;
+    description.width = claimed.width, description.height = claimed.height;
+    return true;
+  }
+  void ReadRow(int, sim::Rgba*) const override {}
+  void WriteRow(int, const sim::Rgba*) override {}
+  bool GuardsIntact() const override { return true; }
+  size_t ByteCount() const override { return 0; }
+
+  static inline Size claimed;
+};
+
+TEST(Rotation, SizesThatDoNotFitAreRefused) {
+  Session session;
+  session.host.log.enabled = false;
+  sim::SetStorageFactory(sim::StorageKind::kNone, HugeStorage::Make);
+  for (const bool alpha : {false, true}) {
+    const auto picture =
+        session.host.MakePicture(sim::Image(1, 1), {sim::StorageKind::kNone, alpha});
+    for (const Size size : {Size{INT_MAX, 1},
+                            {1, INT_MAX},
+                            {INT_MAX, INT_MAX},
+                            {46341, 46341},
+                            {INT_MAX - 1, 3},
+                            {1 << 30, 2}}) {
+      HugeStorage::claimed = size;
+      for (const double angle : {30.0, 45.0, 90.0, 180.0, 200.0, -44.9, 1e-7}) {
+        EXPECT_FALSE(session.plugin.Call("RotateVel", picture.get(), {angle}).picture);
+      }
+      for (const char* method : {"MirrorVel", "HMirrorVel", "VMirrorVel"}) {
+        EXPECT_FALSE(session.plugin.Call(method, picture.get()).picture) << method;
+      }
+      EXPECT_EQ(session.host.Imbalance(), "");
+    }
+  }
+  sim::SetStorageFactory(sim::StorageKind::kNone, sim::UnlockableStorage::Make);
+  // Opaque pictures end at 32767; with alpha channel the host alone says where.
+  for (const bool alpha : {false, true}) {
+    for (const int width : {32767, 32768, 40000}) {
+      const auto row = session.host.MakePicture(sim::Image(width, 1), alpha);
+      for (const char* method : {"Rotate90Vel", "Rotate180Vel", "HMirrorVel"}) {
+        EXPECT_EQ(bool(session.plugin.Call(method, row.get()).picture), alpha || width < 32768);
+      }
+      EXPECT_EQ(session.plugin.Call("MirrorPictureVel", row.get()).boolean, true);
+    }
+  }
+  EXPECT_EQ(session.host.Imbalance(), "");
+}
+
+/// function(picture, angle, background) with a stack that is `misalignment` bytes off a multiple
+/// of 16 at the call.
+extern "C" uint32_t callMisaligned(void* function, const uint32_t* words, uint32_t misalignment);
+asm(R"(
+  .text
+  .type callMisaligned, @function
+callMisaligned:
+  pushl %ebp
+  movl %esp, %ebp
+  andl $-16, %esp
+  subl 16(%ebp), %esp
+  movl 12(%ebp), %ecx
+  pushl 12(%ecx)
+  pushl 8(%ecx)
+  pushl 4(%ecx)
+  pushl (%ecx)
+  call *8(%ebp)
+  movl %ebp, %esp
+  popl %ebp
+  ret
+)");
+
+TEST(Rotation, DoesNotDependOnItsCallersHabits) {
+  struct Habit {
+    uint16_t control;  // of the x87
+    uint32_t mxcsr;
+    uint32_t misalignment;
+  };
+  Session session;
+  std::mt19937 random(3);
+  const auto source = RandomPicture(session.host, kConsole, 23, 17, random);
+  for (const double angle : {30.0, 17.3, 200.1, -1e-20}) {
+    const Raster expected =
+        Rotated(Raster::Of(*source), model::Format::kConsole, angle, 0x12345678).result;
+    for (const Habit& habit : {Habit{0x037F, 0x1F80, 0},
+                               {0x037F, 0x1F80, 4},
+                               {0x037F, 0x1F80, 8},
+                               {0x037F, 0x1F80, 12},
+                               {0x007F, 0x1F80, 12},
+                               {0x0F7F, 0xFFC0, 4},
+                               {0x0B7F, 0x5F80, 8},
+                               {0x077F, 0x3FBF, 0}}) {
+      SCOPED_TRACE(testing::Message() << angle << std::hex << " " << habit.control << " "
+                                      << habit.mxcsr << " " << habit.misalignment);
+      uint32_t words[4] = {static_cast<uint32_t>(reinterpret_cast<uintptr_t>(source.get())), 0, 0,
+                           0x12345678};
+      std::memcpy(words + 1, &angle, sizeof angle);
+      void* const rotate = session.plugin.Address("_Z8rbRotateP17REALpictureStructdm");
+      uint16_t control = 0;
+      uint32_t mxcsr = 0;
+      constexpr uint32_t kUsual = 0x1F80;
+      asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(habit.control), "m"(habit.mxcsr) : "memory");
+      const uint32_t result = callMisaligned(rotate, words, habit.misalignment);
+      asm volatile("fnstcw %0\n\tstmxcsr %1\n\tfninit\n\tldmxcsr %2"
+                   : "=m"(control), "=m"(mxcsr)
+                   : "m"(kUsual)
+                   : "memory");
+      EXPECT_EQ(control, habit.control);
+      EXPECT_EQ(mxcsr, habit.mxcsr);
+      const auto made = sim::Ref<sim::Picture>::Adopt(
+          session.host.Live<sim::Picture>(reinterpret_cast<void*>(uintptr_t{result})));
+      ASSERT_TRUE(made);
+      EXPECT_EQ(Difference(Raster::Of(*made), expected), "");
+    }
+  }
+}
+
+}  // namespace
