@@ -1,0 +1,79 @@
+#include "benchmarks/cases.h"
+
+#include <span>
+
+namespace velbench {
+namespace {
+
+constexpr const char* kDrawnByHost = "drawn by the simulated host, whose time this is";
+constexpr const char* kNoPixels = "touches no pixel";
+
+constexpr MethodCase kMethods[] = {
+    {"RotateVel(30)", Work::kRotate, false, 30},
+    {"RotateVel(20)", Work::kRotate, false, 20},
+    {"RotateVel(-7)", Work::kRotate, false, -7},
+    {"Rotate90Vel", Work::kQuarterLeft},
+    {"Rotate180Vel", Work::kHalfTurn},
+    {"Rotate270Vel", Work::kQuarterRight},
+    {"MirrorVel", Work::kHalfTurn},
+    {"VMirrorVel", Work::kFlip},
+    {"HMirrorVel", Work::kMirror},
+    {"MirrorPictureVel", Work::kHalfTurn, true},
+    {"VMirrorPictureVel", Work::kFlip, true},
+    {"HMirrorPictureVel", Work::kMirror, true},
+    {"CloneVel", Work::kOwn, false, 0, kDrawnByHost},
+    {"CloneVel(256, 256)", Work::kOwn, false, 0, kDrawnByHost},
+    {"BitmapVel", Work::kOwn, false, 0, kNoPixels},
+    {"RotateMemoryVel(30)", Work::kOwn, false, 0, kNoPixels},
+};
+
+constexpr StorageCase kStorages[] = {
+    {"console", sim::AppKind::kConsole, sim::StorageKind::kConsole, false, 4},
+    {"cairo-alpha", sim::AppKind::kDesktop, sim::StorageKind::kCairo, true, 4},
+    {"cairo-opaque", sim::AppKind::kDesktop, sim::StorageKind::kCairo, false, 4},
+    {"three-byte", sim::AppKind::kDesktop, sim::StorageKind::kGdk, false, 3},
+};
+
+// The third because the strides of real pictures are multiples of 4 bytes and no more, the last
+// because its rows lie a power of two apart, where cache sets collide.
+constexpr Size kSizes[] = {{512, 512}, {1920, 1080}, {4001, 2999}, {4096, 4096}};
+constexpr size_t kQuickSizes = 2;
+
+// Pictures that can only be copied out refuse to be changed in place.
+bool Applies(const MethodCase& method, const StorageCase& storage) {
+  return !method.inPlace || storage.kind != sim::StorageKind::kGdk;
+}
+
+}  // namespace
+
+std::string NameOf(Size size) {
+  return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+const char* NameOf(Condition condition) { return condition == Condition::kWarm ? "warm" : "fresh"; }
+
+std::string NameOf(const Group& group) {
+  return NameOf(group.size) + "/" + group.storage->name + "/" + NameOf(group.condition);
+}
+
+std::vector<Group> SelectGroups(bool quick, const std::regex& filter) {
+  std::vector<Group> groups;
+  // All fresh ones first: a heap that has kept large blocks once goes on handing them out.
+  for (const Condition condition : {Condition::kFresh, Condition::kWarm}) {
+    for (const Size& size : std::span(kSizes).first(quick ? kQuickSizes : std::size(kSizes))) {
+      for (const StorageCase& storage : kStorages) {
+        Group group = {&storage, size, condition, {}};
+        for (const MethodCase& method : kMethods) {
+          const std::string row = std::string(method.call) + "/" + NameOf(group);
+          if (Applies(method, storage) && std::regex_search(row, filter)) {
+            group.methods.push_back(&method);
+          }
+        }
+        if (!group.methods.empty()) groups.push_back(std::move(group));
+      }
+    }
+  }
+  return groups;
+}
+
+}  // namespace velbench

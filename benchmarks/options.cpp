@@ -1,0 +1,61 @@
+#include "benchmarks/options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/image_file.h"
+#include "cli/output_file.h"
+#include "cli/problem.h"
+
+namespace velbench {
+namespace {
+
+constexpr const char* kAbout =
+    "Measures the Picture methods of VelPicture.so in a simulated host, beside memcpy and other "
+    "libraries.";
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  velbench --quick\n"
+    "  velbench --filter '^Rotate90Vel/.*/console/warm' --kernels sse2\n"
+    "  velbench --json figures.json --plot figures.png\n";
+
+void CheckFiles(const Options& options) {
+  if (!options.json.empty()) velhost::CheckOutputPath(options.json);
+  if (options.plot.empty()) return;
+  velhost::CheckImageName(options.plot);
+  velhost::CheckOutputPath(options.plot);
+}
+
+}  // namespace
+
+std::optional<Options> ParseOptions(int argc, const char* const* argv) {
+  Options options;
+  std::string filter;
+  CLI::App app(kAbout, "velbench");
+  app.footer(kExamples);
+  app.get_formatter()->column_width(32);
+  app.add_flag("--quick", options.quick, "the smaller sizes, fewer repetitions");
+  app.add_option("--json", options.json, "file to write the figures to")->type_name("FILE");
+  app.add_option("--plot", options.plot, "picture to draw them into (.png)")->type_name("FILE");
+  app.add_option("--kernels", options.kernels, "pixel kernels to use: plain, sse2, avx2, avx512")
+      ->type_name("NAME");
+  app.add_option("--filter", filter, "only rows such as Rotate90Vel/1920x1080/console/warm")
+      ->type_name("REGEX");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    app.exit(help);
+    return std::nullopt;
+  } catch (const CLI::ParseError& error) {
+    throw velhost::Problem(std::string(error.what()) + " (velbench --help shows what there is)");
+  }
+  try {
+    options.filter = std::regex(filter);
+  } catch (const std::regex_error&) {
+    throw velhost::Problem("--filter " + filter + " is no regular expression");
+  }
+  CheckFiles(options);
+  return options;
+}
+
+}  // namespace velbench

@@ -1,0 +1,127 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "benchmarks/report.h"
+#include "cli/canvas.h"
+
+namespace velbench {
+namespace {
+
+using velhost::DrawText;
+using velhost::FillRectangle;
+
+constexpr int kWidth = 960, kLeft = 180, kRight = 940, kTop = 96, kRowHeight = 26, kDot = 10;
+constexpr int kTextHeight = 8;
+constexpr sim::Rgba kInk = {40, 40, 40}, kGrid = {225, 225, 225};
+constexpr sim::Rgba kOurs = {214, 39, 40};
+constexpr sim::Rgba kPeerColors[] = {{31, 119, 180},  {255, 127, 14}, {44, 160, 44},
+                                     {148, 103, 189}, {140, 86, 75},  {127, 127, 127}};
+
+// What the picture shows: one size, storage and condition.
+std::vector<const Row*> RowsToShow(const Report& report) {
+  const auto pixels = [](const Row& row) { return int64_t{row.size.width} * row.size.height; };
+  const auto rank = [&](const Row& row) {
+    return std::pair(row.condition == Condition::kWarm, pixels(row));
+  };
+  const Row& best = *std::max_element(report.rows.begin(), report.rows.end(),
+                                      [&](auto& a, auto& b) { return rank(a) < rank(b); });
+  std::vector<const Row*> shown;
+  for (const Row& row : report.rows) {
+    const bool same = rank(row) == rank(best) && row.storage == best.storage;
+    if (same && row.method->work != Work::kOwn) shown.push_back(&row);
+  }
+  return shown;
+}
+
+std::optional<double> Times(const Figure& figure, const Row& row) {
+  if (!figure.nanoseconds || !row.memcpy.nanoseconds) return std::nullopt;
+  return *figure.nanoseconds / *row.memcpy.nanoseconds;
+}
+
+/// From left to right: the time that memcpy takes, halved and doubled as often as the figures need.
+class Axis {
+ public:
+  explicit Axis(const std::vector<const Row*>& rows) {
+    for (const Row* const row : rows) {
+      Include(Times(row->ours, *row));
+      for (const Figure& figure : row->peers) Include(Times(figure, *row));
+    }
+  }
+
+  int PlaceOf(double times) const {
+    const double part = (std::log2(times) - first_) / (last_ - first_);
+    return kLeft + static_cast<int>(std::lround(part * (kRight - kLeft)));
+  }
+
+  void Draw(velhost::Image& image) const {
+    for (int doubling = first_; doubling <= last_; ++doubling) {
+      const int x = PlaceOf(std::exp2(doubling));
+      FillRectangle(image, x, kTop - 4, 1, image.height - kTop, doubling == 0 ? kInk : kGrid);
+      const std::string text = (doubling < 0 ? "1/" : "") + std::to_string(1 << std::abs(doubling));
+      DrawText(image, x - velhost::TextWidth(1, text) / 2, kTop - 4 - 2 * kTextHeight, 1, text,
+               kInk);
+    }
+  }
+
+ private:
+  void Include(std::optional<double> times) {
+    if (!times) return;
+    first_ = std::min(first_, static_cast<int>(std::floor(std::log2(*times))));
+    last_ = std::max(last_, static_cast<int>(std::ceil(std::log2(*times))));
+  }
+
+  int first_ = -1;
+  int last_ = 3;
+};
+
+void DrawDot(velhost::Image& image, int centreX, int centreY, sim::Rgba color) {
+  FillRectangle(image, centreX - kDot / 2, centreY - kDot / 2, kDot, kDot, color);
+}
+
+void DrawLegend(velhost::Image& image, const Report& report) {
+  int x = kLeft;
+  const auto entry = [&](const std::string& name, sim::Rgba color) {
+    DrawDot(image, x, kTop - 46, color);
+    DrawText(image, x + kDot, kTop - 46 - kTextHeight / 2, 1, name, kInk);
+    x += velhost::TextWidth(1, name) + 4 * kDot;
+  };
+  entry("VelPicture", kOurs);
+  for (size_t i = 0; i < report.peers.size(); ++i) {
+    entry(report.peers[i], kPeerColors[i % std::size(kPeerColors)]);
+  }
+}
+
+}  // namespace
+
+velhost::Image Plot(const Report& report) {
+  const std::vector<const Row*> rows = RowsToShow(report);
+  const int height = kTop + static_cast<int>(rows.size()) * kRowHeight + kRowHeight;
+  velhost::Image image(kWidth, height, {255, 255, 255});
+  if (rows.empty()) return image;
+  const Row& first = *rows.front();
+  DrawText(image, 16, 14, 2,
+           "Times as long as memcpy of the source: " + NameOf(first.size) + ", " +
+               first.storage->name + ", " + NameOf(first.condition) + ", " + report.kernels,
+           kInk);
+  if (report.machine.emulated) DrawText(image, 16, 34, 1, kEmulated, kOurs);
+  const Axis axis(rows);
+  axis.Draw(image);
+  DrawLegend(image, report);
+  int y = kTop + kRowHeight / 2;
+  for (const Row* const row : rows) {
+    DrawText(image, 16, y - kTextHeight / 2, 1, row->method->call, kInk);
+    const auto dot = [&](const Figure& figure, sim::Rgba color) {
+      const auto times = Times(figure, *row);
+      if (times) DrawDot(image, axis.PlaceOf(*times), y, color);
+    };
+    for (size_t i = 0; i < row->peers.size(); ++i) {
+      dot(row->peers[i], kPeerColors[i % std::size(kPeerColors)]);
+    }
+    dot(row->ours, kOurs);
+    y += kRowHeight;
+  }
+  return image;
+}
+
+}  // namespace velbench

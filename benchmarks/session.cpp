@@ -1,0 +1,112 @@
+#include "benchmarks/session.h"
+
+#include <malloc.h>
+
+#include <chrono>
+#include <climits>
+#include <random>
+#include <vector>
+
+#include "benchmarks/three_byte_storage.h"
+#include "cli/problem.h"
+#include "simulator/cairo_storage.h"
+
+namespace velbench {
+namespace {
+
+constexpr const char* kPluginPath = VEL_PLUGIN;
+
+// Widest first.
+constexpr const char* kKernelNames[] = {"avx512", "avx2", "sse2", "plain"};
+
+bool Select(const sim::Plugin& plugin, const std::string& name) {
+  return plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")(name.c_str());
+}
+
+// Lets the C library treat large blocks as the host treats pictures, for the buffers of the plugin
+// and the other libraries: straight from the kernel each time, or kept for the next.
+void SetLargeBlocks(Condition condition) {
+  constexpr int kMostBlocks = 65536, kLargeBytes = 128 << 10;
+  const bool warm = condition == Condition::kWarm;
+  mallopt(M_MMAP_THRESHOLD, kLargeBytes);
+  mallopt(M_MMAP_MAX, warm ? 0 : kMostBlocks);
+  mallopt(M_TRIM_THRESHOLD, warm ? INT_MAX : kLargeBytes);
+  malloc_trim(0);
+}
+
+sim::Settings SettingsFor(const Group& group) {
+  sim::Settings settings;
+  settings.application = group.storage->application;
+  settings.newPictures = settings.newAlphaPictures = group.storage->kind;
+  settings.warmMemory = true;  // New pictures are not filled, in either condition.
+  return settings;
+}
+
+sim::Ref<sim::Picture> NoisyPicture(sim::Host& host, const Group& group) {
+  auto picture = sim::Ref<sim::Picture>::Adopt(
+      host.NewPicture(group.size.width, group.size.height, group.storage->alpha));
+  if (!picture) throw velhost::Problem("memory is short for a picture of " + NameOf(group.size));
+  // One row of noise, begun elsewhere in each row of the picture.
+  std::mt19937 random(1);
+  constexpr int kShifts = 64;
+  std::vector<sim::Rgba> noise(static_cast<size_t>(group.size.width) + kShifts);
+  for (sim::Rgba& pixel : noise) {
+    const uint32_t bits = random();
+    pixel = {static_cast<uint8_t>(bits), static_cast<uint8_t>(bits >> 8),
+             static_cast<uint8_t>(bits >> 16), static_cast<uint8_t>(bits >> 24)};
+  }
+  for (int y = 0; y < group.size.height; ++y) picture->storage->WriteRow(y, &noise[y % kShifts]);
+  return picture;
+}
+
+}  // namespace
+
+std::string InstallStorage(sim::StorageKind kind) {
+  if (kind == sim::StorageKind::kCairo) return sim::InstallCairoStorage();
+  if (kind != sim::StorageKind::kGdk) return "";
+  InstallThreeByteStorage();
+  const sim::Plugin plugin(kPluginPath, false);
+  return HandOutThreeBytePixels(plugin) ? "" : "GDK 2 is missing";
+}
+
+std::string ResolveKernels(const std::string& kernels) {
+  const sim::Plugin plugin(kPluginPath, false);
+  for (const std::string name : kKernelNames) {
+    if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
+  }
+  throw velhost::Problem("--kernels " + kernels +
+                         ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
+}
+
+Session::Session(const Group& group, const std::string& kernels)
+    : inThreeBytes_(group.storage->kind == sim::StorageKind::kGdk),
+      host_(SettingsFor(group)),
+      plugin_(kPluginPath, false) {
+  SetLargeBlocks(group.condition);
+  host_.log.enabled = false;
+  host_.memory.warm = group.condition == Condition::kWarm;
+  plugin_.Start(host_);
+  Select(plugin_, kernels);
+  if (inThreeBytes_) HandOutThreeBytePixels(plugin_);
+  picture_ = NoisyPicture(host_, group);
+}
+
+std::optional<double> Session::Run(const MethodCase& method) {
+  std::string why;
+  const auto call = sim::ParseCall(method.call, &why);
+  const sim::Method& declared = plugin_.Choose(call->name, call->arguments);
+  const double convertingBefore = SecondsConverting();
+  const auto start = std::chrono::steady_clock::now();
+  bool done = false;
+  {
+    const sim::Result result = plugin_.Call(declared, picture_.get(), call->arguments);
+    done = result.boolean || result.picture || result.integer != 0;
+  }
+  const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+  if (!done) return std::nullopt;
+  // Drawing is the host's in every storage, and is left in.
+  const bool drawn = method.work == Work::kOwn;
+  return time.count() - (drawn ? 0 : SecondsConverting() - convertingBefore);
+}
+
+}  // namespace velbench

@@ -1,0 +1,40 @@
+#pragma once
+
+// The plugin in a host for one group of cases: a picture of its size and storage, and the time that
+// methods take on it. One session at a time; each loads the plugin anew, since a plugin that has
+// seen one kind of application expects no other.
+
+#include <optional>
+#include <string>
+
+#include "benchmarks/cases.h"
+#include "simulator/host.h"
+#include "simulator/plugin.h"
+
+namespace velbench {
+
+/// Throws velhost::Problem when the plugin does not know a kernel of that name, or the machine
+/// lacks it. Empty stands for the widest.
+class Session {
+ public:
+  Session(const Group& group, const std::string& kernels);
+
+  /// Seconds that one call takes, result released again, without what the host does to convert
+  /// three-byte pixels. Empty when the method fails.
+  std::optional<double> Run(const MethodCase& method);
+
+ private:
+  bool inThreeBytes_;
+  sim::Host host_;
+  sim::Plugin plugin_;
+  sim::Ref<sim::Picture> picture_;
+};
+
+/// `kernels` itself, or for an empty name the widest that this machine has. Throws velhost::Problem
+/// when the plugin does not know kernels of that name, or the machine lacks them.
+std::string ResolveKernels(const std::string& kernels);
+
+/// Makes a storage of the host available. Returns what is missing, empty when nothing is.
+std::string InstallStorage(sim::StorageKind kind);
+
+}  // namespace velbench

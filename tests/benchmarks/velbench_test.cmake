@@ -1,0 +1,48 @@
+# cmake -DVELBENCH=FILE -DWORK=FOLDER -P velbench_test.cmake: the benchmark on one small case, and
+# what it refuses.
+if(NOT EXISTS ${VELBENCH})
+  message(STATUS "SKIPPED: velbench is not built; ./bench builds it")
+  return()
+endif()
+file(MAKE_DIRECTORY ${WORK})
+set(figures ${WORK}/figures.json)
+set(plot ${WORK}/figures.png)
+file(REMOVE ${figures} ${plot})
+
+# run(STATUS PATTERN ARGS...): checks the status, and that one stream or the other says PATTERN.
+function(run wanted pattern)
+  execute_process(COMMAND ${VELBENCH} ${ARGN} RESULT_VARIABLE status
+    OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status STREQUAL wanted OR NOT output MATCHES "${pattern}")
+    message(SEND_ERROR "velbench ${ARGN}: status ${status}, no '${pattern}' in: ${output}")
+  endif()
+endfunction()
+
+# value(OUT PATH...): a value of the figures; stops when there is none.
+macro(value out)
+  string(JSON ${out} GET "${json}" ${ARGN})
+endmacro()
+
+run(0 "HMirrorVel.* x" --quick --filter "^HMirrorVel/512x512/console" --kernels sse2
+  --json ${figures} --plot ${plot})
+file(READ ${figures} json)
+value(kernels kernels)
+string(JSON emulated TYPE "${json}" emulated)
+string(JSON rows LENGTH "${json}" rows)
+if(NOT "${kernels} ${emulated} ${rows}" STREQUAL "sse2 BOOLEAN 2" OR NOT EXISTS ${plot})
+  message(SEND_ERROR "kernels, emulated, rows: ${kernels} ${emulated} ${rows}, or no plot")
+endif()
+foreach(row 0 1)
+  value(ours rows ${row} ours nsPerPixel)
+  value(memcpy rows ${row} memcpy nsPerPixel)
+  value(ratio rows ${row} memcpy oursDividedByIt)
+  string(JSON peers TYPE "${json}" rows ${row} peers)
+  if(NOT ours GREATER 0 OR NOT memcpy GREATER 0 OR NOT ratio GREATER 0 OR NOT peers STREQUAL OBJECT)
+    message(SEND_ERROR "row ${row}: ${ours} ${memcpy} ${ratio} ${peers}")
+  endif()
+endforeach()
+
+run(2 "--kernels abacus: unknown" --kernels abacus)
+run(2 "matches no row" --filter nothing)
+run(2 "no regular expression" --filter "(")
+run(2 "nowhere is missing" --json ${WORK}/nowhere/figures.json)
