@@ -8,7 +8,7 @@
 add_compile_options(-msse2 -mfpmath=sse -ffp-contract=off)
 
 option(VEL_SANITIZE "Build with the address and undefined behaviour sanitizers" OFF)
-option(VEL_FUZZ "Build the fuzzers (Clang only); wants VEL_SANITIZE" OFF)
+option(VEL_FUZZ "Build the fuzzers (Clang only), best with VEL_SANITIZE" OFF)
 if(VEL_SANITIZE)
   # vptr checks need run-time type information, which the plugin is built without. Clang's check of
   # function types does too, and host and plugin call each other by address in raw words anyway.
@@ -37,8 +37,8 @@ function(velpicture_plugin target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,-z,relro,-z,now -Wl,--exclude-libs,ALL)
-  if(VEL_SANITIZE)
-    return()  # The sanitizers' run-time libraries want the C++ library anyway.
+  if(VEL_SANITIZE OR VEL_FUZZ)
+    return()  # What they call is defined in the program that loads the plugin.
   endif()
 
   target_compile_options(${target} PRIVATE

@@ -32,8 +32,17 @@ using SetProcedure = void (*)(REALarrayStruct* array, Wide<T> value, long index)
 template <class Procedure>
 using Provider = Procedure (*)(REALarrayStruct* array);
 
-void AddReference(REALstringStruct* string) { REALLockString(string); }
-void AddReference(REALobjectStruct* object) { REALLockObject(object); }
+// False on a host that cannot add one: what was never taken must not be given back.
+bool AddReference(REALstringStruct* string) {
+  if (hostEntry<"REALLockString", void(REALstringStruct*)>.Address() == nullptr) return false;
+  REALLockString(string);
+  return true;
+}
+bool AddReference(REALobjectStruct* object) {
+  if (hostEntry<"REALLockObject", void(REALobjectStruct*)>.Address() == nullptr) return false;
+  REALLockObject(object);
+  return true;
+}
 void DropReference(REALstringStruct* string) { REALUnlockString(string); }
 void DropReference(REALobjectStruct* object) { REALUnlockObject(object); }
 
@@ -53,7 +62,7 @@ template <class T>
 Wide<T> ReadElement(REALarrayStruct* array, long index) {
   const T value = LoadElement<T>(array, index);
   if constexpr (std::is_pointer_v<T>) {
-    if (value != nullptr) AddReference(value);
+    if (value != nullptr && !AddReference(value)) return nullptr;
   }
   return value;
 }
@@ -68,7 +77,7 @@ void WriteElement(REALarrayStruct* array, T value, long index) {
   if constexpr (std::is_pointer_v<T>) {
     // The new reference comes first: storing what the element already holds must not destroy it.
     const T old = LoadElement<T>(array, index);
-    if (value != nullptr) AddReference(value);
+    if (value != nullptr && !AddReference(value)) return;
     // The array owns that reference even when the host throws while it destroys the old element.
     const AtExit store([=] { StoreElement(array, value, index); });
     if (old != nullptr) DropReference(old);

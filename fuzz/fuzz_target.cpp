@@ -1,0 +1,165 @@
+// Drives the plugin through a simulated host of arbitrary make: its version and kind, what it
+// lacks, which call fails or throws, how its pictures lie in memory; with arbitrary pictures,
+// angles, colours, strings and encodings. Results are compared with a plain model wherever nothing
+// was disturbed, and the host's account must be even after every call.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "fuzz/plugin_snapshot.h"
+#include "fuzz/session.h"
+#include "simulator/cairo_storage.h"
+
+namespace {
+
+constexpr char kDrawPicture[] =
+    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
+    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
+
+/// What a host may lack besides its entries.
+constexpr const char* kOtherNames[] = {"Picture",
+                                       "Width",
+                                       "Height",
+                                       "HasAlphaChannel",
+                                       "Constructor(width as integer, height as integer)",
+                                       "LenB( s as string ) as integer",
+                                       "NilObjectException",
+                                       "Message",
+                                       "libcairo.so",
+                                       "libcairo.so.2",
+                                       "cairo_get_target",
+                                       kDrawPicture};
+
+/// Entries and other names; without the entries that there are no methods without, and those that
+/// alone can give something back: what a host cannot take back stays out of balance.
+const std::vector<std::string>& MissableNames() {
+  static const std::vector<std::string> names = [] {
+    const std::set<std::string> indispensable = {
+        "RegisterPluginVersion", "PluginRegisterClassExtension", "REALUnlockObject",
+        "REALUnlockString",      "unlockPictureDescription",     "PluginDisposeStringData"};
+    std::vector<std::string> all;
+    for (const std::string& name : sim::EntryNames()) {
+      if (!indispensable.contains(name)) all.push_back(name);
+    }
+    all.insert(all.end(), std::begin(kOtherNames), std::end(kOtherNames));
+    return all;
+  }();
+  return names;
+}
+
+const bool hasCairo = sim::InstallCairoStorage().empty();
+
+sim::StorageKind TakeStorage(Input& input, sim::StorageKind usual) {
+  using enum sim::StorageKind;
+  const int choice = input.Below(16);
+  sim::StorageKind kind = choice == 0   ? kNone
+                          : choice == 1 ? kConsole
+                          : choice == 2 ? kCairo
+                                        : usual;
+  if (kind == kCairo && !hasCairo) kind = kConsole;
+  return kind;
+}
+
+sim::Settings TakeSettings(Input& input) {
+  constexpr double kVersions[] = {0.0,     2010.028, 2010.029, 2011.03,
+                                  2011.04, 2011.99,  2012.0,   2013.0};
+  sim::Settings settings;
+  const uint8_t version = input.Byte();
+  settings.version = version < 224 ? kVersions[version % 8] : input.Take<double>();
+  settings.application = static_cast<sim::AppKind>(input.Below(4));
+  const auto usual = settings.application == sim::AppKind::kDesktop ? sim::StorageKind::kCairo
+                                                                    : sim::StorageKind::kConsole;
+  settings.newPictures = TakeStorage(input, usual);
+  settings.newAlphaPictures = TakeStorage(input, usual);
+  settings.rows = static_cast<sim::RowLayout>(input.Below(4));
+  settings.extraStrideBytes = 4 * input.Below(5);
+  const auto blank = input.Take<uint32_t>();
+  settings.blank = {static_cast<uint8_t>(blank), static_cast<uint8_t>(blank >> 8),
+                    static_cast<uint8_t>(blank >> 16), 255};
+  settings.masks = !input.Flag();
+  settings.graphics = input.Below(8) != 7;
+  return settings;
+}
+
+struct LoadedPlugin {
+  const char* path = [] {
+    const char* const named = std::getenv("VEL_PLUGIN");
+    return named != nullptr ? named : VEL_PLUGIN;
+  }();
+  sim::Plugin plugin{path};
+  PluginSnapshot fresh{plugin};
+};
+
+/// Loaded once and never unloaded: a fuzzer keeps looking at its coverage counters.
+LoadedPlugin& TheLoadedPlugin() {
+  static auto* const loaded = new LoadedPlugin;
+  return *loaded;
+}
+
+/// Whether no x87 register is in use. None may be left over: they are a stack of eight, and later
+/// results turn into NaNs when it is full.
+bool X87StackIsEmpty() {
+  struct {
+    uint32_t control, status, tags, rest[4];
+  } environment;
+  // Storing the environment masks exceptions; loading it again undoes that.
+  asm volatile("fnstenv %0\n\tfldenv %0" : "+m"(environment));
+  return (environment.tags & 0xFFFF) == 0xFFFF;
+}
+
+}  // namespace
+
+void FuzzSession::Require(bool holds, const std::string& what) const {
+  if (holds) return;
+  std::fprintf(stderr, "fuzz: %s\n", what.c_str());
+  std::abort();
+}
+
+void FuzzSession::RequireBalance() const {
+  const std::string imbalance = host.Imbalance();
+  Require(imbalance.empty(), "out of balance:\n" + imbalance);
+  Require(X87StackIsEmpty(), "floating-point registers left in use");
+}
+
+void FuzzSession::ArmFaults() {
+  const int kind = input.Below(8);
+  if (kind < 5) return;
+  disturbed = true;
+  const int number = 1 + input.Byte();
+  if (kind == 5) host.faults.FailNth(number);
+  if (kind == 6) host.faults.FailFrom(number);
+  if (kind == 7) host.faults.ThrowNth(number);
+}
+
+/// Called by a fuzzer before the first input, so that it counts the plugin's coverage from then on.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  TheLoadedPlugin();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  LoadedPlugin& loaded = TheLoadedPlugin();
+  loaded.fresh.Restore();
+
+  Input input(data, size);
+  sim::Settings settings = TakeSettings(input);
+  bool disturbed = false;
+  for (int lacking = input.Below(4); lacking > 1; --lacking) {
+    settings.missing.insert(input.OneOf(MissableNames()));
+    disturbed = true;
+  }
+  sim::Host host(std::move(settings));
+  host.log.enabled = false;
+  loaded.plugin.Start(host);
+  if (input.Below(8) == 7) {
+    host.faults.failing.insert(input.OneOf(MissableNames()));
+    disturbed = true;
+  }
+  FuzzSession session{host, loaded.plugin, input, disturbed};
+  if (input.Below(4) == 3) {
+    FuzzText(session);
+  } else {
+    FuzzPictures(session);
+  }
+  return 0;
+}

@@ -1,0 +1,226 @@
+// Pictures: arbitrary words in arbitrary storage, and methods with arbitrary arguments.
+
+#include <random>
+
+#include "fuzz/picture_model.h"
+#include "fuzz/session.h"
+#include "simulator/cairo_storage.h"
+#include "simulator/console_storage.h"
+
+namespace {
+
+enum Operation {
+  kRotate,
+  kRotate90,
+  kRotate180,
+  kRotate270,
+  kMirror,
+  kHMirror,
+  kVMirror,
+  kMirrorInPlace,
+  kHMirrorInPlace,
+  kVMirrorInPlace,
+  kClone,
+  kCloneSized,
+  kBitmap,
+  kRotateMemory,
+  kOperations
+};
+
+/// Sizes that reach whole vectors and their tails, in pictures that stay small.
+std::pair<int, int> TakeSize(Input& input) {
+  const int longSide = 1 + input.Byte();
+  const int shortSide = 1 + input.Below(longSide > 32 ? 12 : 32);
+  return input.Flag() ? std::pair(longSide, shortSide) : std::pair(shortSide, longSide);
+}
+
+double TakeAngle(Input& input) {
+  constexpr double kSteps[] = {1, 15, 45, 90, 360, 0.1, 1e-7, 1e-20};
+  const int form = input.Below(4);
+  if (form == 0) return input.Take<double>();
+  if (form == 1) return input.Take<int16_t>() / 64.0;
+  return input.Take<int8_t>() * kSteps[input.Below(8)] + (form == 2 ? 0.0 : 1e-13 * input.Byte());
+}
+
+bool HasWords(const sim::Picture& picture) {
+  return picture.storage->kind() != sim::StorageKind::kNone;
+}
+
+uint32_t* RowOf(const sim::Picture& picture, int y) {
+  return picture.storage->kind() == sim::StorageKind::kConsole
+             ? picture.StorageAs<sim::ConsoleStorage>().Words(y)
+             : picture.StorageAs<sim::CairoStorage>().Words(y);
+}
+
+/// Pixels as nobody promised them: bits that mean nothing set, colours brighter than their alpha.
+void Scribble(sim::Picture& picture, uint32_t seed, int style) {
+  std::mt19937 random(seed);
+  const sim::Storage& storage = *picture.storage;
+  sim::Image image(storage.width(), storage.height());
+  for (sim::Rgba& pixel : image.pixels) {
+    uint32_t word = static_cast<uint32_t>(random());
+    // Also runs of equal pixels, and channels at their ends.
+    if (style == 1) word = (word >> 28 & 1) != 0 ? 0xFFFFFFFF : 0;
+    if (style == 2) word = seed;
+    pixel = {static_cast<uint8_t>(word >> 16), static_cast<uint8_t>(word >> 8),
+             static_cast<uint8_t>(word), static_cast<uint8_t>(word >> 24)};
+  }
+  if (!HasWords(picture)) return picture.Write(image);
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      const sim::Rgba pixel = image.At(x, y);
+      RowOf(picture, y)[x] = static_cast<uint32_t>(pixel.alpha) << 24 |
+                             static_cast<uint32_t>(pixel.red) << 16 |
+                             static_cast<uint32_t>(pixel.green) << 8 | pixel.blue;
+    }
+  }
+}
+
+/// Everything about a picture that a method may change or must leave alone.
+struct Content {
+  explicit Content(const sim::Picture& picture)
+      : raster(HasWords(picture) ? model::Raster::Of(picture) : model::Raster()),
+        image(HasWords(picture) ? sim::Image() : picture.Read()) {}
+  friend bool operator==(const Content&, const Content&) = default;
+  model::Raster raster;
+  sim::Image image;
+};
+
+class PictureCall {
+ public:
+  PictureCall(FuzzSession& session, model::PictureHost& host, sim::Picture& picture)
+      : session_(session), model_(host), picture_(picture) {
+    Input& input = session.input;
+    operation_ = static_cast<Operation>(input.Below(kOperations));
+    angle_ = TakeAngle(input);
+    background_ = input.Take<uint32_t>();
+    width_ = picture.storage->width() + input.Take<int8_t>();
+    height_ = picture.storage->height() + input.Take<int8_t>();
+    onNull_ = input.Below(64) == 63;
+  }
+
+  void Run() {
+    const Content before(picture_);
+    sim::Result result;
+    const bool finished = session_.Run([&] { result = Call(onNull_ ? nullptr : &picture_); });
+    session_.host.CheckGuards();
+    if (onNull_) {
+      session_.Require(!result.picture && !result.boolean, "something came of a null picture");
+    } else if (operation_ >= kMirrorInPlace && operation_ <= kVMirrorInPlace) {
+      CheckInPlace(before, finished, result.boolean);
+    } else {
+      session_.Require(Content(picture_) == before, "the source was changed");
+      if (finished) CheckResult(result);
+    }
+    result = {};
+    session_.RequireBalance();
+  }
+
+ private:
+  sim::Result Call(sim::Picture* picture) const {
+    constexpr const char* kNames[kOperations] = {
+        "RotateVel",  "Rotate90Vel", "Rotate180Vel",     "Rotate270Vel",      "MirrorVel",
+        "HMirrorVel", "VMirrorVel",  "MirrorPictureVel", "HMirrorPictureVel", "VMirrorPictureVel",
+        "CloneVel",   "CloneVel",    "BitmapVel",        "RotateMemoryVel"};
+    std::vector<sim::Argument> arguments;
+    if (operation_ == kRotate) arguments = {angle_, sim::Color{background_}};
+    if (operation_ == kRotateMemory) arguments = {angle_};
+    if (operation_ == kCloneSized) arguments = {int64_t{width_}, int64_t{height_}};
+    return session_.plugin.Call(kNames[operation_], picture, arguments);
+  }
+
+  void CheckInPlace(const Content& before, bool finished, bool changed) const {
+    Content mirrored = before;
+    mirrored.raster = model::MirroredInPlace(before.raster, operation_ != kVMirrorInPlace,
+                                             operation_ != kHMirrorInPlace);
+    const Content after(picture_);
+    if (!finished) {
+      session_.Require(after == before || after == mirrored, "half a mirror was left behind");
+      return;
+    }
+    session_.Require(after == (changed ? mirrored : before), "wrong pixels in place");
+    if (!session_.disturbed) {
+      session_.Require(changed == model_.CanEdit(picture_), "wrong answer of an in-place mirror");
+    }
+  }
+
+  std::optional<model::Raster> Expected() const {
+    if (operation_ == kRotate) return model_.Rotate(picture_, angle_, background_);
+    if (operation_ <= kRotate270) return model_.Turn(picture_, operation_ - kRotate);
+    return model_.Mirror(picture_, operation_ != kVMirror, operation_ != kHMirror);
+  }
+
+  void CheckResult(const sim::Result& result) const {
+    if (operation_ == kRotateMemory) {
+      if (session_.disturbed) return;
+      session_.Require(result.integer == model::RotationMemory(picture_.storage->width(),
+                                                               picture_.storage->height(), angle_),
+                       "wrong memory estimate");
+      return;
+    }
+    if (operation_ == kBitmap) {
+      return session_.Require(
+          result.picture.get() == &picture_ || (session_.disturbed && !result.picture),
+          "a bitmap of another picture");
+    }
+    if (session_.disturbed) return;
+    const bool isExactCopy =
+        operation_ == kRotate && model::ExactQuarterTurns(model::Normalized(angle_)) == 0;
+    if (operation_ == kClone || operation_ == kCloneSized || isExactCopy) {
+      return CheckClone(result.picture.get());
+    }
+    const auto expected = Expected();
+    session_.Require(expected.has_value() == static_cast<bool>(result.picture),
+                     expected ? "no result" : "a result of nothing");
+    if (!expected) return;
+    session_.Require(result.picture->storage->alpha() == picture_.storage->alpha(), "wrong alpha");
+    const model::Raster raster = model::Raster::Of(*result.picture);
+    session_.Require(raster.width == expected->width && raster.height == expected->height,
+                     "wrong size");
+    session_.Require(raster == *expected, "wrong pixels");
+  }
+
+  void CheckClone(const sim::Picture* clone) const {
+    const bool sized = operation_ == kCloneSized;
+    const int width = sized ? width_ : picture_.storage->width();
+    const int height = sized ? height_ : picture_.storage->height();
+    if (width < 1 || height < 1) return session_.Require(clone == nullptr, "a clone of no size");
+    session_.Require(clone != nullptr, "no clone");
+    session_.Require(clone->Read() == model_.Clone(picture_, width, height), "wrong clone");
+  }
+
+  FuzzSession& session_;
+  model::PictureHost& model_;
+  sim::Picture& picture_;
+  Operation operation_;
+  double angle_;
+  uint32_t background_;
+  int width_;
+  int height_;
+  bool onNull_;
+};
+
+}  // namespace
+
+void FuzzPictures(FuzzSession& session) {
+  Input& input = session.input;
+  if (auto* const select = session.plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")) {
+    constexpr const char* kKernels[] = {"plain", "sse2", "avx2", "avx512"};
+    const int choice = input.Below(8);
+    if (choice < 4) select(kKernels[choice]);
+  }
+  const auto [width, height] = TakeSize(input);
+  const bool alpha = input.Flag();
+  sim::PictureOptions options = session.host.NewPictureOptions(alpha);
+  if (input.Below(8) == 7) options.storage = sim::StorageKind::kNone;
+  options.rows = static_cast<sim::RowLayout>(input.Below(4));
+  const auto picture = session.host.MakePicture(sim::Image(width, height), options);
+  session.Require(static_cast<bool>(picture), "the host makes no picture");
+  Scribble(*picture, input.Take<uint32_t>(), input.Below(3));
+
+  model::PictureHost expected(session.host.settings);
+  int calls = 3;
+  do {
+    PictureCall(session, expected, *picture).Run();
+  } while (!input.empty() && --calls > 0);
+}

@@ -1,0 +1,132 @@
+#include "fuzz/picture_model.h"
+
+#include <cmath>
+
+namespace model {
+
+PictureHost::PictureHost(const sim::Settings& settings)
+    : settings_(settings),
+      isConsole_(settings.application == sim::AppKind::kConsole ||
+                 settings.application == sim::AppKind::kWeb),
+      isDesktop_(settings.application == sim::AppKind::kDesktop) {}
+
+std::optional<Format> PictureHost::Open(sim::StorageKind kind, bool alpha) {
+  if (!isConsole_ && kind == sim::StorageKind::kCairo) {
+    isDesktop_ = true;
+    return alpha ? Format::kArgb : Format::kRgb;
+  }
+  if (isDesktop_ || kind != sim::StorageKind::kConsole) return std::nullopt;
+  isConsole_ = true;
+  return Format::kConsole;
+}
+
+std::optional<Raster> PictureHost::Read(const sim::Picture& picture) {
+  const sim::Storage& storage = *picture.storage;
+  if (isConsole_ || storage.alpha() || storage.kind() == sim::StorageKind::kCairo) {
+    if (!Open(storage.kind(), storage.alpha())) return std::nullopt;
+    return Raster::Of(picture);
+  }
+  // A desktop picture without Cairo or GDK storage is read as what the host draws of it.
+  const auto format = Open(settings_.newPictures, false);
+  if (!format) return std::nullopt;
+  const sim::Image copy = Clone(picture, storage.width(), storage.height());
+  Raster raster(*format, copy.width, copy.height);
+  for (int y = 0; y < copy.height; ++y) {
+    for (int x = 0; x < copy.width; ++x) {
+      const sim::Rgba pixel = copy.At(x, y);
+      raster.Store(x, y, {pixel.red, pixel.green, pixel.blue, 255});
+    }
+  }
+  return raster;
+}
+
+bool PictureHost::CanEdit(const sim::Picture& picture) {
+  return Open(picture.storage->kind(), picture.storage->alpha()).has_value();
+}
+
+std::optional<Format> PictureHost::NewFormat(bool alpha) {
+  if (alpha && settings_.version < 2011.04) return std::nullopt;
+  return Open(alpha ? settings_.newAlphaPictures : settings_.newPictures, alpha);
+}
+
+std::optional<Raster> PictureHost::Turn(const sim::Picture& picture, int quarterTurns) {
+  const auto source = Read(picture);
+  if (!source) return std::nullopt;
+  const auto format = NewFormat(picture.storage->alpha());
+  if (!format) return std::nullopt;
+  return Turned(*source, *format, quarterTurns);
+}
+
+std::optional<Raster> PictureHost::Mirror(const sim::Picture& picture, bool columns, bool rows) {
+  const auto source = Read(picture);
+  if (!source) return std::nullopt;
+  const auto format = NewFormat(picture.storage->alpha());
+  if (!format) return std::nullopt;
+  return Mirrored(*source, *format, columns, rows);
+}
+
+std::optional<Raster> PictureHost::Rotate(const sim::Picture& picture, double angle,
+                                          uint32_t background) {
+  const double normalized = Normalized(angle);
+  if (std::isnan(normalized)) return std::nullopt;
+  if (const auto turns = ExactQuarterTurns(normalized)) return Turn(picture, *turns);
+  const auto source = Read(picture);
+  if (!source) return std::nullopt;
+  const auto format = NewFormat(picture.storage->alpha());
+  if (!format) return std::nullopt;
+  // The model takes whole turns off one by one, which is for angles within reason.
+  const double near = std::fabs(angle) < 1e6 ? angle : normalized;
+  return Rotated(*source, *format, near, background).result;
+}
+
+sim::Image PictureHost::Clone(const sim::Picture& picture, int width, int height) const {
+  sim::Rgba blank = settings_.blank;
+  blank.alpha = 255;
+  sim::Image clone(width, height, blank);
+  if (!settings_.graphics) return clone;
+  const sim::Image source = picture.Read();
+  for (int y = 0; y < std::min(height, source.height); ++y) {
+    for (int x = 0; x < std::min(width, source.width); ++x) {
+      clone.At(x, y) = sim::Over(source.At(x, y), clone.At(x, y));
+      clone.At(x, y).alpha = 255;
+    }
+  }
+  return clone;
+}
+
+double Normalized(double angle) {
+  if (!std::isfinite(angle)) return std::nan("");
+  const double rest = std::fmod(angle, 360.0);
+  return rest < 0 ? rest + 360.0 : rest;
+}
+
+std::optional<int> ExactQuarterTurns(double normalized) {
+  for (int turns = 0; turns < 4; ++turns) {
+    if (normalized == 90.0 * turns) return turns;
+  }
+  return std::nullopt;
+}
+
+int64_t RotationMemory(int64_t width, int64_t height, double angle) {
+  const double normalized = Normalized(angle);
+  if (std::isnan(normalized)) return 0;
+  if (ExactQuarterTurns(normalized)) return width * height * 4;
+  const bool turned = normalized > 45 && normalized <= 315;
+  const int turns = !turned ? 0 : normalized <= 135 ? 1 : normalized <= 225 ? 2 : 3;
+  const int64_t turnedBytes = turned ? width * height * 4 : 0;
+  if (turns % 2 == 1) std::swap(width, height);
+  const double radians = (normalized - 90.0 * turns) * 3.141592653589793 / 180.0;
+  double sine, cosine;
+  sincos(radians, &sine, &cosine);
+  sine = std::fabs(sine);
+  const auto h = static_cast<double>(height);
+  const int64_t w1 = width + static_cast<int64_t>(h * std::fabs(std::tan(radians * 0.5)));
+  const auto wide = static_cast<double>(w1);
+  const int64_t h2 = static_cast<int64_t>(h * cosine + wide * sine) + 1;
+  const auto high = static_cast<double>(h2);
+  const int64_t w3 = static_cast<int64_t>(wide * sine + high * cosine) + 1;
+  const int64_t h3 = static_cast<int64_t>(wide * cosine + high * sine) + 1;
+  return turnedBytes + height * 4 * w1 + w1 * 4 * h2 + w3 * h3 * 4;
+}
+
+}  // namespace model

@@ -1,0 +1,44 @@
+#pragma once
+
+// What the Picture methods ought to give on a host of given settings: which storages it can open,
+// how each keeps a pixel, and, by way of the transforms' plain model, every pixel of the result. It
+// knows nothing of how the plugin goes about it. Nothing in the host may be missing or fail.
+
+#include <optional>
+
+#include "simulator/settings.h"
+#include "tests/transforms/model.h"
+
+namespace model {
+
+class PictureHost {
+ public:
+  explicit PictureHost(const sim::Settings& settings);
+
+  /// 1 to 3 quarter turns counter-clockwise.
+  std::optional<Raster> Turn(const sim::Picture& picture, int quarterTurns);
+  std::optional<Raster> Mirror(const sim::Picture& picture, bool columns, bool rows);
+  /// Not by 0 degrees, which is a clone.
+  std::optional<Raster> Rotate(const sim::Picture& picture, double angle, uint32_t background);
+  /// Whether the picture can be changed where it stands.
+  bool CanEdit(const sim::Picture& picture);
+  /// The copy that CloneVel makes, as the host shows it.
+  sim::Image Clone(const sim::Picture& picture, int width, int height) const;
+
+ private:
+  std::optional<Format> Open(sim::StorageKind kind, bool alpha);
+  std::optional<Raster> Read(const sim::Picture& picture);
+  std::optional<Format> NewFormat(bool alpha);
+
+  const sim::Settings& settings_;
+  bool isConsole_;
+  bool isDesktop_;
+};
+
+/// [0, 360], or NaN.
+double Normalized(double angle);
+/// Whether a normalised angle is 0, 90, 180 or 270: the result is that many quarter turns.
+std::optional<int> ExactQuarterTurns(double normalized);
+int64_t RotationMemory(int64_t width, int64_t height, double angle);
+
+}  // namespace model

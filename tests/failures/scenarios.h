@@ -1,0 +1,43 @@
+#pragma once
+
+// Everything a host or another module may ask of the plugin, each as one short story that tells its
+// outcome as text: what came back, down to the last pixel or byte. The failure tests run every
+// story again and again, with another call failing each time.
+
+#include <ostream>
+#include <span>
+#include <string>
+
+#include "tests/transforms/pictures.h"
+
+/// What the stories need, made before anything fails. A plugin of its own: not started by anybody
+/// before, it knows nothing of its host.
+struct Stage {
+  Stage(const PictureSetup& setup, sim::Settings settings);
+
+  Session session;
+  sim::Ref<sim::Picture> picture;  ///< small, with a mask
+  sim::Ref<sim::Picture> other;    ///< of the same size, to draw into
+  sim::Ref<sim::String> string;
+  sim::Ref<sim::MemoryBlock> block;
+  sim::Ref<sim::Array> array;  ///< of two strings; the first element is `string`
+};
+
+struct Story {
+  const char* name;
+  /// Tells the outcome; what the call returned is given back by then. Takes the story's own name.
+  std::string (*run)(Stage& stage, const char* name);
+  /// Other outcomes that are fine when something fails, each in brackets.
+  const char* alternatives = "";
+
+  std::string Run(Stage& stage) const { return run(stage, name); }
+};
+
+inline void PrintTo(const PictureSetup& setup, std::ostream* out) { *out << setup.name; }
+
+/// Stories about pictures, and about strings, data and arrays.
+std::span<const Story> PictureStories();
+std::span<const Story> TextStories();
+
+/// All pixels as one number, with the size: "5 x 3 pixels 89abcdef"; "null" for none.
+std::string Told(const sim::Picture* picture);

@@ -1,0 +1,52 @@
+# The mutants: what each breaks, and the tests that must notice ("corpus": the kept fuzz inputs).
+
+mutant(lost_reference
+  FILE pixels/picture_writers.cpp
+  FROM [[return PictureReference::Retained(editor.picture).Release();]]
+  TO [[return editor.picture;]]
+  TESTS Storages/Turns.AddUp/Console)
+
+mutant(missing_unlock
+  FILE pixels/picture_editor.cpp
+  FROM [[  REALUnlockPictureDescription(reference.get());]]
+  TO ""
+  TESTS Storages/Turns.AddUp/Console)
+
+mutant(leaking_writer
+  FILE pixels/picture_editor.cpp
+  FROM [[  std::free(editor.ownedBuffer);]]
+  TO ""
+  TESTS WritersTest.OwnBuffers*)
+
+mutant(lost_alpha
+  FILE pixels/picture_reader.cpp
+  FROM [[editor.hasAlpha = known && hasAlpha != 0;]]
+  TO [[editor.hasAlpha = false && known;]]
+  TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/ConsoleScatteredAlpha)
+
+mutant(row_too_long
+  FILE transforms/pixel_moves.cpp
+  FROM [[RowAddress(source, y),
+               source.width);]]
+  TO [[RowAddress(source, y),
+               source.width + 1);]]
+  TESTS Storages/Turns.AddUp/ConsolePadded)
+
+mutant(unmirrored_middle_row
+  FILE transforms/pixel_moves.cpp
+  FROM [[if (picture.height % 2 == 0) return;]]
+  TO [[if (picture.height % 2 != 0) return;]]
+  TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/Console)
+
+mutant(shear_off_by_one
+  FILE transforms/rotate.cpp
+  FROM [[return {static_cast<int>(whole), offset - whole};]]
+  TO [[return {static_cast<int>(whole) + 1, offset - whole};]]
+  TESTS Storages/Methods.RotateRandomPicturesByRandomAngles/Console)
+
+# Pixels that fall off the row's front still blend into the first one that stays.
+mutant(forgotten_carry
+  FILE transforms/kernels/shear_plain.cpp
+  FROM [[if (x == 0) previous = load(i - 1);]]
+  TO [[if (x == 0) previous = background;]]
+  TESTS corpus)
