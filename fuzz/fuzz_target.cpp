@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "fuzz/plugin_snapshot.h"
 #include "fuzz/session.h"
 #include "simulator/cairo_storage.h"
+#include "simulator/plugin_snapshot.h"
 
 namespace {
 
@@ -87,7 +87,7 @@ struct LoadedPlugin {
     return named != nullptr ? named : VEL_PLUGIN;
   }();
   sim::Plugin plugin{path};
-  PluginSnapshot fresh{plugin};
+  sim::PluginSnapshot fresh{plugin};
 };
 
 /// Loaded once and never unloaded: a fuzzer keeps looking at its coverage counters.

@@ -45,7 +45,8 @@ bool PictureHost::CanEdit(const sim::Picture& picture) {
 }
 
 std::optional<Format> PictureHost::NewFormat(bool alpha) {
-  if (alpha && settings_.version < 2011.04) return std::nullopt;
+  // A version that is no number is not new enough.
+  if (alpha && !(settings_.version >= 2011.04)) return std::nullopt;
   return Open(alpha ? settings_.newAlphaPictures : settings_.newPictures, alpha);
 }
 

@@ -91,7 +91,7 @@ class FailureTest : public testing::Test {
     usual_ = story.Run(stage);
     after_ = Told(stage.picture.get());
     std::set<std::string> names;
-    for (const sim::LogLine& line : stage.session.host.log.lines) {
+    for (const sim::LogLine& line : stage.host.log.lines) {
       if (line.kind != sim::LogLine::kCall && !line.failed) {
         names.insert(line.kind == sim::LogLine::kLookup ? line.name : line.arguments);
       }
@@ -108,7 +108,7 @@ class FailureTest : public testing::Test {
       for (int number = 1; fired && Complaints() == complaints; ++number) {
         SCOPED_TRACE(title + std::to_string(number));
         Stage stage(*setup_, settings_);
-        sim::Faults& faults = stage.session.host.faults;
+        sim::Faults& faults = stage.host.faults;
         if (kind == Kind::kOne) faults.FailNth(number);
         if (kind == Kind::kFrom) faults.FailFrom(number);
         if (kind == Kind::kThrow) faults.ThrowNth(number);
@@ -120,7 +120,7 @@ class FailureTest : public testing::Test {
         fired = faults.fired();
         faults.Clear();
         std::set<std::string> failed;
-        for (const sim::LogLine& line : stage.session.host.log.lines) {
+        for (const sim::LogLine& line : stage.host.log.lines) {
           if (line.failed) failed.insert(line.name);
         }
         EXPECT_TRUE(fired || outcome == usual_) << outcome;
@@ -176,7 +176,7 @@ class FailureTest : public testing::Test {
   void Check(const Story& story, Stage& stage, const std::string& outcome,
              const std::set<std::string>& failed) {
     ++states_;
-    sim::Host& host = stage.session.host;
+    sim::Host& host = stage.host;
     std::string names;
     for (const std::string& name : failed) names += " " + name;
     EXPECT_TRUE(IsDocumented(story, outcome, failed))

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "pixels/picture_editor.h"
+#include "simulator/plugin_snapshot.h"
 #include "tests/host/plugin_function.h"
 #include "tests/text/views.h"
 
@@ -15,7 +16,7 @@ using String = REALstringStruct;
 
 template <class Signature>
 Signature* Function(Stage& stage, const char* name) {
-  return ::Function<Signature>(stage.session.plugin, name);
+  return ::Function<Signature>(stage.plugin, name);
 }
 
 std::string Told(bool value) { return value ? "true" : "false"; }
@@ -33,11 +34,11 @@ std::string Told(const sim::Result& result) {
 
 /// A picture that a function returned; the reference is given back.
 std::string Taken(Stage& stage, Picture* picture) {
-  return Told(sim::Ref<sim::Picture>::Adopt(stage.session.host.Live<sim::Picture>(picture)).get());
+  return Told(sim::Ref<sim::Picture>::Adopt(stage.host.Live<sim::Picture>(picture)).get());
 }
 
 std::string Taken(Stage& stage, String* string) {
-  const auto held = sim::Ref<sim::String>::Adopt(stage.session.host.Live<sim::String>(string));
+  const auto held = sim::Ref<sim::String>::Adopt(stage.host.Live<sim::String>(string));
   if (!held) return "null";
   std::string start(held->bytes().substr(0, 12));
   std::replace(start.begin(), start.end(), '\0', '.');
@@ -50,7 +51,7 @@ std::string Method(Stage& stage, const char* text) {
   std::string why;
   const auto call = sim::ParseCall(text, &why);
   if (!call) throw std::runtime_error(why);
-  return Told(stage.session.plugin.Call(call->name, stage.picture.get(), call->arguments));
+  return Told(stage.plugin.Call(call->name, stage.picture.get(), call->arguments));
 }
 
 using Open = bool(PictureEditor&, Picture*);
@@ -177,25 +178,25 @@ std::string Texts(Text& view) {
 const Story kTextStories[] = {
     {"rbText",
      [](Stage& stage, const char*) {
-       Text view(stage.session.plugin, stage.string.get());
+       Text view(stage.plugin, stage.string.get());
        return Texts(view);
      }},
     {"rbText copied and assigned",
      [](Stage& stage, const char*) {
-       Text view(stage.session.plugin, stage.string.get());
+       Text view(stage.plugin, stage.string.get());
        Texts(view);
-       Text copy(stage.session.plugin, view);
+       Text copy(stage.plugin, view);
        Texts(copy);
        view.Assign(copy);
        return Texts(view);
      }},
     {"rbData of a string",
      [](Stage& stage, const char*) {
-       return std::string(Data(stage.session.plugin, stage.string.get()).bytes());
+       return std::string(Data(stage.plugin, stage.string.get()).bytes());
      }},
     {"rbData of a block",
      [](Stage& stage, const char*) {
-       return std::string(Data(stage.session.plugin, stage.block.get(), 2, 0).bytes());
+       return std::string(Data(stage.plugin, stage.block.get(), 2, 0).bytes());
      }},
     {"REALGetStringData",
      [](Stage& stage, const char*) -> std::string {
@@ -216,10 +217,9 @@ const Story kTextStories[] = {
      "[500 bytes of encoding 65535: w.w.w.w.w.w.]"},
     {"REALBuildMemoryblock",
      [](Stage& stage, const char*) -> std::string {
-       const auto block =
-           sim::Ref<sim::MemoryBlock>::Adopt(stage.session.host.Live<sim::MemoryBlock>(
-               Function<REALmemoryBlockStruct*(const void*, int)>(stage, "REALBuildMemoryblock")(
-                   "bytes", 5)));
+       const auto block = sim::Ref<sim::MemoryBlock>::Adopt(
+           stage.host.Live<sim::MemoryBlock>(Function<REALmemoryBlockStruct*(const void*, int)>(
+               stage, "REALBuildMemoryblock")("bytes", 5)));
        return block ? std::string(block->bytes()) : "null";
      }},
     {"REALstringToOSType",
@@ -246,7 +246,7 @@ const Story kTextStories[] = {
      }},
     {"RaiseException",
      [](Stage& stage, const char*) -> std::string {
-       auto& raised = stage.session.host.raised;
+       auto& raised = stage.host.raised;
        Function<void(const char*, const char*)>(stage, "RaiseException")("RuntimeException", "why");
        std::string told = raised.empty() ? "nothing" : raised.back()->classRef->info().name;
        raised.clear();
@@ -263,6 +263,14 @@ const Story kTextStories[] = {
        return Taken(stage, out);
      }},
 };
+
+const sim::Plugin& FreshPlugin(sim::Host& host) {
+  static sim::Plugin plugin(PluginPath());
+  static const sim::PluginSnapshot unstarted(plugin);
+  unstarted.Restore();
+  plugin.Start(host);
+  return plugin;
+}
 
 }  // namespace
 
@@ -281,8 +289,8 @@ std::string Told(const sim::Picture* picture) {
   return text;
 }
 
-Stage::Stage(const PictureSetup& setup, sim::Settings settings) : session(std::move(settings)) {
-  sim::Host& host = session.host;
+Stage::Stage(const PictureSetup& setup, sim::Settings settings)
+    : host(std::move(settings)), plugin(FreshPlugin(host)) {
   sim::Image image(5, 3);
   uint8_t n = 7;
   for (sim::Rgba& pixel : image.pixels) {

@@ -10,12 +10,13 @@
 
 #include "tests/transforms/pictures.h"
 
-/// What the stories need, made before anything fails. A plugin of its own: not started by anybody
-/// before, it knows nothing of its host.
+/// What the stories need, made before anything fails. The plugin is one for all stages, and fresh
+/// for each: it knows nothing of its host.
 struct Stage {
   Stage(const PictureSetup& setup, sim::Settings settings);
 
-  Session session;
+  sim::Host host;
+  const sim::Plugin& plugin;
   sim::Ref<sim::Picture> picture;  ///< small, with a mask
   sim::Ref<sim::Picture> other;    ///< of the same size, to draw into
   sim::Ref<sim::String> string;

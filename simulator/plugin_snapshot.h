@@ -10,10 +10,12 @@
 
 #include "simulator/plugin.h"
 
+namespace sim {
+
 class PluginSnapshot {
  public:
   /// Copies the state of a plugin that is loaded and not started yet.
-  explicit PluginSnapshot(const sim::Plugin& plugin);
+  explicit PluginSnapshot(const Plugin& plugin);
 
   /// The plugin is as it was: not started, knowing nothing.
   void Restore() const;
@@ -25,3 +27,5 @@ class PluginSnapshot {
   };
   std::vector<Range> ranges_;
 };
+
+}  // namespace sim

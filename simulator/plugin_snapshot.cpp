@@ -1,10 +1,12 @@
-#include "fuzz/plugin_snapshot.h"
+#include "simulator/plugin_snapshot.h"
 
 #include <link.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
 
+namespace sim {
 namespace {
 
 struct Segments {
@@ -50,7 +52,7 @@ __attribute__((no_sanitize("address"))) void CopyBytes(const uint8_t* from, uint
 
 }  // namespace
 
-PluginSnapshot::PluginSnapshot(const sim::Plugin& plugin) {
+PluginSnapshot::PluginSnapshot(const Plugin& plugin) {
   Segments segments{reinterpret_cast<uintptr_t>(plugin.Address("REALPluginMain")), {}};
   if (dl_iterate_phdr(CollectWritable, &segments) != 1) {
     throw std::runtime_error("the plugin's data cannot be found");
@@ -67,3 +69,5 @@ void PluginSnapshot::Restore() const {
     CopyBytes(range.bytes.data(), range.first, range.bytes.size());
   }
 }
+
+}  // namespace sim
