@@ -63,7 +63,7 @@ void WriteRow(std::ostream& out, const Row& row, const std::vector<std::string>&
 std::string ToJson(const Report& report) {
   std::ostringstream out;
   out << "{\n  \"processor\": " << Quoted(report.machine.processor)
-      << ",\n  \"emulated\": " << (report.machine.emulated ? "true" : "false")
+      << ",\n  \"caveat\": " << Quoted(report.machine.caveat)
       << ",\n  \"kernels\": " << Quoted(report.kernels) << ",\n  \"missing\": [";
   Items missing;
   for (const std::string& text : report.missing) missing.Next(out) << "    " << Quoted(text);

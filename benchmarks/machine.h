@@ -9,8 +9,8 @@ namespace velbench {
 struct Machine {
   /// As the processor calls itself.
   std::string processor;
-  /// Our instructions are translated by an emulator: its figures say nothing of a real machine.
-  bool emulated;
+  /// Why the figures are not those of the plugin as it ships; empty when they are.
+  std::string caveat;
 };
 
 Machine ThisMachine();

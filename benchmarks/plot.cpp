@@ -104,7 +104,7 @@ velhost::Image Plot(const Report& report) {
            "Times as long as memcpy of the source: " + NameOf(first.size) + ", " +
                first.storage->name + ", " + NameOf(first.condition) + ", " + report.kernels,
            kInk);
-  if (report.machine.emulated) DrawText(image, 16, 34, 1, kEmulated, kOurs);
+  DrawText(image, 16, 34, 1, report.machine.caveat, kOurs);
   const Axis axis(rows);
   axis.Draw(image);
   DrawLegend(image, report);

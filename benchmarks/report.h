@@ -40,10 +40,6 @@ struct Report {
   std::vector<Row> rows = {};
 };
 
-constexpr const char* kEmulated =
-    "32-bit programs are emulated here: these are the emulator's figures and say nothing of a real "
-    "machine";
-
 class Table {
  public:
   /// Prints what the figures are and the columns' names.

@@ -33,7 +33,7 @@ std::string Cell(const Figure& figure, const Figure& ours, char mark) {
 
 Table::Table(const Report& report) {
   std::printf("%s, kernels %s\n", report.machine.processor.c_str(), report.kernels.c_str());
-  if (report.machine.emulated) std::printf("NOTE: %s.\n", kEmulated);
+  if (!report.machine.caveat.empty()) std::printf("NOTE: %s\n", report.machine.caveat.c_str());
   for (const std::string& text : report.missing) std::printf("NOTE: %s\n", text.c_str());
   std::printf("Nanoseconds per source pixel; x: ours divided by the column's.\n\n");
   std::printf("%-*s%*s ", kNameWidth, "", kColumnWidth / 2, "ours");

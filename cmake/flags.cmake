@@ -7,6 +7,13 @@
 # must not depend on the compiler.
 add_compile_options(-msse2 -mfpmath=sse -ffp-contract=off)
 
+# Timing where no 32-bit program can run: the plugin and the benchmark as 64-bit code, whose kernels
+# do without the registers that 32-bit code lacks (GCC only: see transforms/kernels/kernels.cmake).
+option(VEL_STAND_IN "Build the 64-bit stand-in for timing: benchmark and kernel tests alone" OFF)
+if(VEL_STAND_IN)
+  add_compile_definitions(VEL_STAND_IN)
+endif()
+
 option(VEL_SANITIZE "Build with the address and undefined behaviour sanitizers" OFF)
 option(VEL_FUZZ "Build the fuzzers (Clang only), best with VEL_SANITIZE" OFF)
 if(VEL_SANITIZE)
@@ -24,6 +31,9 @@ endif()
 add_library(velpicture_warnings INTERFACE)
 target_compile_options(velpicture_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror)
+if(VEL_STAND_IN)
+  target_compile_options(velpicture_warnings INTERFACE -Wno-conversion)  # A long has 32 bits.
+endif()
 
 # Makes `target` a plugin: hides what is not exported on purpose, tolerates a caller's stack aligned
 # to 4 bytes, and links the C library and libm only.

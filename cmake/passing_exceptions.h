@@ -7,7 +7,7 @@
 // an exception must not leave a function.
 #pragma once
 
-#if defined(__i386__)
+#if defined(__i386__) || defined(__x86_64__)
 __asm__(
     ".weak __gxx_personality_v0\n"
     ".weak _Unwind_Resume\n"

@@ -1,4 +1,4 @@
-# 32-bit libraries that tools/setup unpacked in this checkout. Linking `unpacked_libraries` makes
+# Libraries that tools/setup unpacked in this checkout. Linking `unpacked_libraries` makes
 # their headers and files known; which of them to link is the target's own business. At run time
 # tools/desktop-env lets the loader find them.
 include_guard(GLOBAL)
@@ -8,8 +8,15 @@ if(NOT VEL_DEPS)
 endif()
 
 add_library(unpacked_libraries INTERFACE)
-target_include_directories(unpacked_libraries SYSTEM INTERFACE ${VEL_DEPS}/i386/usr/include)
+if(VEL_STAND_IN)
+  set(folder ${VEL_DEPS}/amd64)
+  set(triplet x86_64-linux-gnu)
+else()
+  set(folder ${VEL_DEPS}/i386)
+  set(triplet i386-linux-gnu)
+endif()
+target_include_directories(unpacked_libraries SYSTEM INTERFACE ${folder}/usr/include)
 target_link_directories(unpacked_libraries INTERFACE
-  ${VEL_DEPS}/i386/usr/lib/i386-linux-gnu ${VEL_DEPS}/i386/lib/i386-linux-gnu)
+  ${folder}/usr/lib/${triplet} ${folder}/lib/${triplet})
 # What the libraries need in their turn is found by the loader, not by us.
 target_link_options(unpacked_libraries INTERFACE -Wl,--allow-shlib-undefined)

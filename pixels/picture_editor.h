@@ -34,8 +34,8 @@ struct PictureEditor {
   bool allowCopy;      ///< the picture may be read through a temporary copy
   bool writable;       ///< the pixels will change: closing clears the picture's cache
 };
-static_assert(offsetof(PictureEditor, description) == 36);
-static_assert(offsetof(PictureEditor, pixbuf) == 36 + sizeof(REALpictureDescription));
+static_assert(IsHostLayout(offsetof(PictureEditor, description), 36));
+static_assert(IsHostLayout(offsetof(PictureEditor, pixbuf), 36 + sizeof(REALpictureDescription)));
 
 /// Entries of the format tables for the editor's pixelType: bytes per pixel, and the byte offset of
 /// a channel inside a pixel. 0 for a code outside 0 to 16.

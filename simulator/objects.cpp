@@ -15,10 +15,11 @@ Handle* HandleIn(uint64_t bits) { return reinterpret_cast<Handle*>(static_cast<u
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 void Handle::CheckLayout() {
-  static_assert(offsetof(Handle, word1_) == offsetof(REALstringLegacyLayout, storage));
-  static_assert(offsetof(Handle, word2_) == offsetof(REALarrayStruct, elements));
-  static_assert(offsetof(Handle, word3_) == offsetof(REALobjectHeader, lockCount));
-  static_assert(offsetof(Handle, word3_) == offsetof(REALstringLegacyLayout, lengthBytes));
+  static_assert(IsHostLayout(offsetof(Handle, word1_), offsetof(REALstringLegacyLayout, storage)));
+  static_assert(IsHostLayout(offsetof(Handle, word2_), offsetof(REALarrayStruct, elements)));
+  static_assert(IsHostLayout(offsetof(Handle, word3_), offsetof(REALobjectHeader, lockCount)));
+  static_assert(
+      IsHostLayout(offsetof(Handle, word3_), offsetof(REALstringLegacyLayout, lengthBytes)));
 }
 #pragma GCC diagnostic pop
 

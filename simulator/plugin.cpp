@@ -3,54 +3,23 @@
 #include <dlfcn.h>
 #include <strings.h>
 
-#include <cstring>
-
 #include "simulator/entry_table.h"
+#include "simulator/raw_call.h"
 
 namespace sim {
 namespace {
 
-// More words than any method takes; a cdecl callee ignores those beyond its own.
-constexpr size_t kMaxWords = 8;
-using Words = std::array<uint32_t, kMaxWords>;
-using RawFunction = uint64_t (*)(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-                                 uint32_t, uint32_t);
-
-/// The words of one call as they lie on the stack.
-class Stack {
- public:
-  void Push(uint32_t word) {
-    if (used_ == kMaxWords) throw PluginError("more arguments than a call has room for");
-    words_[used_++] = word;
-  }
-  void PushWide(const void* value) {
-    uint32_t halves[2];
-    std::memcpy(halves, value, sizeof halves);
-    Push(halves[0]);
-    Push(halves[1]);
-  }
-  void Push(const Argument& value, Type type) {
-    if (const auto* number = std::get_if<double>(&value)) PushWide(number);
-    if (const auto* colour = std::get_if<Color>(&value)) Push(colour->value);
-    if (const auto* whole = std::get_if<int64_t>(&value)) {
-      if (type == Type::kInt64) {
-        PushWide(whole);
-      } else {
-        Push(static_cast<uint32_t>(*whole));
-      }
+void Push(RawCall& call, const Argument& value, Type type) {
+  if (const auto* number = std::get_if<double>(&value)) call.Push(*number);
+  if (const auto* colour = std::get_if<Color>(&value)) call.Push(colour->value);
+  if (const auto* whole = std::get_if<int64_t>(&value)) {
+    if (type == Type::kInt64) {
+      call.Push(*whole);
+    } else {
+      call.Push(static_cast<uint32_t>(*whole));
     }
   }
-  uint64_t Call(void* function) const {
-    return reinterpret_cast<RawFunction>(function)(words_[0], words_[1], words_[2], words_[3],
-                                                   words_[4], words_[5], words_[6], words_[7]);
-  }
-
- private:
-  // What lies beyond the arguments is not zero for anybody.
-  Words words_ = {0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF,
-                  0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF};
-  size_t used_ = 0;
-};
+}
 
 /// The arguments as the method takes them, defaults filled in; empty when they do not fit.
 std::optional<std::vector<Argument>> Fit(const Method& method,
@@ -123,10 +92,10 @@ Result Plugin::Call(const Method& method, Picture* picture,
                     const std::vector<Argument>& arguments) const {
   const auto fitted = Fit(method, arguments);
   if (!fitted) throw PluginError("the arguments do not fit " + method.declaration);
-  Stack stack;
-  stack.Push(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(picture)));
-  for (size_t i = 0; i < fitted->size(); ++i) stack.Push((*fitted)[i], method.parameters[i].type);
-  const uint64_t raw = stack.Call(method.function);
+  RawCall call;
+  call.Push(picture);
+  for (size_t i = 0; i < fitted->size(); ++i) Push(call, (*fitted)[i], method.parameters[i].type);
+  const uint64_t raw = call.Run(method.function);
 
   Result result;
   result.type = method.result;

@@ -12,12 +12,12 @@ using velpicture::AtExit;
 using velpicture::HostReference;
 using velpicture::StringReference;
 
-static_assert(sizeof(rbData) == 40);
-static_assert(offsetof(rbData, block) == 4);
-static_assert(offsetof(rbData, stringData) == 8);
-static_assert(offsetof(rbData, ownsStringData) == 28);
-static_assert(offsetof(rbData, data) == 32);
-static_assert(offsetof(rbData, length) == 36);
+static_assert(IsHostLayout(sizeof(rbData), 40));
+static_assert(IsHostLayout(offsetof(rbData, block), 4));
+static_assert(IsHostLayout(offsetof(rbData, stringData), 8));
+static_assert(IsHostLayout(offsetof(rbData, ownsStringData), 28));
+static_assert(IsHostLayout(offsetof(rbData, data), 32));
+static_assert(IsHostLayout(offsetof(rbData, length), 36));
 
 rbData::rbData(REALmemoryBlockStruct* viewed, unsigned int offset, unsigned int viewedLength)
     : rbData() {

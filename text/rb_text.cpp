@@ -17,12 +17,12 @@ using velpicture::LoadUnaligned;
 using velpicture::StringReference;
 using velpicture::TextBytes;
 
-static_assert(sizeof(rbText) == 180);
-static_assert(offsetof(rbText, strings) == 4);
-static_assert(offsetof(rbText, lengths) == 24);
-static_assert(offsetof(rbText, texts) == 48);
-static_assert(offsetof(rbText, records) == 72);
-static_assert(offsetof(rbText, ownsRecord) == 172);
+static_assert(IsHostLayout(sizeof(rbText), 180));
+static_assert(IsHostLayout(offsetof(rbText, strings), 4));
+static_assert(IsHostLayout(offsetof(rbText, lengths), 24));
+static_assert(IsHostLayout(offsetof(rbText, texts), 48));
+static_assert(IsHostLayout(offsetof(rbText, records), 72));
+static_assert(IsHostLayout(offsetof(rbText, ownsRecord), 172));
 static_assert(sizeof(wchar_t) == 4, "wchar_t text is the UTF-32 text");
 
 namespace {

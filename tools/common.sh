@@ -5,10 +5,15 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What setup unpacks and builds for this checkout alone.
 deps="${VEL_DEPS:-$PWD/.deps}"
-# 32-bit packages as downloaded; shared by all checkouts of a user.
+# Packages of libraries as downloaded; shared by all checkouts of a user.
 downloads="${VEL_DOWNLOADS:-${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/velpicture}"
 preset="${VEL_PRESET:-release}"
 build="build/$preset"
+# Whose libraries the preset's programs open, as Debian names it and its folders.
+case "$preset" in
+  stand-in) architecture=amd64 triplet=x86_64-linux-gnu ;;
+  *) architecture=i386 triplet=i386-linux-gnu ;;
+esac
 
 say() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; }
 die() { say "$@"; exit 1; }
@@ -21,6 +26,14 @@ quietly() {
   [ "$status" = 0 ] || cat "$log" >&2
   rm -f "$log"
   return "$status"
+}
+
+# How this machine runs 32-bit programs: itself, or through an emulator. Ask after tools/setup build.
+runs_i386_itself() { "$deps/probe_i386" 2>/dev/null; }
+runs_i386() {
+  local status=0
+  "$deps/probe_i386" 2>/dev/null || status=$?
+  [ "$status" = 0 ] || [ "$status" = 3 ]
 }
 
 # Configures the preset if that was not done yet and builds the given targets (all when none).

@@ -1,0 +1,76 @@
+#pragma once
+
+// A call of a function whose signature is known at run time only: its arguments are laid down one
+// by one, as a cdecl caller would push them.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+
+namespace sim {
+
+#if defined(__i386__)
+
+/// Arguments are 32-bit words on the stack, 64-bit ones two of them.
+class RawCall {
+ public:
+  void Push(uint32_t word) {
+    if (used_ == words_.size()) throw std::length_error("more arguments than a call has room for");
+    words_[used_++] = word;
+  }
+  void Push(const void* address) { Push(reinterpret_cast<uint32_t>(address)); }
+  void Push(int64_t value) { PushWide(&value); }
+  void Push(double value) { PushWide(&value); }
+
+  /// The words beyond the arguments do no harm: a cdecl callee ignores them.
+  uint64_t Run(void* function) const {
+    using Function =
+        uint64_t(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t);
+    return reinterpret_cast<Function*>(function)(words_[0], words_[1], words_[2], words_[3],
+                                                 words_[4], words_[5], words_[6], words_[7]);
+  }
+
+ private:
+  void PushWide(const void* value) {
+    uint32_t halves[2];
+    std::memcpy(halves, value, sizeof halves);
+    Push(halves[0]);
+    Push(halves[1]);
+  }
+
+  // What lies beyond the arguments is not zero for anybody.
+  std::array<uint32_t, 8> words_ = {0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF,
+                                    0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF};
+  size_t used_ = 0;
+};
+
+#else
+
+/// The 64-bit stand-in: whole numbers and doubles travel in registers, each kind in its own order.
+class RawCall {
+ public:
+  void Push(uint32_t word) { whole_.at(wholeCount_++) = word; }
+  void Push(const void* address) {
+    whole_.at(wholeCount_++) = reinterpret_cast<uintptr_t>(address);
+  }
+  void Push(int64_t value) { whole_.at(wholeCount_++) = static_cast<uint64_t>(value); }
+  void Push(double value) { doubles_.at(doubleCount_++) = value; }
+
+  uint64_t Run(void* function) const {
+    using Function =
+        uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, double, double);
+    return reinterpret_cast<Function*>(function)(whole_[0], whole_[1], whole_[2], whole_[3],
+                                                 whole_[4], whole_[5], doubles_[0], doubles_[1]);
+  }
+
+ private:
+  std::array<uint64_t, 6> whole_ = {};
+  std::array<double, 2> doubles_ = {};
+  size_t wholeCount_ = 0, doubleCount_ = 0;
+};
+
+#endif
+
+}  // namespace sim
