@@ -48,7 +48,8 @@ std::string Brand() {
 
 Machine ThisMachine() {
   if (sizeof(void*) == 8) {
-    return {Brand(), "a 64-bit stand-in for the plugin, its kernels kept to eight vector registers"};
+    return {Brand(),
+            "a 64-bit stand-in for the plugin, its kernels kept to eight vector registers"};
   }
   return {Brand(), IsTranslated() ? "emulated: the emulator's times, which say nothing of the "
                                     "processor's"
