@@ -49,9 +49,9 @@ void WriteTestCard(const Options& options) {
   WriteImage(options.output, TestCard());
 }
 
-void WriteSheet(Session& session, const Options& options) {
+void WriteSheet(Session& session, const Options& options, const std::vector<PreparedCall>& calls) {
   const Image image = options.inputs.empty() ? TestCard() : ReadImage(options.inputs.front());
-  const Image sheet = ContactSheet(session, image, options.times);
+  const Image sheet = ContactSheet(session, image, calls, options.times);
   std::string output = options.output;
   if (output.empty()) {
     output = kDefaultSheet;
@@ -90,7 +90,7 @@ ExitStatus Run(const Options& options) {
   bool good = true;
   try {
     if (options.sheet) {
-      WriteSheet(session, options);
+      WriteSheet(session, options, calls);
     } else if (IntoFolder(options)) {
       good = RunOnMany(session, options, calls);
     } else {

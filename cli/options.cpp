@@ -63,7 +63,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_flag("--log", options.log, "show every call into the host");
   app.add_flag("--stats", options.stats, "show time, host calls and memory");
   app.add_flag("--sheet", options.sheet,
-               "draw all methods on a picture (or the test card) into one file [out/sheet.png]");
+               "draw all methods, or those given, on a picture (or the test card) into one file "
+               "[out/sheet.png]");
   app.add_flag("!--no-times", options.times, "leave the times out of the sheet");
   app.add_flag("--test-card", options.testCard, "write the project's test card");
 

@@ -92,27 +92,32 @@ std::string Detail(const Step& step, bool times) {
   return text;
 }
 
-Cell CellOf(Session& session, const std::string& call, const Image& image, bool times) {
+Cell CellOf(Session& session, const PreparedCall& call, const Image& image, bool times) {
   std::vector<Step> steps;
   try {
-    Image after = session.Run(image, {session.Prepare(call)}, &steps);
-    return {std::move(after), call, Detail(steps.back(), times)};
+    Image after = session.Run(image, {call}, &steps);
+    return {std::move(after), call.text, Detail(steps.back(), times)};
   } catch (const MethodFailed&) {
-    return {image, call, "not on this host"};
+    return {image, call.text, "not on this host"};
   }
 }
 
 }  // namespace
 
-Image ContactSheet(Session& session, const Image& image, bool times) {
+Image ContactSheet(Session& session, const Image& image, std::vector<PreparedCall> calls,
+                   bool times) {
+  if (calls.empty()) {
+    for (const sim::Method& method : session.plugin().methods()) {
+      calls.push_back(session.Prepare(CallOf(method, image)));
+    }
+  }
   std::vector<Cell> cells = {
       {image, "before", std::to_string(image.width) + " x " + std::to_string(image.height)}};
-  for (const sim::Method& method : session.plugin().methods()) {
-    cells.push_back(CellOf(session, CallOf(method, image), image, times));
-  }
+  for (const PreparedCall& call : calls) cells.push_back(CellOf(session, call, image, times));
 
-  const int rows = (static_cast<int>(cells.size()) + kColumns - 1) / kColumns;
-  Image sheet(kMargin + kColumns * (kFrame + kMargin),
+  const int count = static_cast<int>(cells.size());
+  const int rows = (count + kColumns - 1) / kColumns;
+  Image sheet(kMargin + std::min(count, kColumns) * (kFrame + kMargin),
               kMargin + rows * (kFrame + kCaption + kMargin), kPaper);
   const int halvings = Halvings(cells);
   int x = kMargin, y = kMargin;

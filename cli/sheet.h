@@ -7,8 +7,10 @@
 
 namespace velhost {
 
-/// All methods of the plugin on one picture: `image` itself, then for each method what it makes of
-/// it, with size and (if `times`) milliseconds. Large pictures are shown smaller.
-Image ContactSheet(Session& session, const Image& image, bool times);
+/// Methods on one picture: `image` itself, then for each of the calls (where none is given, for
+/// each method of the plugin) what it makes of it, with size and (if `times`) milliseconds. Large
+/// pictures are shown smaller.
+Image ContactSheet(Session& session, const Image& image, std::vector<PreparedCall> calls,
+                   bool times);
 
 }  // namespace velhost
