@@ -2,8 +2,8 @@
 
 #include <random>
 
+#include "fuzz/calls.h"
 #include "fuzz/picture_model.h"
-#include "fuzz/session.h"
 #include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
 

@@ -47,8 +47,3 @@ struct FuzzSession {
  private:
   void ArmFaults();
 };
-
-/// One picture and up to three methods called on it.
-void FuzzPictures(FuzzSession& session);
-/// One call of the text and data functions.
-void FuzzText(FuzzSession& session);

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include "fuzz/session.h"
+#include "fuzz/calls.h"
 #include "simulator/text_conversion.h"
 
 namespace {

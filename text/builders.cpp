@@ -1,56 +1,21 @@
 #include "text/builders.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 #include "host/host_calls.h"
-#include "host/host_entry.h"
 #include "host/host_references.h"
 #include "text/legacy_string.h"
 #include "text/ownership.h"
-#include "text/rb_text.h"
-#include "text/string_data.h"
+#include "text/raw_bytes.h"
 
 using velpicture::HeapBytes;
-using velpicture::hostEntry;
 using velpicture::HostReference;
 using velpicture::LoadUnaligned;
+using velpicture::RawBytes;
 using velpicture::StringReference;
-using velpicture::TextBytes;
 
 namespace {
-
-/// The raw bytes of a string, or none for null; read through the host where it lends them, else
-/// from the legacy layout. Valid for one scope, in which the string must be held.
-class RawBytes {
- public:
-  explicit RawBytes(REALstringStruct* string) {
-    if (string == nullptr) return;
-    if (velpicture::BorrowsStringData()) {
-      borrowed_ = REALGetStringData(string, kEncodingUndefined, &record_);
-    }
-    bytes_ = borrowed_ ? TextBytes{record_.data, record_.length} : velpicture::LegacyBytes(string);
-    // The host's lengths are signed, and a length needs bytes.
-    if (bytes_.data == nullptr || static_cast<int32_t>(bytes_.length) < 0) bytes_.length = 0;
-  }
-  RawBytes(const RawBytes&) = delete;
-  RawBytes& operator=(const RawBytes&) = delete;
-  ~RawBytes() noexcept(false) {
-    if (borrowed_) REALDisposeStringData(&record_);
-  }
-
-  unsigned char operator[](uint32_t index) const {
-    return static_cast<unsigned char>(bytes_.data[index]);
-  }
-  uint32_t length() const { return bytes_.length; }
-
- private:
-  REALstringData record_ = {};
-  bool borrowed_ = false;
-  TextBytes bytes_;
-};
 
 /// A new string of these bytes; the encoding is set even when the host built none.
 REALstringStruct* BuildString(const char* bytes, int length, unsigned long encoding) {
@@ -86,11 +51,6 @@ REALstringStruct* BuildTerminated(const Unit* text, unsigned long encoding) {
   int length = 0;
   while (LoadUnaligned<Unit>(bytes + length) != 0) length += static_cast<int>(sizeof(Unit));
   return REALBuildUnicodeString(text, length, encoding);
-}
-
-REALobjectStruct* NewException(const char* className) {
-  REALobjectStruct* const exception = REALnewInstance(className);
-  return exception != nullptr ? exception : REALnewInstance("NilObjectException");
 }
 
 }  // namespace
@@ -140,59 +100,3 @@ REALmemoryBlockStruct* REALBuildMemoryblock(const void* data, int length) {
   std::memcpy(target, data, static_cast<size_t>(length));
   return block.Release();
 }
-
-void RaiseException(const char* className, const char* message) {
-  HostReference<REALobjectStruct> exception(NewException(className));
-  if (!exception) return;
-  const StringReference text(CString2RBmax(message, kEncodingAscii, 0));
-  REALobjectStruct* const raised = exception.get();
-  // Raising passes the instance on to the host, which looks at its message only later; a host that
-  // cannot raise leaves it with us.
-  if (hostEntry<"RuntimeRaiseException", void(REALobjectStruct*)>.Address() != nullptr) {
-    exception.Release();
-  }
-  REALRaiseException(raised);
-  REALSetPropValue(raised, "Message", text.get());
-}
-
-void DebugLog(REALstringStruct* string) {
-  rbText text(string);
-  const int length = text.LengthUTF8();
-  // Bounded by its length: text that is read in place need not be terminated.
-  std::fprintf(stderr, "%.*s\n", length, text.GetUTF8());
-  std::fflush(stderr);
-}
-
-bool IsMemoryBlock(REALobjectStruct* object) {
-  return REALLoadObjectMethod(object, "Constructor(bytes as Integer)") != nullptr;
-}
-
-bool IsFolderItem(REALobjectStruct* object) {
-  return REALLoadObjectMethod(object, "TrueItem(Index as integer) as Folderitem") != nullptr;
-}
-
-bool REALObjectIsA(REALobjectStruct* object, const char* className) {
-  if (object == nullptr) return false;
-  REALclassRefStruct* const classRef = REALGetClassRef(className);
-  return classRef != nullptr && REALObjectIsA(object, classRef);
-}
-
-unsigned long REALGetLowestStringEncoding(REALstringStruct* string) {
-  const unsigned long encoding = REALGetStringEncoding(string);
-  switch (encoding) {
-    case kEncodingMacRoman:
-    case kEncodingUtf8:
-    case kEncodingUndefined:
-    case kEncodingWindowsLatin1:
-      break;
-    default:
-      return encoding;
-  }
-  const RawBytes text(string);
-  for (uint32_t i = 0; i < text.length(); ++i) {
-    if (text[i] >= 0x80) return encoding;
-  }
-  return kEncodingAscii;
-}
-
-unsigned long TickCount() { return static_cast<unsigned long>(std::time(nullptr)) * 60; }

@@ -1,7 +1,7 @@
 #pragma once
 
-// Host values made from plain data, and small recognisers of host objects. Every new string, block
-// or object comes with one reference for the caller; failure is a null, false or zero result.
+// Host values made from plain data, and a code read from one. Every new string or block comes with
+// one reference for the caller; failure is a null result.
 
 #include "host/export.h"
 #include "host/host_types.h"
@@ -24,18 +24,3 @@ VEL_EXPORT unsigned long REALstringToOSType(REALstringStruct* string);
 
 /// A block holding a copy of the data; null for null data or a length below 1.
 VEL_EXPORT REALmemoryBlockStruct* REALBuildMemoryblock(const void* data, int length);
-
-/// Raises an exception of that class, or a NilObjectException if the host has none such, with that
-/// ASCII message. Without either class it does nothing.
-VEL_EXPORT void RaiseException(const char* className, const char* message);
-/// Writes the string as one line of UTF-8 to standard error.
-VEL_EXPORT void DebugLog(REALstringStruct* string);
-
-VEL_EXPORT bool IsMemoryBlock(REALobjectStruct* object);
-VEL_EXPORT bool IsFolderItem(REALobjectStruct* object);
-/// False for a null object and for a class the host does not know.
-VEL_EXPORT bool REALObjectIsA(REALobjectStruct* object, const char* className);
-/// ASCII when the string holds nothing beyond it (UTF-16 is not examined), else its own encoding.
-VEL_EXPORT unsigned long REALGetLowestStringEncoding(REALstringStruct* string);
-/// Sixtieths of a second, in steps of whole seconds; wraps.
-VEL_EXPORT unsigned long TickCount();

@@ -1,0 +1,43 @@
+#pragma once
+
+// A string's bytes as they are, for a moment's look.
+
+#include <cstdint>
+
+#include "host/host_types.h"
+#include "text/legacy_string.h"
+#include "text/string_data.h"
+
+namespace velpicture {
+
+/// The raw bytes of a string, or none for null; read through the host where it lends them, else
+/// from the legacy layout. Valid for one scope, in which the string must be held.
+class RawBytes {
+ public:
+  explicit RawBytes(REALstringStruct* string) {
+    if (string == nullptr) return;
+    if (BorrowsStringData()) {
+      borrowed_ = REALGetStringData(string, kEncodingUndefined, &record_);
+    }
+    bytes_ = borrowed_ ? TextBytes{record_.data, record_.length} : LegacyBytes(string);
+    // The host's lengths are signed, and a length needs bytes.
+    if (bytes_.data == nullptr || static_cast<int32_t>(bytes_.length) < 0) bytes_.length = 0;
+  }
+  RawBytes(const RawBytes&) = delete;
+  RawBytes& operator=(const RawBytes&) = delete;
+  ~RawBytes() noexcept(false) {
+    if (borrowed_) REALDisposeStringData(&record_);
+  }
+
+  unsigned char operator[](uint32_t index) const {
+    return static_cast<unsigned char>(bytes_.data[index]);
+  }
+  uint32_t length() const { return bytes_.length; }
+
+ private:
+  REALstringData record_ = {};
+  bool borrowed_ = false;
+  TextBytes bytes_;
+};
+
+}  // namespace velpicture

@@ -1,0 +1,13 @@
+#pragma once
+
+// What a host object or string is.
+
+#include "host/export.h"
+#include "host/host_types.h"
+
+VEL_EXPORT bool IsMemoryBlock(REALobjectStruct* object);
+VEL_EXPORT bool IsFolderItem(REALobjectStruct* object);
+/// False for a null object and for a class the host does not know.
+VEL_EXPORT bool REALObjectIsA(REALobjectStruct* object, const char* className);
+/// ASCII when the string holds nothing beyond it (UTF-16 is not examined), else its own encoding.
+VEL_EXPORT unsigned long REALGetLowestStringEncoding(REALstringStruct* string);
