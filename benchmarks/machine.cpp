@@ -39,7 +39,7 @@ std::string Brand() {
     const Leaf leaf = Ask(number);
     brand.append(reinterpret_cast<const char*>(&leaf), sizeof leaf);
   }
-  brand = brand.c_str();  // Up to its first NUL.
+  brand.resize(std::strlen(brand.c_str()));
   brand.erase(brand.find_last_not_of(' ') + 1);
   return brand;
 }

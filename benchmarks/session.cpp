@@ -71,7 +71,7 @@ std::string InstallStorage(sim::StorageKind kind) {
 
 std::string ResolveKernels(const std::string& kernels) {
   const sim::Plugin plugin(kPluginPath, false);
-  for (const std::string name : kKernelNames) {
+  for (const char* const name : kKernelNames) {
     if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
   }
   throw velhost::Problem("--kernels " + kernels +

@@ -30,7 +30,7 @@ void TakeTurns() {
 }
 
 void Repeat(benchmark::State& state, const Column& column) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const auto seconds = column.work();
     if (!seconds) {
       state.SkipWithError("failed");

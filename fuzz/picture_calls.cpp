@@ -185,7 +185,7 @@ class PictureCall {
     const int width = sized ? width_ : picture_.storage->width();
     const int height = sized ? height_ : picture_.storage->height();
     if (width < 1 || height < 1) return session_.Require(clone == nullptr, "a clone of no size");
-    session_.Require(clone != nullptr, "no clone");
+    if (clone == nullptr) return session_.Require(false, "no clone");
     session_.Require(clone->Read() == model_.Clone(picture_, width, height), "wrong clone");
   }
 
