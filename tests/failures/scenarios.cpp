@@ -181,6 +181,12 @@ const Story kTextStories[] = {
        Text view(stage.plugin, stage.string.get());
        return Texts(view);
      }},
+    // Built afresh from bytes that have no encoding.
+    {"rbText of bytes",
+     [](Stage& stage, const char*) {
+       const auto bytes = stage.host.MakeString("bytes", kEncodingUndefined);
+       return std::string(Text(stage.plugin, bytes.get()).Bytes(kEncodings[0]));
+     }},
     {"rbText copied and assigned",
      [](Stage& stage, const char*) {
        Text view(stage.plugin, stage.string.get());

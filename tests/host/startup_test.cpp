@@ -92,7 +92,7 @@ TEST(StartUpTest, AHostWithoutVersionRegistryIsServedAllTheSame) {
   sim::Host host({.missing = {"RegisterPluginVersion"}});
   // The host would not take a record from a plugin that has not declared its version.
   const auto& registered = host.Record("PluginRegisterClassExtension").calls;
-  sim::Plugin plugin(VEL_PLUGIN);
+  sim::Plugin plugin(PluginPath());
   plugin.Start(host);
   EXPECT_EQ(registered.size(), 1U);
   EXPECT_EQ(Variable<double>(plugin, "rbversion_rbversion"), 2012.01);
@@ -104,80 +104,73 @@ TEST(StartUpTest, AHostWithoutVersionRegistryIsServedAllTheSame) {
   EXPECT_EQ(host.log.lines.size(), 4U);
 }
 
-/// Entry i of a fresh list is marked as safe for odd i and as console-only from 2 on.
-constexpr uint32_t FreshFlags(uint32_t i) {
-  return 0x80000001 | (i & 1 ? kMarkSafe : 0) | (i & 2 ? kMarkOnly : 0);
-}
-
-struct Lists {
-  Lists() {
-    for (uint32_t i = 0; i < 4; ++i) {
-      for (auto& list : methods) list[i].flags = FreshFlags(i);
-      for (auto& list : members) list[i].flags = FreshFlags(i);
-    }
+/// Four entries, marked as safe for odd numbers and as console-only from number 2 on.
+template <class Entry>
+struct List {
+  List() {
+    for (uint32_t i = 0; i < 4; ++i) entries[i].flags = Fresh(i);
   }
-  REALmethodDefinition methods[2][4] = {};
-  REALmemberDefinition members[2][4] = {};
+  static uint32_t Fresh(uint32_t i) {
+    return 0x80000001 | (i & 1 ? kMarkSafe : 0) | (i & 2 ? kMarkOnly : 0);
+  }
+  /// What the entries gained: nothing, the bit for safe, that for only, both, something else.
+  std::string Gained() const {
+    std::string text;
+    for (uint32_t i = 0; i < 4; ++i) {
+      const uint32_t bits = entries[i].flags ^ Fresh(i);
+      text += bits % 4 != 0 || bits > 12 ? '?' : "-sob"[bits / 4];
+    }
+    return text;
+  }
+  Entry entries[4] = {};
 };
 
-/// What the four entries gained: nothing, the bit for safe, that for only, both, something else.
-template <class Entry>
-std::string Gained(const Entry (&list)[4]) {
-  std::string text;
-  for (uint32_t i = 0; i < 4; ++i) {
-    const uint32_t bits = list[i].flags ^ FreshFlags(i);
-    text += bits % 4 != 0 || bits > 12 ? '?' : "-sob"[bits / 4];
-  }
-  return text;
-}
-
 TEST(ConsoleFlags, AreTranslatedInEveryListOnNewHosts) {
+  using Rows = REALmethodDefinition;
   for (const double version : {2010.028, 2010.029, kNaN}) {
     SCOPED_TRACE(version);
     const bool isNew = !(version < 2010.029);
     const Session session({.version = version});
-    const auto expect = [isNew](const auto& list, const char* gained) {
-      EXPECT_EQ(Gained(list), isNew ? gained : "----");
+    const auto fix = [&]<class... Args>(Args... args) {
+      Function<void(Args...)>(session.plugin, "FixConsoleFlags")(args...);
     };
-    using Rows = REALmethodDefinition;
-    const auto fixRow = Function<void(Rows*)>(session.plugin, "FixConsoleFlags");
-    const auto fixRows = Function<void(Rows*, long)>(session.plugin, "FixConsoleFlags");
-    const auto fixClass = Function<void(REALclassDefinition*)>(session.plugin, "FixConsoleFlags");
-    const auto fixModule = Function<void(REALmoduleDefinition*)>(session.plugin, "FixConsoleFlags");
+    const auto expect = [isNew](const auto& list, const char* gained) {
+      EXPECT_EQ(list.Gained(), isNew ? gained : "----");
+    };
 
-    Lists rows;
-    fixRow(&rows.methods[0][3]);
-    expect(rows.methods[0], "---b");
-    for (const long count : {0L, -1L}) fixRows(rows.methods[1], count);
-    fixRows(nullptr, 4);
-    expect(rows.methods[1], "----");
-    fixRows(rows.methods[1], 2);
-    expect(rows.methods[1], "-s--");
+    List<Rows> single, rows;
+    fix(&single.entries[3]);
+    expect(single, "---b");
+    for (const long count : {0L, -1L}) fix(rows.entries + 0, count);
+    fix(static_cast<Rows*>(nullptr), 4L);
+    expect(rows, "----");
+    fix(rows.entries + 0, 2L);
+    expect(rows, "-s--");
 
-    Lists lists;
+    List<Rows> methods, sharedMethods;
+    List<REALmemberDefinition> members, sharedMembers;
     REALclassDefinition record{};
-    record.members = lists.members[0], record.memberCount = 2;
-    record.methods = lists.methods[0], record.methodCount = 3;
-    record.sharedMembers = lists.members[1], record.sharedMemberCount = 4;
-    record.sharedMethods = lists.methods[1], record.sharedMethodCount = -1;
+    record.members = members.entries, record.memberCount = 2;
+    record.methods = methods.entries, record.methodCount = 3;
+    record.sharedMembers = sharedMembers.entries, record.sharedMemberCount = 4;
+    record.sharedMethods = sharedMethods.entries, record.sharedMethodCount = -1;
     record.flags = kMarkOnly;
-    fixClass(&record);
+    fix(&record);
     EXPECT_EQ(record.flags, kMarkOnly | (isNew ? kOnly : 0));
-    expect(lists.members[0], "-s--");
-    expect(lists.methods[0], "-so-");
-    expect(lists.members[1], "-sob");
-    expect(lists.methods[1], "----");
+    expect(members, "-s--");
+    expect(methods, "-so-");
+    expect(sharedMembers, "-sob");
+    expect(sharedMethods, "----");
     record.methods = nullptr, record.sharedMethodCount = 4;
-    fixClass(&record);
-    expect(lists.methods[1], "-sob");
+    fix(&record);
+    expect(sharedMethods, "-sob");
 
-    Lists more;
     constexpr uint32_t kOwn = kMarkSafe | kMarkOnly;  // the module's own words are no flags
-    REALmoduleDefinition module{{kOwn, kOwn}, more.methods[0], 4, {kOwn, kOwn}, more.members[0], 2};
+    REALmoduleDefinition module{{kOwn, kOwn}, single.entries, 3, {kOwn, kOwn}, members.entries, 4};
     const REALmoduleDefinition before = module;
-    fixModule(&module);
-    expect(more.methods[0], "-sob");
-    expect(more.members[0], "-s--");
+    fix(&module);
+    expect(single, "-sob");
+    expect(members, "-sob");
     EXPECT_EQ(std::memcmp(&module, &before, sizeof module), 0);
   }
 }

@@ -4,13 +4,13 @@ mutant(lost_reference
   FILE pixels/picture_writers.cpp
   FROM [[return PictureReference::Retained(editor.picture).Release();]]
   TO [[return editor.picture;]]
-  TESTS Storages/Turns.AddUp/Console)
+  TESTS Storages/Methods.PutPixelsWhereTheyBelong/Console)
 
 mutant(missing_unlock
   FILE pixels/picture_editor.cpp
   FROM [[  REALUnlockPictureDescription(reference.get());]]
   TO ""
-  TESTS Storages/Turns.AddUp/Console)
+  TESTS Storages/Methods.PutPixelsWhereTheyBelong/Console)
 
 mutant(leaking_writer
   FILE pixels/picture_editor.cpp
@@ -30,7 +30,7 @@ mutant(row_too_long
                source.width);]]
   TO [[RowAddress(source, y),
                source.width + 1);]]
-  TESTS Storages/Turns.AddUp/ConsolePadded)
+  TESTS Storages/Methods.PutPixelsWhereTheyBelong/ConsolePadded)
 
 mutant(unmirrored_middle_row
   FILE transforms/pixel_moves.cpp

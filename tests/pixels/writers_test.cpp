@@ -8,25 +8,29 @@
 
 namespace {
 
+using sim::AppKind;
 using sim::StorageKind;
-using Opaque = bool(PictureEditor&, int, int);
+using Sized = bool(PictureEditor&, int, int);
 using Like = bool(PictureEditor&, PictureEditor&, int, int);
 using LikeSize = bool(PictureEditor&, PictureEditor&);
 using Into = bool(PictureEditor&, Picture*, int, int);
 using MaybeAlpha = bool(PictureEditor&, int, int, signed char);
 
+const std::string kOpened = "new alpha? 10 hold drop";
+const std::string kAlphaOpened = "instance method? construct alpha? 10 hold drop";
+
+/// A session whose plugin knows its application.
 class Writers : public PixelSession {
  public:
-  using PixelSession::PixelSession;
+  explicit Writers(const sim::Settings& settings = {}) : PixelSession(settings) {
+    isConsole() = settings.application == AppKind::kConsole;
+    isDesktop() = settings.application == AppKind::kDesktop;
+  }
   template <class Signature, class... Args>
   bool Open(PictureEditor& editor, Args&&... args) {
     std::memset(&editor, 0xA5, sizeof editor);
     host.log.Clear();
     return Function<Signature>(plugin, "NewPictureWriter")(editor, args...);
-  }
-  bool OpenAlpha(PictureEditor& editor, int width, int height) {
-    std::memset(&editor, 0xA5, sizeof editor);
-    return Function<Opaque>(plugin, "NewPictureWriterWithAlphaChannel")(editor, width, height);
   }
   sim::Ref<sim::Picture> Render(PictureEditor& editor) {
     return Own(Function<Picture*(PictureEditor&)>(plugin, "RenderPictureWriter")(editor));
@@ -34,39 +38,46 @@ class Writers : public PixelSession {
   void Free(PictureEditor& editor) {
     Function<void(PictureEditor&)>(plugin, "FreePictureWriter")(editor);
   }
+  /// Opens a writer and gives it up. Tells the steps of the opening and what was opened, if
+  /// anything: "new alpha? 10 hold drop: 4 x 3", with " alpha" behind it.
+  template <class Signature, class... Args>
+  std::string Try(Args&&... args) {
+    PictureEditor editor;
+    const bool opened = Open<Signature>(editor, args...);
+    std::string told = Steps();
+    EXPECT_EQ(editor.picture != nullptr, opened);
+    if (opened) {
+      told += ": " + std::to_string(editor.width) + " x " + std::to_string(editor.height);
+      if (editor.hasAlpha) told += " alpha";
+      EXPECT_TRUE(editor.writable && !editor.allowCopy);
+    }
+    Free(editor);
+    EXPECT_EQ(Steps(), opened ? "unlock clear drop" : "");
+    EXPECT_EQ(host.Imbalance(), "");
+    return told;
+  }
 };
-
-const char kOpened[] = "new alpha? 10 hold drop";
-const char kAlphaOpened[] = "instance method? construct alpha? 10 hold drop";
 
 TEST(WritersTest, SizesHaveLimits) {
   Writers session;
-  session.isConsole() = true;
-  PictureEditor editor;
-  const int kGood[][2] = {{1, 1}, {32767, 1}, {1, 32767}};
+  EXPECT_EQ(session.Try<Sized>(1, 1), kOpened + ": 1 x 1");
+  EXPECT_EQ(session.Try<Sized>(32767, 1), kOpened + ": 32767 x 1");
+  EXPECT_EQ(session.Try<Sized>(1, 32767), kOpened + ": 1 x 32767");
   const int kBad[][2] = {{32768, 1}, {1, 32768}, {0, 5}, {5, 0}, {-1, 5}, {5, -32768}};
-  for (const auto& [width, height] : kGood) {
-    ASSERT_TRUE(session.Open<Opaque>(editor, width, height));
-    EXPECT_EQ(session.Steps(), kOpened);
-    EXPECT_EQ(std::pair(editor.width, editor.height), std::pair(width, height));
-    session.Free(editor);
-  }
   for (const auto& [width, height] : kBad) {
-    EXPECT_FALSE(session.Open<Opaque>(editor, width, height));
-    EXPECT_EQ(editor.picture, nullptr);
-    EXPECT_EQ(session.Steps(), "") << "the host is not even asked";
-    using New = Picture*(int, int, signed char);
+    EXPECT_EQ(session.Try<Sized>(width, height), "") << "the host is not even asked";
+    const bool positive = width > 0 && height > 0;
     for (const bool alpha : {false, true}) {
-      const auto made =
-          session.Own(Function<New>(session.plugin, "NewPicture")(width, height, alpha));
-      EXPECT_EQ(bool(made), width > 0 && height > 0);
-      if (made) {
-        EXPECT_EQ(made->storage->alpha(), alpha);
-      }
+      const auto made = session.Own(
+          session.Call<Picture*(int, int, signed char)>("NewPicture", width, height, alpha));
+      EXPECT_EQ(made && made->storage->alpha() == alpha, positive);
     }
     // With alpha channel the host alone sets limits.
-    EXPECT_EQ(session.OpenAlpha(editor, width, height), width > 0 && height > 0);
-    if (editor.picture != nullptr) session.Free(editor);
+    PictureEditor editor;
+    EXPECT_EQ(
+        Function<Sized>(session.plugin, "NewPictureWriterWithAlphaChannel")(editor, width, height),
+        positive);
+    session.Free(editor);
   }
   EXPECT_EQ(session.host.Imbalance(), "");
 }
@@ -75,7 +86,7 @@ TEST(WritersTest, AlphaNeedsAHostThatCan) {
   struct AlphaCase {
     double version;
     const char* missing;
-    const char* steps;  // of the alpha writer
+    std::string steps;  // of the alpha writer
   };
   for (const AlphaCase& each :
        {AlphaCase{2011.04, "", kAlphaOpened}, AlphaCase{2011.03, "", ""}, AlphaCase{0.0, "", ""},
@@ -84,48 +95,26 @@ TEST(WritersTest, AlphaNeedsAHostThatCan) {
                   "instance method? drop"}}) {
     SCOPED_TRACE(std::to_string(each.version) + " without " + each.missing);
     Writers session({.version = each.version, .missing = {each.missing}});
-    session.isConsole() = true;
-    const std::string steps = each.steps;
-    const bool possible = steps == kAlphaOpened;
-    PictureEditor like{}, editor;
-    like.width = 4, like.height = 3, like.hasAlpha = true;
+    const bool possible = each.steps == kAlphaOpened;
+    const std::string failing = each.steps.empty() ? "" : each.steps + " ";
     // Exactly like its model, or not at all.
-    EXPECT_EQ(session.Open<LikeSize>(editor, like), possible);
-    EXPECT_EQ(session.Steps(), steps);
-    if (possible) {
-      EXPECT_EQ(std::pair(editor.width, editor.height), std::pair(4, 3));
-    }
-    session.Free(editor);
-    EXPECT_EQ(session.Open<Like>(editor, like, 2, 5), possible);
-    if (possible) {
-      EXPECT_EQ(std::pair(editor.width, editor.height), std::pair(2, 5));
-    }
-    session.Free(editor);
-    // Alpha where possible, else without.
-    session.Steps();
-    ASSERT_TRUE(session.Open<MaybeAlpha>(editor, 2, 5, true));
-    EXPECT_EQ(session.Steps(),
-              possible ? kAlphaOpened : steps + (steps.empty() ? "" : " ") + kOpened);
-    EXPECT_EQ(editor.hasAlpha, possible);
-    session.Free(editor);
+    PictureEditor like{};
+    like.width = 4, like.height = 3, like.hasAlpha = true;
+    EXPECT_EQ(session.Try<LikeSize>(like), possible ? kAlphaOpened + ": 4 x 3 alpha" : each.steps);
+    EXPECT_EQ(session.Try<Like>(like, 2, 5),
+              possible ? kAlphaOpened + ": 2 x 5 alpha" : each.steps);
     like.hasAlpha = false;
-    ASSERT_TRUE(session.Open<Like>(editor, like, 2, 5));
-    EXPECT_EQ(session.Steps(), kOpened);
-    EXPECT_FALSE(editor.hasAlpha);
-    session.Free(editor);
-    ASSERT_TRUE(session.Open<MaybeAlpha>(editor, 2, 5, false));
-    EXPECT_EQ(session.Steps(), kOpened);
-    session.Free(editor);
+    EXPECT_EQ(session.Try<Like>(like, 2, 5), kOpened + ": 2 x 5");
+    // Alpha where possible, else without.
+    EXPECT_EQ(session.Try<MaybeAlpha>(2, 5, true),
+              possible ? kAlphaOpened + ": 2 x 5 alpha" : failing + kOpened + ": 2 x 5");
+    EXPECT_EQ(session.Try<MaybeAlpha>(2, 5, false), kOpened + ": 2 x 5");
 
-    using New = Picture*(int, int);
-    using MaybeNew = Picture*(int, int, signed char);
     const auto made =
-        session.Own(Function<New>(session.plugin, "NewPictureWithAlphaChannel")(3, 2));
-    EXPECT_EQ(bool(made), possible);
-    if (made) {
-      EXPECT_EQ(made->references(), 1);
-    }
-    const auto maybe = session.Own(Function<MaybeNew>(session.plugin, "NewPicture")(3, 2, 1));
+        session.Own(session.Call<Picture*(int, int)>("NewPictureWithAlphaChannel", 3, 2));
+    EXPECT_EQ(made && made->references() == 1, possible);
+    const auto maybe =
+        session.Own(session.Call<Picture*(int, int, signed char)>("NewPicture", 3, 2, true));
     ASSERT_TRUE(maybe);
     EXPECT_EQ(maybe->storage->alpha(), possible);
     EXPECT_EQ(session.host.Imbalance(), "");
@@ -133,40 +122,18 @@ TEST(WritersTest, AlphaNeedsAHostThatCan) {
 }
 
 TEST(WritersTest, WriteIntoAPictureThatIsLargeEnough) {
-  struct IntoCase {
-    int width, height;
-    const char* steps;
-    bool own;
-  };
   Writers session;
-  session.isConsole() = true;
   const auto picture = session.host.MakePicture(sim::Image(20, 30));
-  const std::string elsewhere = kOpened;
-  for (const IntoCase& each : {IntoCase{10, 10, "side? side? alpha? 10 hold", true},
-                               IntoCase{20, 30, "side? side? alpha? 10 hold", true},
-                               IntoCase{21, 30, "side? new alpha? 10 hold drop", false},
-                               IntoCase{20, 31, "side? side? new alpha? 10 hold drop", false}}) {
-    PictureEditor editor;
-    ASSERT_TRUE(session.Open<Into>(editor, picture->handle(), each.width, each.height));
-    EXPECT_EQ(session.Steps(), each.steps);
-    EXPECT_EQ(editor.picture == picture->handle(), each.own);
-    EXPECT_EQ(std::pair(editor.width, editor.height),
-              each.own ? std::pair(20, 30) : std::pair(each.width, each.height));
-    EXPECT_TRUE(editor.writable);
-    EXPECT_FALSE(editor.allowCopy);
-    session.Free(editor);
-    EXPECT_EQ(session.Steps(), "unlock clear drop");
-  }
-  PictureEditor editor;
-  ASSERT_TRUE(session.Open<Into>(editor, static_cast<Picture*>(nullptr), 2, 2));
-  EXPECT_EQ(session.Steps(), kOpened);
-  session.Free(editor);
+  Picture* const given = picture->handle();
+  EXPECT_EQ(session.Try<Into>(given, 10, 10), "side? side? alpha? 10 hold: 20 x 30");
+  EXPECT_EQ(session.Try<Into>(given, 20, 30), "side? side? alpha? 10 hold: 20 x 30");
+  EXPECT_EQ(session.Try<Into>(given, 21, 30), "side? " + kOpened + ": 21 x 30");
+  EXPECT_EQ(session.Try<Into>(given, 20, 31), "side? side? " + kOpened + ": 20 x 31");
+  EXPECT_EQ(session.Try<Into>(nullptr, 2, 2), kOpened + ": 2 x 2");
   // A picture that cannot be opened, and no second one to be had.
   picture->StorageAs<sim::ConsoleStorage>().block().flags = 1;
   session.host.faults.failing.insert("newPicture");
-  EXPECT_FALSE(session.Open<Into>(editor, picture->handle(), 2, 2));
-  EXPECT_EQ(session.Steps(), "side? side? alpha? 10 unlock new");
-  EXPECT_EQ(session.host.Imbalance(), "");
+  EXPECT_EQ(session.Try<Into>(given, 2, 2), "side? side? alpha? 10 unlock new");
 }
 
 TEST(WritersTest, RenderingAWriterOnAPictureReturnsThatPicture) {
@@ -194,31 +161,29 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
       Function<bool(PictureEditor&, long, long)>(session.plugin, "NewPictureWriterLinux");
   PictureEditor editor;
   for (const bool render : {true, false}) {
-    std::memset(&editor, 0, sizeof editor);
+    editor = {};
     editor.hasAlpha = editor.writable = true;
     editor.accessX = editor.accessY = 7;
     ASSERT_TRUE(linux(editor, 10, 4));
-    EXPECT_EQ(session.host.ledger.pluginAllocations.at(editor.ownedBuffer), 150U);
-    EXPECT_EQ(std::count(editor.ownedBuffer, editor.ownedBuffer + 150, 0), 150);
-    EXPECT_EQ(std::tie(editor.baseAddress, editor.pixels),
-              std::tie(editor.ownedBuffer, editor.ownedBuffer));
+    uint8_t* const buffer = editor.ownedBuffer;
+    EXPECT_EQ(session.host.ledger.pluginAllocations.at(buffer), 150U);
+    EXPECT_EQ(std::count(buffer, buffer + 150, 0), 150);
+    EXPECT_EQ(std::tuple(editor.baseAddress, editor.pixels), std::tuple(buffer, buffer));
     EXPECT_EQ(std::tuple(editor.width, editor.height, editor.rowBytes, editor.bytesPerPixel),
               std::tuple(10, 4, 30, 3));
     EXPECT_EQ(std::tuple(editor.pixelType, editor.accessX, editor.accessY), std::tuple(11U, 0, 0));
     EXPECT_TRUE(editor.hasAlpha && editor.writable && !editor.allowCopy);
     EXPECT_EQ(session.Steps(), "");
-    if (!render) {
-      session.Free(editor);
-      EXPECT_EQ(session.Steps(), "");
-    } else {
-      for (int i = 0; i < 120; ++i) editor.ownedBuffer[i] = static_cast<uint8_t>(i);
-      session.host.log.Clear();
+    if (render) {
+      for (int i = 0; i < 120; ++i) buffer[i] = static_cast<uint8_t>(i);
       const auto rendered = session.Render(editor);
       ASSERT_TRUE(rendered);
-      const sim::LogLine call = session.host.log.lines.at(1);
-      EXPECT_EQ(call.arguments, "10, 4, 1, *, 30");
+      EXPECT_NE(session.host.log.Text().find("(10, 4, 1, *, 30)"), std::string::npos);
       EXPECT_EQ(session.Steps(), "build clear");
       EXPECT_EQ(rendered->Read().At(9, 3), (sim::Rgba{117, 118, 119, 255}));
+    } else {
+      session.Free(editor);
+      EXPECT_EQ(session.Steps(), "");
     }
     EXPECT_EQ(session.host.Imbalance(), "") << "the buffer is freed";
   }
@@ -230,23 +195,20 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
   session.host.faults.FailNth(1);
   EXPECT_FALSE(linux(editor = {}, 10, 4));
   EXPECT_TRUE(session.host.faults.fired());
-  session.host.faults.Clear();
   const std::pair<long, long> kTooLarge[] = {
       {32767, 32767}, {1L << 30, 1L << 30}, {0x7FFFFFFF, 0x7FFFFFFF}, {-1, 4}, {4, -2}};
   for (const auto& [width, height] : kTooLarge) EXPECT_FALSE(linux(editor = {}, width, height));
-  EXPECT_EQ(editor.ownedBuffer, nullptr);
   EXPECT_EQ(session.host.Imbalance(), "");
 }
 
 TEST(WritersTest, PicturesThatOnlyGiveACopyAreReplacedByABuffer) {
   SKIP_WITHOUT(StorageKind::kGdk);
-  Writers session({.application = sim::AppKind::kDesktop, .newPictures = StorageKind::kGdk});
-  session.isDesktop() = true;
+  Writers session({.application = AppKind::kDesktop, .newPictures = StorageKind::kGdk});
   const auto given = session.host.MakePicture(sim::Image(12, 6));
   for (const bool into : {false, true}) {
     PictureEditor editor;
     ASSERT_TRUE(into ? session.Open<Into>(editor, given->handle(), 10, 4)
-                     : session.Open<Opaque>(editor, 10, 4));
+                     : session.Open<Sized>(editor, 10, 4));
     EXPECT_EQ(session.Steps(), into ? "side? side? alpha? 12 6 hold unlock clear drop"
                                     : "new alpha? 12 6 hold unlock clear drop drop");
     EXPECT_EQ(editor.picture, nullptr);

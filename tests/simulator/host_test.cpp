@@ -23,6 +23,12 @@ bool LockDescription(void* picture, int type, REALpictureDescription& descriptio
   return (lock(picture, &description, type) & 0xFF) != 0;
 }
 void UnlockDescription(void* picture) { Entry<void(void*)>("unlockPictureDescription")(picture); }
+/// -1 where the host gives none.
+int SideOf(void* picture, const char* property) {
+  int value = -1;
+  Entry<uint32_t(void*, const char*, int*)>("REALGetPropValueInt")(picture, property, &value);
+  return value;
+}
 
 // Leaves the host as broken as the test wants it.
 const Settings kTolerant = {.allowLeaks = true};
@@ -76,11 +82,7 @@ const MisuseCase kMisuseCases[] = {
        LockDescription(made, kStorageConsoleBlock, description);
        UnlockObject(made);
      }},
-    {"picture#1 has no property Widht",
-     [](Host&, Picture* picture) {
-       int value = 0;
-       Entry<uint32_t(void*, const char*, int*)>("REALGetPropValueInt")(picture, "Widht", &value);
-     }},
+    {"picture#1 has no property Widht", [](Host&, Picture* picture) { SideOf(picture, "Widht"); }},
     {"Width has another type",
      [](Host&, Picture* picture) {
        uint8_t value = 0;
@@ -175,12 +177,7 @@ TEST(Ledger, OldHostsWantOneUnlockForAFailedLock) {
 TEST(Faults, StrikeAtTheirNumber) {
   Host host;
   auto picture = host.MakePicture(Image(1, 1));
-  const auto width = [&] {
-    int value = -1;
-    Entry<uint32_t(void*, const char*, int*)>("REALGetPropValueInt")(picture.get(), "Width",
-                                                                     &value);
-    return value;
-  };
+  const auto width = [&] { return SideOf(picture.get(), "Width"); };
   host.faults.FailNth(2);
   EXPECT_EQ(width(), 1);
   LockObject(picture.get());  // cannot fail, so it does not count
@@ -205,60 +202,6 @@ TEST(Entries, OnlyOneByteOfABooleanCounts) {
   const auto isA = Entry<uint32_t(void*, const void*)>("RuntimeObjectIsa");
   EXPECT_EQ(isA(picture.get(), host.FindClass("Picture")), 0xABCDEF01U);
   EXPECT_EQ(isA(picture.get(), host.FindClass("Graphics")), 0xABCDEF00U);
-}
-
-TEST(Entries, RecordersSeeTheRawArguments) {
-  Host host;
-  host.Record("GetTabPanelVisible", 0x1122334455667788U);
-  const auto entry = Entry<uint64_t(int, double)>("GetTabPanelVisible");
-  EXPECT_EQ(entry(-5, 1.0), 0x1122334455667788U);
-  const auto& words = host.Record("GetTabPanelVisible").calls.at(0);
-  EXPECT_EQ(words[0], 0xFFFFFFFBU);
-  EXPECT_EQ(words[2], 0x3FF00000U);
-  EXPECT_EQ(Host::Resolve("getTabPanelVisible"), nullptr);
-}
-
-TEST(Strings, ConvertAsTheHostsTablesSay) {
-  struct Case {
-    std::string_view text;
-    uint32_t from;
-    uint32_t to;
-    std::string_view expected;
-  };
-  using namespace std::string_view_literals;
-  for (const Case& each :
-       {Case{"\x8E"sv, kEncodingMacRoman, kEncodingUtf8, "\xC3\xA9"sv},
-        Case{"\x80"sv, kEncodingWindowsLatin1, kEncodingUtf16, "\xAC\x20"sv},
-        Case{"\xF0\x9F\x98\x80z"sv, kEncodingUtf8, kEncodingAscii, "?z"sv},
-        Case{"\x3D\xD8\x00\xDE"sv, kEncodingUtf16, kEncodingUtf8, "\xF0\x9F\x98\x80"sv},
-        Case{"\xFF\xFE"sv, kEncodingUtf16, kEncodingUtf16, "\xFF\xFE"sv},
-        Case{"\xC3"sv, kEncodingUtf8, kEncodingUtf16, "?\0"sv},
-        Case{"\xE9"sv, kEncodingUndefined, kEncodingUtf8, "\xE9"sv}}) {
-    Host host;
-    auto string = host.MakeString(each.text, each.from);
-    const auto convert = Entry<void*(void*, uint32_t)>("REALConvertString");
-    auto converted = Ref<String>::Adopt(host.Live<String>(convert(string.get(), each.to)));
-    EXPECT_EQ(converted->bytes(), each.expected);
-    const auto* const legacy = reinterpret_cast<const REALstringLegacyLayout*>(converted->handle());
-    EXPECT_EQ(std::string_view(legacy->storage + 1, legacy->lengthBytes), each.expected);
-  }
-}
-
-TEST(Pictures, KeepPixelsInEveryRowLayout) {
-  Host host;
-  Image image(3, 4);
-  for (int i = 0; i < 12; ++i) {
-    image.pixels[static_cast<size_t>(i)] = {static_cast<uint8_t>(i), 100, 200,
-                                            static_cast<uint8_t>(i % 2 == 0 ? 255 : 3)};
-  }
-  for (const RowLayout rows :
-       {RowLayout::kContiguous, RowLayout::kPadded, RowLayout::kReversed, RowLayout::kScattered}) {
-    auto picture = host.MakePicture(image, {.alpha = true, .rows = rows});
-    EXPECT_EQ(picture->Read(), image);
-    EXPECT_EQ(picture->StorageAs<ConsoleStorage>().Words(0)[1], 0x010164C8U);
-  }
-  EXPECT_EQ(host.memory.peakBytes, 4U * (12 + 20));
-  EXPECT_EQ(host.memory.liveBytes, 0U);
 }
 
 }  // namespace

@@ -2,41 +2,41 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/host/plugin_function.h"
 #include "tests/text/views.h"
 
 namespace {
 
 using std::string_literals::operator""s;
 
-/// A session, and one record that starts with nothing of use in it.
-struct Lending {
-  explicit Lending(std::set<std::string, std::less<>> missing = {})
-      : session({.missing = std::move(missing)}) {}
+constexpr const char* kGet = "PluginGetStringData";
+constexpr const char* kDispose = "PluginDisposeStringData";
 
-  bool Get(void* string, uint32_t encoding) {
-    return Exported<bool(void*, unsigned long, REALstringData*)>(
-        session.plugin, "_Z17REALGetStringDataP16REALstringStructmP14REALstringData")(
-        string, encoding, &record);
+/// A session, a string, and one record that starts with nothing of use in it.
+struct Lending {
+  Lending(std::set<std::string, std::less<>> missing, std::string_view bytes, uint32_t encoding)
+      : session({.missing = std::move(missing)}), string(host.MakeString(bytes, encoding)) {
+    log.Clear();
   }
+  bool Get(REALstringStruct* from, uint32_t encoding) {
+    return Function<bool(REALstringStruct*, unsigned long, REALstringData*)>(
+        session.plugin, "REALGetStringData")(from, encoding, &record);
+  }
+  bool Get(uint32_t encoding) { return Get(string->handle(), encoding); }
   void Dispose() {
-    Exported<void(REALstringData*)>(session.plugin,
-                                    "_Z21REALDisposeStringDataP14REALstringData")(&record);
+    Function<void(REALstringData*)>(session.plugin, "REALDisposeStringData")(&record);
   }
 
   Session session;
   sim::Host& host = session.host;
   sim::Log& log = host.log;
+  sim::Ref<sim::String> string;
   REALstringData record = {nullptr, 77, 78, {79, 80}};
 };
 
-constexpr const char* kGet = "PluginGetStringData";
-constexpr const char* kDispose = "PluginDisposeStringData";
-
 TEST(StringData, IsLeftToAHostThatLendsIt) {
-  Lending l;
-  auto string = l.host.MakeString("\xE9", kEncodingWindowsLatin1);
-  l.log.Clear();
-  ASSERT_TRUE(l.Get(string.get(), kEncodingUtf8));
+  Lending l({}, "\xE9", kEncodingWindowsLatin1);
+  ASSERT_TRUE(l.Get(kEncodingUtf8));
   EXPECT_EQ(std::string(l.record.data, l.record.length), "\xC3\xA9");
   l.Dispose();
   EXPECT_FALSE(l.Get(nullptr, kEncodingUtf8));
@@ -45,9 +45,8 @@ TEST(StringData, IsLeftToAHostThatLendsIt) {
 }
 
 TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
-  Lending l({kGet, kDispose});
   const std::string bytes = "a\0\xC3\xA9"s;
-  auto string = l.host.MakeString(bytes, kEncodingUtf8);
+  Lending l({kGet, kDispose}, bytes, kEncodingUtf8);
   struct {
     uint32_t encoding;
     std::string expected;
@@ -62,7 +61,7 @@ TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
   for (const auto& [encoding, expected, calls] : cases) {
     SCOPED_TRACE(calls);
     l.log.Clear();
-    ASSERT_TRUE(l.Get(string.get(), encoding));
+    ASSERT_TRUE(l.Get(encoding));
     EXPECT_EQ(l.log.Sequence(), calls);
     EXPECT_EQ(std::string(l.record.data, l.record.length + 4), expected + "\0\0\0\0"s);
     EXPECT_EQ(l.record.length, expected.size());
@@ -78,43 +77,32 @@ TEST(StringData, AFailureLeavesTheRecordAlone) {
   for (const char* missing :
        {"StringGetCString", "LenB( s as string ) as integer", "REALConvertString"}) {
     SCOPED_TRACE(missing);
-    Lending l({kGet, kDispose, missing});
-    auto string = l.host.MakeString("\xC3\xA9", kEncodingUtf8);
-    EXPECT_FALSE(l.Get(string.get(), kEncodingWindowsLatin1));
+    Lending l({kGet, kDispose, missing}, "\xC3\xA9", kEncodingUtf8);
+    EXPECT_FALSE(l.Get(kEncodingWindowsLatin1));
     EXPECT_EQ(l.record.data, nullptr);
     EXPECT_EQ(l.record.length, 77U);
   }
-}
-
-TEST(StringData, NothingIsReadOnImpossibleAnswers) {
-  Lending l({kGet, kDispose, "REALGetStringEncoding"});
-  auto string = l.host.MakeString("\x80", kEncodingUtf8);
   // An encoding that cannot be asked counts as 0.
-  EXPECT_TRUE(l.Get(string.get(), kEncodingMacRoman));
+  Lending l({kGet, kDispose, "REALGetStringEncoding"}, "\x80", kEncodingUtf8);
+  EXPECT_TRUE(l.Get(kEncodingMacRoman));
   l.Dispose();
   EXPECT_EQ(l.log.Calls("REALConvertString"), 0);
-  l.host.faults.failing = {"StringGetCString"};
-  EXPECT_FALSE(l.Get(string.get(), kEncodingUndefined));
 }
 
-// Half a pair mixes nobody's memory with anybody else's.
-TEST(StringData, AHostThatOnlyTakesBackIsNotHandedOurCopy) {
-  Lending l({kGet});
-  auto string = l.host.MakeString("abc", kEncodingUtf8);
-  ASSERT_TRUE(l.Get(string.get(), kEncodingUtf8));
-  l.Dispose();
-  EXPECT_EQ(l.log.Calls(kDispose), 0);
-  EXPECT_EQ(l.host.Imbalance(), "");
-}
-
-TEST(StringData, AHostThatOnlyLendsKeepsWhatItLent) {
-  Lending l({kDispose});
-  l.host.settings.allowLeaks = true;
-  auto string = l.host.MakeString("abc", kEncodingUtf8);
-  ASSERT_TRUE(l.Get(string.get(), kEncodingUtf8));
-  l.Dispose();
-  EXPECT_EQ(std::string(l.record.data, l.record.length), "abc");
-  EXPECT_EQ(l.host.ledger.borrowedStrings, 1);
+TEST(StringData, HalfAPairMixesNobodysMemoryWithAnybodyElses) {
+  for (const bool lends : {true, false}) {
+    Lending l({lends ? kDispose : kGet}, "abc", kEncodingUtf8);
+    l.host.settings.allowLeaks = lends;
+    ASSERT_TRUE(l.Get(kEncodingUtf8));
+    l.Dispose();
+    // What is lent stays lent; our own copy is freed by us.
+    EXPECT_EQ(l.log.Calls(kDispose), 0);
+    EXPECT_EQ(l.host.ledger.borrowedStrings, lends ? 1 : 0);
+    EXPECT_EQ(l.host.ledger.pluginAllocations.size(), 0U);
+    if (lends) {
+      EXPECT_EQ(std::string(l.record.data, l.record.length), "abc");
+    }
+  }
 }
 
 TEST(RbDataOfBlocks, NeverReachPastTheBlock) {
@@ -160,14 +148,15 @@ TEST(RbDataOfBlocks, NeverReachPastTheBlock) {
 class RbDataOfStrings : public testing::TestWithParam<TextHost> {};
 
 TEST_P(RbDataOfStrings, HoldTheStringOrItsBytes) {
+  const bool borrows = GetParam().Borrows();
   Session session(GetParam().Settings());
   for (const std::string& bytes : {"\xE9\0x"s, ""s}) {
     auto string = session.host.MakeString(bytes, kEncodingUtf16);
     Data data(session.plugin, string.get());
     EXPECT_EQ(data.bytes(), bytes);
-    EXPECT_EQ(string->references(), GetParam().Borrows() ? 1 : 2);
-    EXPECT_EQ(data.At(0) != 0, !GetParam().Borrows());
-    EXPECT_EQ(data.At<uint8_t>(28), GetParam().Borrows() ? 1 : 0);
+    EXPECT_EQ(string->references(), borrows ? 1 : 2);
+    EXPECT_EQ(data.At(0) != 0, !borrows);
+    EXPECT_EQ(data.At<uint8_t>(28), borrows ? 1 : 0);
     data.Destroy();
     data.Destroy();
     EXPECT_EQ(session.host.Imbalance(), "");
