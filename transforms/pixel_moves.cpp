@@ -1,6 +1,4 @@
-// Plans the moves, row by row or band by band, and leaves the pixels to the kernels. Those move
-// words. Where a format has three bytes, or alpha changes its width, pixels pass in blocks through
-// small buffers of words.
+// Plans the moves, row by row or band by band, and leaves the pixels to the kernels.
 
 #include "transforms/pixel_moves.h"
 
@@ -12,104 +10,45 @@
 namespace velpicture {
 namespace {
 
-// Targets larger than this go past the cache. The stores of a turn jump from row to row, so that
-// they gain by it only where the target leaves the last cache for certain.
+// Targets of this size and larger go past the cache. The stores of a turn jump from row to row, so
+// that they gain by it later.
 constexpr int64_t kStreamedMirrorBytes = int64_t{4} << 20;
-constexpr int64_t kStreamedTurnBytes = int64_t{16} << 20;
+constexpr int64_t kStreamedTurnBytes = int64_t{12} << 20;
 
 Stores StoresFor(const PictureEditor& target, int64_t leastStreamedBytes) {
   const int64_t bytes = int64_t{target.width} * target.height * target.bytesPerPixel;
   return bytes >= leastStreamedBytes ? Stores::kStreaming : Stores::kCached;
 }
 
-/// How a pixel of one format becomes a pixel of another: convertFirst (or nothing) gives a word,
-/// the mask completes it, narrow (or nothing) makes three bytes of it.
-struct Path {
-  using Convert = void (*)(uint8_t* target, const uint8_t* source, ptrdiff_t count);
+/// From one address to another; they need not lie in the same block of memory.
+ptrdiff_t Distance(const uint8_t* from, const uint8_t* to) {
+  return static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(to) -
+                                reinterpret_cast<uintptr_t>(from));
+}
 
-  Path(const MoveKernels& kernels, uint32_t from, uint32_t to) {
-    if (from == kPixelRgb24) {
-      sourceBytes = 3;
-      convertFirst = kernels.widenRgb;
+/// How pixels of one format become pixels of another. A console picture keeps 7 bits of alpha.
+struct Change {
+  Change(uint32_t from, uint32_t to) {
+    if (from == kPixelRgb24 && to == kPixelRgb24) {
+      path = kRgbToRgb;
+    } else if (to == kPixelRgb24) {
+      path = kWordToRgb;
     } else if (from == kPixelConsole && to == kPixelArgb32) {
-      convertFirst = kernels.widenAlpha;
+      path = kWidenAlpha;
     } else if (from == kPixelArgb32 && to == kPixelConsole) {
-      convertFirst = kernels.narrowAlpha;
-    }
-    if (to == kPixelRgb24) {
-      targetBytes = 3;
-      narrow = kernels.narrowRgb;
-    } else if (to == kPixelRgb32 || (to == kPixelArgb32 && from == kPixelRgb32)) {
-      mask.set = 0xFF000000;
-    } else if (to == kPixelConsole && from == kPixelConsole) {
-      mask.keep = 0x7FFFFFFF;
-    } else if (to == kPixelConsole && from != kPixelArgb32) {
-      mask = {0x00FFFFFF, 0x7F000000};
+      path = kNarrowAlpha;
+    } else {
+      if (from == kPixelRgb24) path = kRgbToWord;
+      if (to == kPixelConsole) {
+        mask = from == kPixelConsole ? WordMask{0x7FFFFFFF, 0} : WordMask{0x00FFFFFF, 0x7F000000};
+      } else if (to == kPixelRgb32 || from == kPixelRgb32) {
+        mask.set = 0xFF000000;
+      }
     }
   }
 
-  bool MovesWords() const { return convertFirst == nullptr && narrow == nullptr; }
-
-  Convert convertFirst = nullptr;
-  Convert narrow = nullptr;
-  WordMask mask = kUnchanged;
-  int sourceBytes = 4;
-  int targetBytes = 4;
-
-  static constexpr WordMask kUnchanged = {0xFFFFFFFF, 0};
-};
-
-/// Moves rows of pixels, forwards or reversed.
-class RowMover {
- public:
-  RowMover(const PictureEditor& source, const PictureEditor& target, bool reverse)
-      : kernels_(SelectedKernels().moves),
-        path_(kernels_, source.pixelType, target.pixelType),
-        stores_(StoresFor(target, kStreamedMirrorBytes)),
-        reverse_(reverse),
-        moveWords_(reverse ? kernels_.reverseWords : kernels_.copyWords) {}
-  ~RowMover() { kernels_.finishStreaming(); }
-  RowMover(const RowMover&) = delete;
-  RowMover& operator=(const RowMover&) = delete;
-
-  void Move(uint8_t* target, const uint8_t* source, ptrdiff_t width) {
-    if (path_.MovesWords()) return moveWords_(target, source, width, path_.mask, stores_);
-    if (!reverse_ && path_.sourceBytes == path_.targetBytes && path_.narrow != nullptr) {
-      std::memcpy(target, source, static_cast<size_t>(width) * 3);
-      return;
-    }
-    for (ptrdiff_t done = 0; done < width;) {
-      const ptrdiff_t count = std::min(width - done, kBlockPixels);
-      uint8_t* const to = target + (reverse_ ? width - done - count : done) * path_.targetBytes;
-      MoveBlock(to, source + done * path_.sourceBytes, count);
-      done += count;
-    }
-  }
-
- private:
-  static constexpr ptrdiff_t kBlockPixels = 1024;
-
-  void MoveBlock(uint8_t* target, const uint8_t* source, ptrdiff_t count) {
-    const uint8_t* words = source;
-    if (path_.convertFirst != nullptr) {
-      path_.convertFirst(words_, source, count);
-      words = words_;
-    }
-    if (path_.narrow == nullptr) return moveWords_(target, words, count, path_.mask, stores_);
-    if (reverse_) {
-      kernels_.reverseWords(reversed_, words, count, Path::kUnchanged, Stores::kCached);
-      words = reversed_;
-    }
-    path_.narrow(target, words, count);
-  }
-
-  const MoveKernels& kernels_;
-  const Path path_;
-  const Stores stores_;
-  const bool reverse_;
-  void (*const moveWords_)(uint8_t*, const uint8_t*, ptrdiff_t, WordMask, Stores);
-  alignas(64) uint8_t words_[kBlockPixels * 4];
-  alignas(64) uint8_t reversed_[kBlockPixels * 4];
+  PixelPath path = kWordToWord;
+  WordMask mask = {0xFFFFFFFF, 0};
 };
 
 /// Source rows in the order in which they become columns of the target.
@@ -125,117 +64,103 @@ class RowWalk {
   bool IsEven() const {
     if (source_.pixelType != kPixelConsole) return true;
     for (int y = 2; y < source_.height; ++y) {
-      if (Distance(y) != Distance(1)) return false;
+      if (Step(y) != Step(1)) return false;
     }
     return true;
   }
 
-  ptrdiff_t Stride() const { return source_.height > 1 ? Distance(1) : 0; }
+  ptrdiff_t Stride() const { return source_.height > 1 ? Step(1) : 0; }
 
  private:
-  ptrdiff_t Distance(int index) const {
-    return static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(Row(index)) -
-                                  reinterpret_cast<uintptr_t>(Row(index - 1)));
-  }
+  ptrdiff_t Step(int index) const { return Distance(Row(index - 1), Row(index)); }
 
   const PictureEditor& source_;
   const bool upwards_;
 };
 
-/// Turns through buffers what the transpose cannot take as it is, a block at a time.
+/// Turns rows that lie at any distance, a block at a time: evened out in a buffer.
 class BlockTurner {
  public:
-  static constexpr int kColumns = 64;
+  static constexpr int kColumns = 128;
 
-  BlockTurner(const MoveKernels& kernels, const Path& path, const RowWalk& rows)
-      : kernels_(kernels), path_(path), rows_(rows) {}
-
-  /// As many columns as the band names, from `column` on, of all rows.
-  void Turn(TransposeBand band, int column, int rowCount) {
-    band.source = words_;
-    band.sourceStride = kColumns * 4;
+  /// Turns as many columns as the band names, from `column` on, of all rows.
+  static void Turn(const MoveKernels& kernels, PixelPath path, const RowWalk& rows,
+                   TransposeBand band, int column, int rowCount) {
+    alignas(64) uint8_t block[kRows * kStride];
     uint8_t* targetRows[kColumns];
     std::copy_n(band.targetRows, band.columnCount, targetRows);
+    band.targetRows = targetRows;
+    band.source = block;
+    band.sourceStride = kStride;
     for (int first = 0; first < rowCount; first += kRows) {
       band.rowCount = std::min(rowCount - first, kRows);
       for (int i = 0; i < band.rowCount; ++i) {
-        Load(words_ + i * band.sourceStride,
-             rows_.Row(first + i) + static_cast<ptrdiff_t>(column) * path_.sourceBytes,
-             band.columnCount);
+        std::memcpy(block + i * kStride,
+                    rows.Row(first + i) + static_cast<ptrdiff_t>(column) * SourceBytes(path),
+                    static_cast<size_t>(band.columnCount) * SourceBytes(path));
       }
-      for (int i = 0; i < band.columnCount; ++i) {
-        band.targetRows[i] = path_.narrow != nullptr
-                                 ? turned_ + i * (kRows * 4)
-                                 : targetRows[i] + static_cast<ptrdiff_t>(first) * 4;
-      }
-      kernels_.transpose(band);
-      if (path_.narrow == nullptr) continue;
-      for (int i = 0; i < band.columnCount; ++i) {
-        path_.narrow(targetRows[i] + static_cast<ptrdiff_t>(first) * 3, band.targetRows[i],
-                     band.rowCount);
-      }
+      kernels.transpose[path](band);
+      for (int i = 0; i < band.columnCount; ++i) targetRows[i] += kRows * TargetBytes(path);
     }
   }
 
  private:
-  static constexpr int kRows = 128;
-
-  void Load(uint8_t* words, const uint8_t* source, int count) {
-    if (path_.convertFirst != nullptr) {
-      path_.convertFirst(words, source, count);
-    } else {
-      std::memcpy(words, source, static_cast<size_t>(count) * 4);
-    }
-  }
-
-  const MoveKernels& kernels_;
-  const Path& path_;
-  const RowWalk& rows_;
-  alignas(64) uint8_t words_[kRows * kColumns * 4];
-  alignas(64) uint8_t turned_[kColumns * kRows * 4];
+  static constexpr int kRows = 64;
+  // A line more than the pixels: rows a power of two apart would fall into few sets of the cache.
+  static constexpr ptrdiff_t kStride = kColumns * 4 + 64;
 };
 
 }  // namespace
 
 void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipColumns,
                   bool flipRows) {
-  RowMover mover(source, target, flipColumns);
+  const MoveKernels& kernels = SelectedKernels().moves;
+  const Change change(source.pixelType, target.pixelType);
+  const auto moveRow = (flipColumns ? kernels.reverseRow : kernels.copyRow)[change.path];
+  const auto targetRow = [&](int y) {
+    return RowAddress(target, flipRows ? source.height - 1 - y : y);
+  };
+  RowMove row = {};
+  row.count = source.width;
+  row.mask = change.mask;
+  row.stores = StoresFor(target, kStreamedMirrorBytes);
   for (int y = 0; y < source.height; ++y) {
-    mover.Move(RowAddress(target, flipRows ? source.height - 1 - y : y), RowAddress(source, y),
-               source.width);
+    const int next = std::min(y + 1, source.height - 1);
+    row.target = targetRow(y);
+    row.source = RowAddress(source, y);
+    row.targetAhead = Distance(row.target, targetRow(next));
+    row.sourceAhead = Distance(row.source, RowAddress(source, next));
+    moveRow(row);
   }
+  kernels.finishStreaming();
 }
 
 void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn turn) {
   const bool clockwise = turn == QuarterTurn::kClockwise;
   if (source.height < 1) return;
   const MoveKernels& kernels = SelectedKernels().moves;
-  const Path path(kernels, source.pixelType, target.pixelType);
+  const Change change(source.pixelType, target.pixelType);
   const RowWalk rows(source, clockwise);
-  // A pass over the turned rows costs less than buffers before them: they come one after another.
-  const bool convertsAfter = path.convertFirst != nullptr && path.sourceBytes == path.targetBytes &&
-                             path.narrow == nullptr;
-  const bool directly = (path.MovesWords() || convertsAfter) && rows.IsEven();
-  const int bandColumns = directly ? TransposeBand::kMaxColumns : BlockTurner::kColumns;
+  const bool even = rows.IsEven();
 
   TransposeBand band;
-  band.mask = path.mask;
-  band.stores = path.narrow == nullptr ? StoresFor(target, kStreamedTurnBytes) : Stores::kCached;
+  band.mask = change.mask;
+  band.stores = StoresFor(target, kStreamedTurnBytes);
+  uint8_t* targetRows[TransposeBand::kMaxColumns];
+  band.targetRows = targetRows;
+  const int bandColumns = even ? TransposeBand::kMaxColumns : BlockTurner::kColumns;
   for (int x = 0; x < source.width; x += bandColumns) {
     band.columnCount = std::min(bandColumns, source.width - x);
     for (int i = 0; i < band.columnCount; ++i) {
-      band.targetRows[i] = RowAddress(target, clockwise ? x + i : source.width - 1 - x - i);
+      targetRows[i] = RowAddress(target, clockwise ? x + i : source.width - 1 - x - i);
     }
-    if (directly) {
-      band.source = rows.Row(0) + static_cast<ptrdiff_t>(x) * 4;
+    if (even) {
+      band.source = rows.Row(0) + static_cast<ptrdiff_t>(x) * SourceBytes(change.path);
       band.sourceStride = rows.Stride();
       band.rowCount = source.height;
-      kernels.transpose(band);
-      for (int i = 0; convertsAfter && i < band.columnCount; ++i) {
-        path.convertFirst(band.targetRows[i], band.targetRows[i], target.width);
-      }
+      kernels.transpose[change.path](band);
     } else {
-      BlockTurner(kernels, path, rows).Turn(band, x, source.height);
+      BlockTurner::Turn(kernels, change.path, rows, band, x, source.height);
     }
   }
   kernels.finishStreaming();

@@ -78,78 +78,84 @@ class MoveKernelsTest : public testing::TestWithParam<const char*> {
 };
 
 TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
-  for (int width = 0; width <= 3 * 16 + 1; ++width) {
+  for (int width = 0; width <= 4 * 16 + 1; ++width) {
     for (const int offset : {0, 4, 8, 20, 32, 60, 1, 2, 63}) {
       for (const bool atEnd : {false, true}) {
-        SCOPED_TRACE(testing::Message() << "width " << width << " offset " << offset << atEnd);
-        const size_t size = static_cast<size_t>(width) * 4;
-        FencedBytes source(size, (offset * 7) % 64, !atEnd, 1);
-        FencedBytes target(size, offset, atEnd, 2);
-        for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
-          for (const WordMask mask : kMasks) {
-            ExpectSameBytes(target, [&](const MoveKernels& kernels) {
-              kernels.copyWords(target.data(), source.data(), width, mask, stores);
-            });
-            ExpectSameBytes(target, [&](const MoveKernels& kernels) {
-              kernels.reverseWords(target.data(), source.data(), width, mask, stores);
-            });
+        const auto checkPath = [&](PixelPath path) {
+          SCOPED_TRACE(testing::Message() << "width " << width << " offset " << offset << " path "
+                                          << path << (atEnd ? " at the end" : ""));
+          FencedBytes source(static_cast<size_t>(width) * SourceBytes(path), (offset * 7) % 64,
+                             !atEnd, 1);
+          FencedBytes target(static_cast<size_t>(width) * TargetBytes(path), offset, atEnd, 2);
+          for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
+            for (const WordMask mask : kMasks) {
+              const RowMove row = {target.data(), source.data(), width, mask, stores, 4096, -4096};
+              for (const auto rows : {&MoveKernels::copyRow, &MoveKernels::reverseRow}) {
+                ExpectSameBytes(target,
+                                [&](const MoveKernels& kernels) { (kernels.*rows)[path](row); });
+              }
+              if (path != kWordToWord && path != kRgbToWord) break;
+            }
           }
+        };
+        for (int path = 0; path < kPixelPaths; ++path) {
+          checkPath(static_cast<PixelPath>(path));
+          if (HasFatalFailure()) return;
         }
+        FencedBytes words(static_cast<size_t>(width) * 4, offset, atEnd, 3);
         const int half = width / 2;
-        uint8_t* const right = target.data() + (width - half) * 4;
-        ExpectSameBytes(target, [&](const MoveKernels& kernels) {
-          kernels.exchange(target.data(), right, half, nullptr, right);
+        uint8_t* const right = words.data() + (width - half) * 4;
+        ExpectSameBytes(words, [&](const MoveKernels& kernels) {
+          kernels.exchange(words.data(), right, half, nullptr, right);
         });
-        ExpectSameBytes(target, [&](const MoveKernels& kernels) {
-          kernels.exchangeReversed(target.data(), right, half, right, nullptr);
+        ExpectSameBytes(words, [&](const MoveKernels& kernels) {
+          kernels.exchangeReversed(words.data(), right, half, right, nullptr);
         });
-        using Convert = decltype(MoveKernels::widenAlpha);
-        for (const auto convert : {&MoveKernels::widenAlpha, &MoveKernels::narrowAlpha}) {
-          ExpectSameBytes(target, [&](const MoveKernels& kernels) {
-            const Convert run = kernels.*convert;
-            run(target.data(), source.data(), width);
-          });
-        }
-        FencedBytes rgb(static_cast<size_t>(width) * 3, offset, atEnd, 3);
-        ExpectSameBytes(target, [&](const MoveKernels& kernels) {
-          kernels.widenRgb(target.data(), rgb.data(), width);
-        });
-        ExpectSameBytes(rgb, [&](const MoveKernels& kernels) {
-          kernels.narrowRgb(rgb.data(), source.data(), width);
-        });
+        if (HasFatalFailure()) return;
       }
     }
   }
 }
 
 TEST_P(MoveKernelsTest, TransposesOfEverySizeAndAlignment) {
-  // Strides beyond the pixels, of which 1024 collides in the caches.
-  for (const int columns : {0, 1, 3, 4, 5, 16, 63, 64, 127, 128}) {
-    for (const int rows : {0, 1, 15, 16, 17, 31, 32, 33, 127, 128, 129, 144, 300}) {
-      for (const int shift : {0, 4, 28, 60, 2}) {
-        for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
-          for (const bool collide : {false, true}) {
-            const ptrdiff_t sourceStride = collide ? 1024 : columns * 4 + 12;
-            const ptrdiff_t targetStride = rows * 4 + (shift == 0 ? 0 : 20);
-            SCOPED_TRACE(testing::Message() << columns << " columns, " << rows << " rows, shift "
-                                            << shift << ", stride " << sourceStride);
-            FencedBytes source(rows > 0 ? sourceStride * (rows - 1) + columns * 4 : 0, shift,
-                               shift != 4, 4);
-            FencedBytes target(columns > 0 ? targetStride * (columns - 1) + rows * 4 : 0, shift,
-                               shift == 4, 5);
+  for (const int columns : {0, 1, 3, 4, 5, 6, 8, 63, 130, 300}) {
+    for (const int rows : {0, 1, 15, 16, 17, 33, 64, 129, 300}) {
+      for (const int shift : {0, 4, 60, 2}) {
+        // Strides beyond the pixels; target rows 2048 bytes apart collide in the caches.
+        for (const bool collide : {false, true}) {
+          // The paths of alpha differ in the change alone; whole pictures show them.
+          constexpr PixelPath kPaths[] = {kWordToWord, kRgbToWord, kWordToRgb, kRgbToRgb};
+          for (const PixelPath path : kPaths) {
+            const ptrdiff_t sourceStride = columns * SourceBytes(path) + 12;
+            const ptrdiff_t targetStride =
+                collide ? 2048 : rows * TargetBytes(path) + (shift == 0 ? 0 : 20);
+            SCOPED_TRACE(testing::Message()
+                         << columns << " columns, " << rows << " rows, shift " << shift << ", path "
+                         << path << ", stride " << targetStride);
+            FencedBytes source(
+                rows > 0 ? sourceStride * (rows - 1) + columns * SourceBytes(path) : 0, shift,
+                shift != 4, 4);
+            FencedBytes target(
+                columns > 0 ? targetStride * (columns - 1) + rows * TargetBytes(path) : 0, shift,
+                shift == 4, 5);
             TransposeBand band;
             band.rowCount = rows;
             band.columnCount = columns;
             band.mask = kMasks[rows % 3];
-            band.stores = stores;
             const bool upwards = rows % 2 == 1;
             band.source = upwards ? source.data() + sourceStride * (rows - 1) : source.data();
             band.sourceStride = upwards ? -sourceStride : sourceStride;
+            std::vector<uint8_t*> targetRows;
             for (int i = 0; i < columns; ++i) {
-              band.targetRows[i] = target.data() + targetStride * (upwards ? columns - 1 - i : i);
+              targetRows.push_back(target.data() + targetStride * (upwards ? columns - 1 - i : i));
             }
-            ExpectSameBytes(target, [&](const MoveKernels& kernels) { kernels.transpose(band); });
-            if (HasFatalFailure()) return;
+            band.targetRows = targetRows.data();
+            for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
+              band.stores = stores;
+              ExpectSameBytes(target,
+                              [&](const MoveKernels& kernels) { kernels.transpose[path](band); });
+              if (HasFatalFailure()) return;
+            }
           }
         }
       }

@@ -263,6 +263,22 @@ TEST_P(ShearKernelsTest, MultipliersEqualDoublesAtAndBesideEveryFraction) {
   }
 }
 
+TEST_P(ShearKernelsTest, WeightsOfFewBitsHaveMultipliersBesideEveryFraction) {
+  for (int q = 1; q <= 255; ++q) {
+    for (int p = 0; p <= q; ++p) {
+      if (std::gcd(p, q) != 1) continue;
+      const double nearest = std::nearbyint(std::ldexp(static_cast<double>(p) / q, 45));
+      for (double weight = nearest - 2; weight <= nearest + 2; ++weight) {
+        const double scaled = std::ldexp(weight, -45);
+        if (scaled < 0.0 || scaled >= 1.0) continue;
+        const uint16_t multiplier = kernels_->multiplier(scaled);
+        ASSERT_NE(multiplier, kNoMultiplier) << p << '/' << q << ", weight " << weight << " / 2^45";
+        ASSERT_TRUE(GivesTheRule(multiplier, scaled, q)) << p << '/' << q << ", weight " << weight;
+      }
+    }
+  }
+}
+
 TEST_P(ShearKernelsTest, MultipliersEqualDoublesForRandomWeights) {
   Random random(7);
   for (int i = 0; i < 500; ++i) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <ostream>
 #include <random>
 #include <vector>
 
@@ -74,6 +75,13 @@ struct LinesCase {
   int length;
   int destinationLength;
 };
+
+/// How a failing case is named.
+void PrintTo(const LinesCase& lines, std::ostream* out) {
+  *out << lines.lineCount << " lines of " << lines.length << " pixels to "
+       << lines.destinationLength << ", format " << lines.sourceType << " to "
+       << lines.destinationType;
+}
 
 class ShearLinesTest : public testing::TestWithParam<LinesCase> {
  protected:

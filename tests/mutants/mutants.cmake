@@ -26,10 +26,8 @@ mutant(lost_alpha
 
 mutant(row_too_long
   FILE transforms/pixel_moves.cpp
-  FROM [[RowAddress(source, y),
-               source.width);]]
-  TO [[RowAddress(source, y),
-               source.width + 1);]]
+  FROM [[row.count = source.width;]]
+  TO [[row.count = source.width + 1;]]
   TESTS Storages/Methods.PutPixelsWhereTheyBelong/ConsolePadded)
 
 mutant(unmirrored_middle_row

@@ -4,13 +4,13 @@
 
 #define VEL_VARIANT avx512
 #include "transforms/kernels/rgb_shuffle_impl.h"
-#include "transforms/kernels/words_sse2_impl.h"
 
 namespace velpicture::avx512 {
 namespace {
 
 struct Vector {
   using Type = __m512i;
+  static constexpr bool kShufflesBytes = true;
   static constexpr int kWords = 16;
 
   static Type Load(const void* bytes) { return _mm512_loadu_si512(bytes); }
@@ -38,6 +38,24 @@ struct Vector {
   static Type Low64(Type a, Type b) { return _mm512_unpacklo_epi64(a, b); }
   static Type High64(Type a, Type b) { return _mm512_unpackhi_epi64(a, b); }
 
+  /// Three-byte pixels behind one another become four to a lane, and back.
+  template <int kSkip>
+  static Type WidenLanes(Type bytes) {
+    return _mm512_shuffle_epi8(bytes,
+                               _mm512_broadcast_i32x4(ShuffledWords::WideningOrder<kSkip>()));
+  }
+  static Type LoadRgb(const void* bytes) {
+    const Type order = _mm512_setr_epi32(0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11);
+    return WidenLanes<0>(_mm512_permutexvar_epi32(order, Load(bytes)));
+  }
+  static void StoreRgb(uint8_t* bytes, Type words) {
+    const Type narrowed =
+        _mm512_shuffle_epi8(words, _mm512_broadcast_i32x4(ShuffledWords::NarrowingOrder()));
+    const Type order = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 14, 14, 14, 14);
+    constexpr __mmask16 kTwelveWords = 0x0FFF;
+    _mm512_mask_storeu_epi32(bytes, kTwelveWords, _mm512_permutexvar_epi32(order, narrowed));
+  }
+
   /// Sixteen words of `first` and `second` one behind the other, from byte `begin` of `first` on;
   /// `begin` is a multiple of 4 below 64.
   static Type Join(Type first, Type second, ptrdiff_t begin) {
@@ -48,7 +66,7 @@ struct Vector {
     return _mm512_permutex2var_epi32(first, Load(order), second);
   }
 };
-using Rgb = ShuffleRgb;
+using FourWords = ShuffledWords;
 
 }  // namespace
 }  // namespace velpicture::avx512

@@ -1,8 +1,8 @@
 #pragma once
 
 // The inner loops of the pixel moves. A kernel knows nothing of pictures: it gets row addresses,
-// counts of pixels, and masks. One table of them exists per instruction set, in a namespace of its
-// name; all tables give the same bytes.
+// counts of pixels, and how a pixel changes on its way. One table of them exists per instruction
+// set, in a namespace of its name; all tables give the same bytes.
 //
 // A word is one four-byte pixel, at any address. No kernel reads or writes outside the pixels it is
 // given. Source and target do not overlap unless a contract says so. After streaming stores, and
@@ -13,40 +13,68 @@
 
 namespace velpicture {
 
-/// What a word goes through on its way: stored = (loaded & keep) | set.
+/// How a pixel of one format becomes a pixel of another.
+enum PixelPath {
+  kWordToWord,   ///< a word under the mask
+  kWidenAlpha,   ///< a word with a 7-bit alpha to one with an 8-bit alpha
+  kNarrowAlpha,  ///< a word with an 8-bit alpha to one with a 7-bit alpha, bit 31 clear
+  kRgbToWord,    ///< three bytes (red, green, blue) to an opaque word, which the mask then changes
+  kWordToRgb,    ///< a word to three bytes
+  kRgbToRgb,     ///< three bytes as they are
+};
+constexpr int kPixelPaths = 6;
+
+constexpr int SourceBytes(PixelPath path) {
+  return path == kRgbToWord || path == kRgbToRgb ? 3 : 4;
+}
+constexpr int TargetBytes(PixelPath path) {
+  return path == kWordToRgb || path == kRgbToRgb ? 3 : 4;
+}
+
+/// What a word goes through where its path says so: stored = (loaded & keep) | set.
 struct WordMask {
   uint32_t keep;
   uint32_t set;
 };
 
-/// How a target is written.
+/// How a target of words is written; three-byte pixels always go through the cache.
 enum class Stores {
   kCached,     ///< through the cache: the target fits there, or is worked on again at once
   kStreaming,  ///< whole lines go past the cache: the picture is larger than it
 };
 
-/// A band of neighbouring source columns, which become rows of the target: the word in row r and
-/// column c of the band becomes word r of target row c.
-struct TransposeBand {
-  static constexpr int kMaxColumns = 128;
+/// A row of pixels to move.
+struct RowMove {
+  uint8_t* target;
+  const uint8_t* source;
+  ptrdiff_t count;  ///< pixels
+  WordMask mask;
+  Stores stores;
+  /// Bytes to the rows that are moved next, which are asked for meanwhile; they may be anywhere.
+  ptrdiff_t targetAhead;
+  ptrdiff_t sourceAhead;
+};
 
-  const uint8_t* source;   ///< the band's first word
+/// A band of neighbouring source columns, which become rows of the target: the pixel in row r and
+/// column c of the band becomes pixel r of target row c.
+struct TransposeBand {
+  static constexpr int kMaxColumns = 1024;
+
+  const uint8_t* source;   ///< the band's first pixel
   ptrdiff_t sourceStride;  ///< bytes from one row to the next, negative to walk upwards
   int rowCount;
   int columnCount;  ///< at most kMaxColumns
   WordMask mask;
   Stores stores;
-  uint8_t* targetRows[kMaxColumns];  ///< first byte of each target row
+  uint8_t* const* targetRows;  ///< first byte of each target row
 };
 
 struct MoveKernels {
-  /// target[i] = source[i] under the mask.
-  void (*copyWords)(uint8_t* target, const uint8_t* source, ptrdiff_t count, WordMask mask,
-                    Stores stores);
-  /// target[i] = source[count − 1 − i] under the mask.
-  void (*reverseWords)(uint8_t* target, const uint8_t* source, ptrdiff_t count, WordMask mask,
-                       Stores stores);
-  void (*transpose)(const TransposeBand& band);
+  /// Pixel i of the source becomes pixel i of the target.
+  void (*copyRow[kPixelPaths])(const RowMove& row);
+  /// Pixel i of the source becomes pixel count − 1 − i of the target.
+  void (*reverseRow[kPixelPaths])(const RowMove& row);
+  void (*transpose[kPixelPaths])(const TransposeBand& band);
   void (*finishStreaming)();
 
   /// Exchanges word i of `left` with word i of `right`. Meanwhile as much memory is asked for at
@@ -56,14 +84,6 @@ struct MoveKernels {
   /// Exchanges word i of `left` with word count − 1 − i of `right`; as exchange.
   void (*exchangeReversed)(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint8_t* leftAhead,
                            const uint8_t* rightAhead);
-
-  /// Three-byte pixels (red, green, blue) to opaque words, and words to three-byte pixels.
-  void (*widenRgb)(uint8_t* words, const uint8_t* rgb, ptrdiff_t count);
-  void (*narrowRgb)(uint8_t* rgb, const uint8_t* words, ptrdiff_t count);
-  /// Words with a 7-bit alpha to words with an 8-bit one, and back with bit 31 clear. The
-  /// target may be the source.
-  void (*widenAlpha)(uint8_t* words, const uint8_t* source, ptrdiff_t count);
-  void (*narrowAlpha)(uint8_t* words, const uint8_t* source, ptrdiff_t count);
 };
 
 namespace plain {

@@ -1,7 +1,8 @@
 // The vector kernels of the pixel moves, written once over the type Vector: 4, 8 or 16 words. A
-// variant defines VEL_VARIANT, Vector and Rgb, and then includes this file; everything lands in the
-// namespace velpicture::VEL_VARIANT, so that no code built with wide flags can be taken for a
-// shared function. No templates of the standard library, for the same reason.
+// variant defines VEL_VARIANT, Vector and FourWords (the best vector of four words), and then
+// includes this file; everything lands in the namespace velpicture::VEL_VARIANT, so that no code
+// built with wide flags can be taken for a shared function. No templates of the standard library,
+// for the same reason.
 //
 // Streaming stores are worth having only as whole aligned cache lines, and rows are aligned to four
 // bytes only. A row is therefore written as a head up to the next line (through the cache), whole
@@ -32,15 +33,60 @@ inline void Prefetch(const uint8_t* address, ptrdiff_t offset) {
                                                    static_cast<uintptr_t>(offset)));
 }
 
-template <class V>
-struct MaskPair {
-  explicit MaskPair(WordMask mask) : keep(V::Broadcast(mask.keep)), set(V::Broadcast(mask.set)) {}
-  typename V::Type operator()(typename V::Type words) const {
-    return V::Or(V::And(words, keep), set);
+/// The pixels of a path as vectors V of words, changed as the path wants it.
+template <PixelPath kPath, class V>
+class Pixels {
+ public:
+  using Type = typename V::Type;
+
+  explicit Pixels(WordMask mask)
+      : keep_(V::Broadcast(kPath == kWidenAlpha    ? 0x01FFFFFF
+                           : kPath == kNarrowAlpha ? 0x00FFFFFF
+                                                   : mask.keep)),
+        other_(V::Broadcast(kPath == kWidenAlpha    ? 0xFE000000
+                            : kPath == kNarrowAlpha ? 0x7F000000
+                            : kPath == kRgbToWord   ? mask.set | (mask.keep & 0xFF000000)
+                                                    : mask.set)) {}
+
+  Type Load(const uint8_t* from) const {
+    if constexpr (SourceBytes(kPath) == 3) return Changed(V::LoadRgb(from));
+    return Changed(V::Load(from));
   }
-  typename V::Type keep;
-  typename V::Type set;
+  /// Words as loaded, three-byte pixels without alpha.
+  Type Changed(Type words) const {
+    if constexpr (TargetBytes(kPath) == 3) return words;
+    const Type kept = V::And(words, keep_);
+    if constexpr (kPath == kWidenAlpha) return V::Or(kept, V::And(V::Doubled(words), other_));
+    if constexpr (kPath == kNarrowAlpha) return V::Or(kept, V::And(V::Halved(words), other_));
+    return V::Or(kept, other_);
+  }
+  static void Store(uint8_t* to, Type words) {
+    if constexpr (TargetBytes(kPath) == 3) return V::StoreRgb(to, words);
+    V::Store(to, words);
+  }
+
+ private:
+  Type keep_;
+  Type other_;
 };
+
+/// One pixel.
+template <PixelPath kPath>
+inline void MovePixel(uint8_t* to, const uint8_t* from, WordMask mask) {
+  const uint32_t loaded =
+      SourceBytes(kPath) == 3
+          ? static_cast<uint32_t>(from[0]) << 16 | static_cast<uint32_t>(from[1]) << 8 | from[2]
+          : LoadWord(from);
+  const auto changed = Pixels<kPath, FourWords>(mask).Changed(FourWords::Broadcast(loaded));
+  const auto word = static_cast<uint32_t>(_mm_cvtsi128_si32(changed));
+  if constexpr (TargetBytes(kPath) == 3) {
+    to[0] = static_cast<uint8_t>(word >> 16);
+    to[1] = static_cast<uint8_t>(word >> 8);
+    to[2] = static_cast<uint8_t>(word);
+  } else {
+    StoreWord(to, word);
+  }
+}
 
 /// Words from the address to the next line of the cache; −1 where the address is no multiple of 4.
 inline ptrdiff_t WordsToLine(const uint8_t* address) {
@@ -49,95 +95,110 @@ inline ptrdiff_t WordsToLine(const uint8_t* address) {
   return static_cast<ptrdiff_t>(-value % kLineBytes) / 4;
 }
 
-/// A move of words from a source that is read upwards to a target that is written upwards, or
+/// A move of pixels from a source that is read upwards to a target that is written upwards, or
 /// downwards and reversed: in both, memory is read in the order that the hardware foresees best.
-template <bool kReverse>
-struct WordMove {
+template <PixelPath kPath, bool kReverse>
+struct PixelMove {
+  static constexpr ptrdiff_t kFrom = SourceBytes(kPath);
+  static constexpr ptrdiff_t kTo = TargetBytes(kPath);
+  /// Pixels that must follow any vector of three-byte pixels, as it is loaded with more bytes than
+  /// its own: a third of the widest one's.
+  static constexpr ptrdiff_t kBehind = kFrom == 3 ? (kLineWords + 2) / 3 : 0;
+
   template <class V>
-  typename V::Type Next() {
-    const auto words = V::Load(from);
-    from += V::kWords * 4;
+  typename V::Type Next(const Pixels<kPath, V>& pixels) {
+    const auto words = pixels.Load(from);
+    from += V::kWords * kFrom;
     return kReverse ? V::Reverse(words) : words;
   }
-  /// Where the next `bytes` go.
-  uint8_t* Place(ptrdiff_t bytes) {
-    if constexpr (kReverse) return to -= bytes;
+  /// Where the next `count` pixels go.
+  uint8_t* Place(ptrdiff_t count) {
+    if constexpr (kReverse) return to -= count * kTo;
     uint8_t* const place = to;
-    to += bytes;
+    to += count * kTo;
     return place;
   }
 
-  /// Any count of words, through the cache.
-  void Few(ptrdiff_t count) {
-    const MaskPair<Sse2Words> masked(mask);
-    for (; count >= 4; count -= 4) {
-      const auto words = masked(Next<Sse2Words>());
-      Sse2Words::Store(Place(16), words);
+  /// Any count of pixels, through the cache.
+  void Few(ptrdiff_t count, WordMask mask) {
+    const Pixels<kPath, FourWords> pixels(mask);
+    for (; count >= 4 + kBehind; count -= 4) {
+      const auto words = Next<FourWords>(pixels);
+      pixels.Store(Place(4), words);
     }
-    for (; count > 0; --count, from += 4)
-      StoreWord(Place(4), (LoadWord(from) & mask.keep) | mask.set);
+    for (; count > 0; --count, from += kFrom) MovePixel<kPath>(Place(1), from, mask);
   }
 
-  /// Whole lines. Four vectors are loaded before any is stored: loads at the same place of a page
-  /// as stores just before them have to wait.
-  template <bool kStream>
-  void Lines(ptrdiff_t lines) {
-    constexpr ptrdiff_t kBatch = 4 * kVectorBytes;
-    constexpr ptrdiff_t kPrefetchBytes = 1024;
-    const MaskPair<Vector> masked(mask);
-    const auto store = [&](typename Vector::Type words) {
-      if constexpr (kStream) {
-        Vector::Stream(Place(kVectorBytes), masked(words));
-      } else {
-        Vector::Store(Place(kVectorBytes), masked(words));
-      }
-    };
-    ptrdiff_t bytes = lines * kLineBytes;
-    for (; bytes >= kBatch; bytes -= kBatch) {
-      for (ptrdiff_t i = 0; i < kBatch; i += kLineBytes) Prefetch(from, kPrefetchBytes + i);
-      const auto words0 = Next<Vector>();
-      const auto words1 = Next<Vector>();
-      const auto words2 = Next<Vector>();
-      const auto words3 = Next<Vector>();
-      store(words0);
-      store(words1);
-      store(words2);
-      store(words3);
+  /// As many vectors. All are loaded before any is stored: loads at the same place of a page as
+  /// stores just before them have to wait.
+  template <bool kStream, int kVectors>
+  void Line(const Pixels<kPath, Vector>& pixels) {
+    const auto words = Next<Vector>(pixels);
+    uint8_t* const place = Place(Vector::kWords);
+    if constexpr (kVectors > 1) Line<kStream, kVectors - 1>(pixels);
+    if constexpr (kStream) {
+      Vector::Stream(place, words);
+    } else {
+      pixels.Store(place, words);
     }
-    for (; bytes > 0; bytes -= kVectorBytes) store(Next<Vector>());
+  }
+
+  /// Sixteen pixels at a time: whole lines where they are words.
+  template <bool kStream>
+  void Lines(ptrdiff_t lines, const RowMove& row) {
+    const Pixels<kPath, Vector> pixels(row.mask);
+    for (; lines > 0; --lines) {
+      // Where a row ends, the hardware's own foresight ends too.
+      if constexpr (!kStream) {
+        Prefetch(from, row.sourceAhead);
+        Prefetch(kReverse ? to - kLineWords * kTo : to, row.targetAhead);
+      }
+      Line<kStream, kLineWords / Vector::kWords>(pixels);
+    }
   }
 
   uint8_t* to;  ///< start of the target, or its end
   const uint8_t* from;
-  WordMask mask;
 };
 
-/// Any count of words, through the cache. The target may be the source.
-inline void MoveFew(uint8_t* to, const uint8_t* from, ptrdiff_t count, WordMask mask) {
-  WordMove<false>{to, from, mask}.Few(count);
+/// Three-byte pixels reversed without shuffles, each with a fourth byte: loaded with the byte in
+/// front of it, and stored with a byte that the next pixel takes the place of.
+inline void ReverseRgb(const RowMove& row) {
+  uint8_t* to = row.target;
+  const uint8_t* from = row.source + row.count * 3;
+  for (ptrdiff_t i = 1; i < row.count; ++i, to += 3) StoreWord(to, LoadWord((from -= 3) - 1) >> 8);
+  if (row.count > 0) __builtin_memcpy(to, row.source, 3);
 }
 
-template <bool kReverse>
-void MoveWords(uint8_t* target, const uint8_t* source, ptrdiff_t count, WordMask mask,
-               Stores stores) {
-  WordMove<kReverse> move{kReverse ? target + count * 4 : target, source, mask};
-  if (count >= 2 * kLineWords) {
-    ptrdiff_t toLine = WordsToLine(move.to);
+template <PixelPath kPath, bool kReverse>
+void MoveRow(const RowMove& row) {
+  if constexpr (kPath == kRgbToRgb) {
+    if constexpr (!kReverse) {
+      __builtin_memcpy(row.target, row.source, static_cast<size_t>(row.count) * 3);
+      return;
+    }
+    if constexpr (!Vector::kShufflesBytes) return ReverseRgb(row);
+  }
+  using Move = PixelMove<kPath, kReverse>;
+  ptrdiff_t count = row.count;
+  Move move{kReverse ? row.target + count * Move::kTo : row.target, row.source};
+  if (count >= 3 * kLineWords) {
+    ptrdiff_t toLine = Move::kTo == 4 ? WordsToLine(move.to) : -1;
     const bool aligned = toLine >= 0;
     if (kReverse && toLine > 0) toLine = kLineWords - toLine;
     if (toLine > 0) {
-      move.Few(toLine);
+      move.Few(toLine, row.mask);
       count -= toLine;
     }
-    const ptrdiff_t lines = count / kLineWords;
-    if (stores == Stores::kStreaming && aligned) {
-      move.template Lines<true>(lines);
+    const ptrdiff_t lines = (count - Move::kBehind) / kLineWords;
+    if (Move::kTo == 4 && row.stores == Stores::kStreaming && aligned) {
+      move.template Lines<true>(lines, row);
     } else {
-      move.template Lines<false>(lines);
+      move.template Lines<false>(lines, row);
     }
     count -= lines * kLineWords;
   }
-  move.Few(count);
+  move.Few(count, row.mask);
 }
 
 void FinishStreaming() { _mm_sfence(); }
@@ -168,57 +229,6 @@ void Exchange(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint8_t* lef
   }
 }
 
-void WidenRgb(uint8_t* words, const uint8_t* rgb, ptrdiff_t count) {
-  // Four pixels are loaded with four bytes of what follows, so as long as that is pixels too.
-  for (; count >= 6; count -= 4, words += 16, rgb += 12) {
-    Sse2Words::Store(words, Rgb::Widen(Sse2Words::Load(rgb)));
-  }
-  for (; count > 0; --count, words += 4, rgb += 3) {
-    StoreWord(words, 0xFF000000U | static_cast<uint32_t>(rgb[0]) << 16 |
-                         static_cast<uint32_t>(rgb[1]) << 8 | rgb[2]);
-  }
-}
-
-void NarrowRgb(uint8_t* rgb, const uint8_t* words, ptrdiff_t count) {
-  // Four bytes too many are stored, and then overwritten by the pixels that belong there.
-  for (; count >= 6; count -= 4, words += 16, rgb += 12) {
-    Sse2Words::Store(rgb, Rgb::Narrow(Sse2Words::Load(words)));
-  }
-  for (; count > 0; --count, words += 4, rgb += 3) {
-    rgb[0] = words[2];
-    rgb[1] = words[1];
-    rgb[2] = words[0];
-  }
-}
-
-/// One word to one word: convert<V> does so for vectors.
-template <class Convert>
-inline void ConvertWords(uint8_t* words, const uint8_t* source, ptrdiff_t count, Convert convert) {
-  for (; count >= Vector::kWords; count -= Vector::kWords) {
-    Vector::Store(words, convert(Vector{}, Vector::Load(source)));
-    words += kVectorBytes;
-    source += kVectorBytes;
-  }
-  for (; count > 0; --count, words += 4, source += 4) {
-    const auto word = convert(Sse2Words{}, Sse2Words::Broadcast(LoadWord(source)));
-    StoreWord(words, static_cast<uint32_t>(_mm_cvtsi128_si32(word)));
-  }
-}
-
-void WidenAlpha(uint8_t* words, const uint8_t* source, ptrdiff_t count) {
-  ConvertWords(words, source, count, []<class V>(V, typename V::Type word) {
-    return V::Or(V::And(word, V::Broadcast(0x01FFFFFF)),
-                 V::And(V::Doubled(word), V::Broadcast(0xFE000000)));
-  });
-}
-
-void NarrowAlpha(uint8_t* words, const uint8_t* source, ptrdiff_t count) {
-  ConvertWords(words, source, count, []<class V>(V, typename V::Type word) {
-    return V::Or(V::And(word, V::Broadcast(0x00FFFFFF)),
-                 V::And(V::Halved(word), V::Broadcast(0x7F000000)));
-  });
-}
-
 }  // namespace
 }  // namespace velpicture::VEL_VARIANT
 
@@ -226,17 +236,24 @@ void NarrowAlpha(uint8_t* words, const uint8_t* source, ptrdiff_t count) {
 
 namespace velpicture::VEL_VARIANT {
 
-const MoveKernels kMoveKernels = {
-    .copyWords = MoveWords<false>,
-    .reverseWords = MoveWords<true>,
-    .transpose = Transpose,
-    .finishStreaming = FinishStreaming,
-    .exchange = Exchange<false>,
-    .exchangeReversed = Exchange<true>,
-    .widenRgb = WidenRgb,
-    .narrowRgb = NarrowRgb,
-    .widenAlpha = WidenAlpha,
-    .narrowAlpha = NarrowAlpha,
-};
+namespace {
+
+template <PixelPath... kPaths>
+constexpr MoveKernels KernelsFor() {
+  return {
+      .copyRow = {MoveRow<kPaths, false>...},
+      .reverseRow = {MoveRow<kPaths, true>...},
+      .transpose = {Transpose<kPaths>...},
+      .finishStreaming = FinishStreaming,
+      .exchange = Exchange<false>,
+      .exchangeReversed = Exchange<true>,
+  };
+}
+
+}  // namespace
+
+// In the order of the enumeration.
+const MoveKernels kMoveKernels =
+    KernelsFor<kWordToWord, kWidenAlpha, kNarrowAlpha, kRgbToWord, kWordToRgb, kRgbToRgb>();
 
 }  // namespace velpicture::VEL_VARIANT

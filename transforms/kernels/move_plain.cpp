@@ -1,4 +1,4 @@
-// The pixel moves a word at a time: what the other variants must equal, byte for byte.
+// The pixel moves a pixel at a time: what the other variants must equal, byte for byte.
 
 #include <cstring>
 
@@ -8,26 +8,39 @@
 namespace velpicture::plain {
 namespace {
 
-uint32_t Masked(const uint8_t* word, WordMask mask) {
-  return (LoadWord(word) & mask.keep) | mask.set;
-}
-
-void CopyWords(uint8_t* target, const uint8_t* source, ptrdiff_t count, WordMask mask, Stores) {
-  for (ptrdiff_t i = 0; i < count; ++i) StoreWord(target + i * 4, Masked(source + i * 4, mask));
-}
-
-void ReverseWords(uint8_t* target, const uint8_t* source, ptrdiff_t count, WordMask mask, Stores) {
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    StoreWord(target + i * 4, Masked(source + (count - 1 - i) * 4, mask));
+template <PixelPath kPath>
+void MovePixel(uint8_t* target, const uint8_t* source, WordMask mask) {
+  if constexpr (kPath == kWordToWord) {
+    StoreWord(target, (LoadWord(source) & mask.keep) | mask.set);
+  } else if constexpr (kPath == kWidenAlpha) {
+    Argb32Format::Store(target, ConsoleFormat::Load(source));
+  } else if constexpr (kPath == kNarrowAlpha) {
+    ConsoleFormat::Store(target, Argb32Format::Load(source));
+  } else if constexpr (kPath == kRgbToWord) {
+    Argb32Format::Store(target, Rgb24Format::Load(source));
+    MovePixel<kWordToWord>(target, target, mask);
+  } else if constexpr (kPath == kWordToRgb) {
+    Rgb24Format::Store(target, Argb32Format::Load(source));
+  } else {
+    std::memcpy(target, source, 3);
   }
 }
 
+template <PixelPath kPath, bool kReverse>
+void MoveRow(const RowMove& row) {
+  for (ptrdiff_t i = 0; i < row.count; ++i) {
+    MovePixel<kPath>(row.target + (kReverse ? row.count - 1 - i : i) * TargetBytes(kPath),
+                     row.source + i * SourceBytes(kPath), row.mask);
+  }
+}
+
+template <PixelPath kPath>
 void Transpose(const TransposeBand& band) {
-  for (int row = 0; row < band.rowCount; ++row) {
+  for (ptrdiff_t row = 0; row < band.rowCount; ++row) {
     const uint8_t* const source = band.source + row * band.sourceStride;
-    for (int column = 0; column < band.columnCount; ++column) {
-      StoreWord(band.targetRows[column] + static_cast<ptrdiff_t>(row) * 4,
-                Masked(source + static_cast<ptrdiff_t>(column) * 4, band.mask));
+    for (ptrdiff_t column = 0; column < band.columnCount; ++column) {
+      MovePixel<kPath>(band.targetRows[column] + row * TargetBytes(kPath),
+                       source + column * SourceBytes(kPath), band.mask);
     }
   }
 }
@@ -49,26 +62,21 @@ void ExchangeReversed(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint
   for (ptrdiff_t i = 0; i < count; ++i) ExchangeWords(left + i * 4, right + (count - 1 - i) * 4);
 }
 
-template <class From, class To>
-void Convert(uint8_t* target, const uint8_t* source, ptrdiff_t count) {
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    To::Store(target + i * To::kBytesPerPixel, From::Load(source + i * From::kBytesPerPixel));
-  }
+template <PixelPath... kPaths>
+constexpr MoveKernels KernelsFor() {
+  return {
+      .copyRow = {MoveRow<kPaths, false>...},
+      .reverseRow = {MoveRow<kPaths, true>...},
+      .transpose = {Transpose<kPaths>...},
+      .finishStreaming = FinishStreaming,
+      .exchange = Exchange,
+      .exchangeReversed = ExchangeReversed,
+  };
 }
 
 }  // namespace
 
-const MoveKernels kMoveKernels = {
-    .copyWords = CopyWords,
-    .reverseWords = ReverseWords,
-    .transpose = Transpose,
-    .finishStreaming = FinishStreaming,
-    .exchange = Exchange,
-    .exchangeReversed = ExchangeReversed,
-    .widenRgb = Convert<Rgb24Format, Argb32Format>,
-    .narrowRgb = Convert<Argb32Format, Rgb24Format>,
-    .widenAlpha = Convert<ConsoleFormat, Argb32Format>,
-    .narrowAlpha = Convert<Argb32Format, ConsoleFormat>,
-};
+const MoveKernels kMoveKernels =
+    KernelsFor<kWordToWord, kWidenAlpha, kNarrowAlpha, kRgbToWord, kWordToRgb, kRgbToRgb>();
 
 }  // namespace velpicture::plain

@@ -7,7 +7,7 @@ namespace velpicture::sse2 {
 namespace {
 
 using Vector = Sse2Words;
-using Rgb = Sse2Rgb;
+using FourWords = Sse2Words;
 
 }  // namespace
 }  // namespace velpicture::sse2

@@ -7,9 +7,14 @@ namespace {
 
 constexpr int kMaxDifference = 255;
 
-// Products below 256 are off by 2^-46 at most, and so is their difference: three roundings together
-// stay below 2^-44.
-constexpr double kDoubt = 0x1p-44;
+// Products below 256 are off by 2^-46 at most, and so is their difference: the three roundings make
+// 1.5·2^-45 together. The rest is room for those of the bound's own computation.
+constexpr double kDoubt = 0x1.9p-45;
+
+/// Whether no product and no difference of products is ever rounded: they are below 2^8, so a
+/// multiple of 2^-45 among them fits a double, and the products of one are multiples again. From
+/// the offset 128 on every weight is one. Between 128 and 256 neighbouring doubles lie 2^-45 apart.
+bool IsNeverRounded(double weight) { return (weight + 0x1.8p7) - 0x1.8p7 == weight; }
 
 struct Fraction {
   int numerator;
@@ -71,10 +76,8 @@ uint16_t MultiplierByFractions(double weight) {
       lack = -scaled.Excess(upper);
     }
   }
-  // A weight that is the lower fraction exactly is a multiple of 1/128 at the finest, and then no
-  // product is rounded at all.
-  const bool lowerDecided = lower.numerator == 0 || excess == 0.0 || excess >= kDoubt;
-  if (!lowerDecided || lack < kDoubt) return kNoMultiplier;
+  const bool lowerDecided = lower.numerator == 0 || excess >= kDoubt;
+  if (!IsNeverRounded(weight) && (!lowerDecided || lack < kDoubt)) return kNoMultiplier;
   return static_cast<uint16_t>((lower.numerator * 65536 + lower.denominator - 1) /
                                lower.denominator);
 }

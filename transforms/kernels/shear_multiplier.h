@@ -9,7 +9,8 @@
 //
 // The rule forms current·weight and previous·weight in double and truncates their difference. That
 // differs from trunc(d·weight) only where some d·weight, d >= 1, is within rounding of a whole
-// number without being one. Such weights have no multiplier.
+// number without being one. Such weights have no multiplier, unless they have so few bits that no
+// product is rounded.
 
 #include <cstdint>
 

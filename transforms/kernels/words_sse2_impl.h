@@ -1,5 +1,4 @@
-// Four words in a vector, and three-byte pixels with SSE2. Included inside a variant: see
-// move_kernels_impl.h.
+// Four words in a vector. Included inside a variant: see move_kernels_impl.h.
 
 #include <emmintrin.h>
 
@@ -12,6 +11,7 @@ namespace {
 struct Sse2Words {
   using Type = __m128i;
   static constexpr int kWords = 4;
+  static constexpr bool kShufflesBytes = false;
 
   static Type Load(const void* bytes) { return _mm_loadu_si128(static_cast<const Type*>(bytes)); }
   static void Store(void* bytes, Type words) { _mm_storeu_si128(static_cast<Type*>(bytes), words); }
@@ -33,28 +33,39 @@ struct Sse2Words {
   static Type High32(Type a, Type b) { return _mm_unpackhi_epi32(a, b); }
   static Type Low64(Type a, Type b) { return _mm_unpacklo_epi64(a, b); }
   static Type High64(Type a, Type b) { return _mm_unpackhi_epi64(a, b); }
-};
 
-struct Sse2Rgb {
-  /// Words of the four pixels in the first twelve bytes.
-  static __m128i Widen(__m128i bytes) {
-    const __m128i first = _mm_unpacklo_epi32(bytes, _mm_srli_si128(bytes, 3));
-    const __m128i second = _mm_unpacklo_epi32(_mm_srli_si128(bytes, 6), _mm_srli_si128(bytes, 9));
-    return _mm_or_si128(SwapRedAndBlue(_mm_unpacklo_epi64(first, second)),
-                        _mm_set1_epi32(static_cast<int>(0xFF000000)));
+  /// In each 128-bit lane: the four three-byte pixels behind its first kSkip bytes (0 or 4) as
+  /// words without alpha.
+  template <int kSkip>
+  static Type WidenLanes(Type bytes) {
+    const Type first =
+        _mm_unpacklo_epi32(_mm_srli_si128(bytes, kSkip), _mm_srli_si128(bytes, kSkip + 3));
+    const Type second =
+        _mm_unpacklo_epi32(_mm_srli_si128(bytes, kSkip + 6), _mm_srli_si128(bytes, kSkip + 9));
+    return SwapRedAndBlue(_mm_unpacklo_epi64(first, second));
   }
-  /// The pixels of four words in the first twelve bytes.
-  static __m128i Narrow(__m128i words) {
-    const __m128i swapped = SwapRedAndBlue(words);
-    const __m128i pairs =
+  /// As many three-byte pixels as words, without alpha. As many bytes are read as words have.
+  static Type LoadRgb(const void* bytes) { return WidenLanes<0>(Load(bytes)); }
+  /// Words as three-byte pixels; not a byte more is written.
+  static void StoreRgb(uint8_t* bytes, Type words) {
+    const Type swapped = SwapRedAndBlue(words);
+    const Type pairs =
         _mm_or_si128(_mm_and_si128(swapped, _mm_set1_epi64x(0xFFFFFF)),
                      _mm_and_si128(_mm_srli_epi64(swapped, 8), _mm_set1_epi64x(0xFFFFFF000000)));
-    return _mm_or_si128(_mm_move_epi64(pairs), _mm_slli_si128(_mm_srli_si128(pairs, 8), 6));
+    StoreTwelveBytes(
+        bytes, _mm_or_si128(_mm_move_epi64(pairs), _mm_slli_si128(_mm_srli_si128(pairs, 8), 6)));
+  }
+
+ protected:
+  static void StoreTwelveBytes(uint8_t* bytes, Type vector) {
+    _mm_storel_epi64(reinterpret_cast<Type*>(bytes), vector);
+    const int last = _mm_cvtsi128_si32(_mm_srli_si128(vector, 8));
+    __builtin_memcpy(bytes + 8, &last, sizeof last);
   }
 
  private:
-  static __m128i SwapRedAndBlue(__m128i words) {
-    const __m128i low = _mm_set1_epi32(0xFF);
+  static Type SwapRedAndBlue(Type words) {
+    const Type low = _mm_set1_epi32(0xFF);
     return _mm_or_si128(_mm_and_si128(words, _mm_set1_epi32(0xFF00)),
                         _mm_or_si128(_mm_slli_epi32(_mm_and_si128(words, low), 16),
                                      _mm_and_si128(_mm_srli_epi32(words, 16), low)));
