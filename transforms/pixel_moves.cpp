@@ -10,14 +10,13 @@
 namespace velpicture {
 namespace {
 
-// Targets of this size and larger go past the cache. The stores of a turn jump from row to row, so
-// that they gain by it later.
-constexpr int64_t kStreamedMirrorBytes = int64_t{4} << 20;
-constexpr int64_t kStreamedTurnBytes = int64_t{12} << 20;
+// Targets of this size and larger go past the cache. Smaller ones are often still there for whoever
+// looks at them next, and streams would wait for memory.
+constexpr int64_t kStreamedBytes = int64_t{12} << 20;
 
-Stores StoresFor(const PictureEditor& target, int64_t leastStreamedBytes) {
+Stores StoresFor(const PictureEditor& target) {
   const int64_t bytes = int64_t{target.width} * target.height * target.bytesPerPixel;
-  return bytes >= leastStreamedBytes ? Stores::kStreaming : Stores::kCached;
+  return bytes >= kStreamedBytes ? Stores::kStreaming : Stores::kCached;
 }
 
 /// From one address to another; they need not lie in the same block of memory.
@@ -123,7 +122,7 @@ void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipC
   RowMove row = {};
   row.count = source.width;
   row.mask = change.mask;
-  row.stores = StoresFor(target, kStreamedMirrorBytes);
+  row.stores = StoresFor(target);
   for (int y = 0; y < source.height; ++y) {
     const int next = std::min(y + 1, source.height - 1);
     row.target = targetRow(y);
@@ -145,7 +144,7 @@ void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn 
 
   TransposeBand band;
   band.mask = change.mask;
-  band.stores = StoresFor(target, kStreamedTurnBytes);
+  band.stores = StoresFor(target);
   uint8_t* targetRows[TransposeBand::kMaxColumns];
   band.targetRows = targetRows;
   const int bandColumns = even ? TransposeBand::kMaxColumns : BlockTurner::kColumns;
