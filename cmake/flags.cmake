@@ -21,7 +21,7 @@ if(VEL_SANITIZE)
   # function types does too, and host and plugin call each other by address in raw words anyway.
   add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
                       $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
-                      -fno-omit-frame-pointer -g)
+                      -fno-omit-frame-pointer -O1 -g1)
   add_link_options(-fsanitize=address,undefined)
 endif()
 if(VEL_FUZZ)

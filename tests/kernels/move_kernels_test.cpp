@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -30,9 +31,15 @@ class FencedBytes {
       : page_(sysconf(_SC_PAGESIZE)),
         size_(size),
         inside_((size + gap + page_ - 1) / page_ * page_) {
-    base_ = static_cast<uint8_t*>(
-        mmap(nullptr, inside_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    mprotect(base_ + page_, inside_, PROT_READ | PROT_WRITE);
+    auto& kept = Kept()[inside_];
+    if (kept.empty()) {
+      base_ = static_cast<uint8_t*>(
+          mmap(nullptr, inside_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+      mprotect(base_ + page_, inside_, PROT_READ | PROT_WRITE);
+    } else {
+      base_ = kept.back();
+      kept.pop_back();
+    }
     bytes_ = base_ + page_ + (atEnd ? inside_ - size - gap : gap);
     std::minstd_rand random(seed + 1);
     for (size_t i = 0; i < size; ++i) {
@@ -42,12 +49,20 @@ class FencedBytes {
   }
   FencedBytes(const FencedBytes&) = delete;
   FencedBytes& operator=(const FencedBytes&) = delete;
-  ~FencedBytes() { munmap(base_, inside_ + 2 * page_); }
+  ~FencedBytes() { Kept()[inside_].push_back(base_); }
   uint8_t* data() { return bytes_; }
   std::vector<uint8_t> Copy() const { return {bytes_, bytes_ + size_}; }
+  void CopyTo(std::vector<uint8_t>& bytes) const { bytes.assign(bytes_, bytes_ + size_); }
   void Restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), bytes_); }
 
  private:
+  /// Memory is mapped once and used again: an emulator hands out ever new addresses, and in the end
+  /// those where the address sanitizer keeps its records.
+  static std::map<size_t, std::vector<uint8_t*>>& Kept() {
+    static std::map<size_t, std::vector<uint8_t*>> kept;
+    return kept;
+  }
+
   size_t page_, size_, inside_;
   uint8_t* base_;
   uint8_t* bytes_;
@@ -63,18 +78,20 @@ class MoveKernelsTest : public testing::TestWithParam<const char*> {
   /// Runs run(kernels) with the plain kernels and with the variant's on the same bytes.
   template <class Run>
   void ExpectSameBytes(FencedBytes& bytes, Run run) {
-    const std::vector<uint8_t> before = bytes.Copy();
+    bytes.CopyTo(before_);
     run(plain::kMoveKernels);
-    const std::vector<uint8_t> expected = bytes.Copy();
-    bytes.Restore(before);
+    bytes.CopyTo(expected_);
+    bytes.Restore(before_);
     run(*moves_);
     moves_->finishStreaming();
-    const std::vector<uint8_t> actual = bytes.Copy();
-    const auto differ = std::mismatch(expected.begin(), expected.end(), actual.begin());
-    ASSERT_TRUE(differ.first == expected.end()) << "byte " << differ.first - expected.begin();
+    const auto differ = std::mismatch(expected_.begin(), expected_.end(), bytes.data());
+    ASSERT_TRUE(differ.first == expected_.end()) << "byte " << differ.first - expected_.begin();
   }
 
   const MoveKernels* moves_ = nullptr;
+
+ private:
+  std::vector<uint8_t> before_, expected_;
 };
 
 TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
