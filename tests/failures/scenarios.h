@@ -34,8 +34,6 @@ struct Story {
   std::string Run(Stage& stage) const { return run(stage, name); }
 };
 
-inline void PrintTo(const PictureSetup& setup, std::ostream* out) { *out << setup.name; }
-
 /// Stories about pictures, and about strings, data and arrays.
 std::span<const Story> PictureStories();
 std::span<const Story> TextStories();

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <random>
 
 #include "simulator/cairo_storage.h"
@@ -37,6 +38,9 @@ struct PictureSetup {
     return alpha ? model::Format::kArgb : model::Format::kRgb;
   }
 };
+
+/// What a test's name shows.
+inline void PrintTo(const PictureSetup& setup, std::ostream* out) { *out << setup.name; }
 
 inline const PictureSetup kSetups[] = {
     {"Console", sim::AppKind::kConsole, sim::StorageKind::kConsole, sim::StorageKind::kConsole,
