@@ -127,8 +127,8 @@ TEST(ExtremeMemory, APictureOf400MegapixelsIsTurnedOrRefused) {
     } else {
       std::puts("refused: no memory for the result");
     }
-    // Beside both there is no room for a third: the second shear's picture is refused in turn.
-    EXPECT_FALSE(session.plugin.Call("RotateVel", picture.get(), {30.0}).picture);
+    // Beside both there is no room for a third.
+    EXPECT_FALSE(session.plugin.Call("RotateVel", picture.get(), {45.0}).picture);
     EXPECT_EQ(host.Imbalance(), "");
   }
   EXPECT_EQ(lastRow[0], 0x7F123456U);

@@ -1,18 +1,16 @@
 // The vector variants of the pixel moves against the plain ones, byte for byte, and the moves of
-// whole pictures, under every variant, against the formats' own Load and Store. Memory ends at
-// pages that may not be touched, targets are poisoned, and every failure prints its case.
+// whole pictures, under every variant, against the formats' own Load and Store. Targets are
+// poisoned, and every failure prints its case.
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "tests/kernels/guarded_bytes.h"
 #include "transforms/kernels/kernels.h"
 #include "transforms/pixel_moves.h"
 
@@ -22,76 +20,37 @@ namespace {
 constexpr uint32_t kFormats[] = {kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32};
 constexpr WordMask kMasks[] = {{0xFFFFFFFF, 0}, {0x7FFFFFFF, 0}, {0x00FFFFFF, 0xFF000000}};
 
-/// Random bytes: `size` of them at a place of the caller's choice from pages that may not be
-/// touched.
-class FencedBytes {
- public:
-  /// `gap` bytes lie between the bytes and the page before them, or behind them where `atEnd`.
-  FencedBytes(size_t size, size_t gap, bool atEnd, uint32_t seed)
-      : page_(sysconf(_SC_PAGESIZE)),
-        size_(size),
-        inside_((size + gap + page_ - 1) / page_ * page_) {
-    auto& kept = Kept()[inside_];
-    if (kept.empty()) {
-      base_ = static_cast<uint8_t*>(
-          mmap(nullptr, inside_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-      mprotect(base_ + page_, inside_, PROT_READ | PROT_WRITE);
-    } else {
-      base_ = kept.back();
-      kept.pop_back();
-    }
-    bytes_ = base_ + page_ + (atEnd ? inside_ - size - gap : gap);
+struct NoisyBytes : GuardedBytes {
+  NoisyBytes(size_t size, size_t gap, bool atEnd, uint32_t seed) : GuardedBytes(size, gap, atEnd) {
     std::minstd_rand random(seed + 1);
-    for (size_t i = 0; i < size; ++i) {
-      // Large memory repeats itself, at a distance that no row or column has.
-      bytes_[i] = i < 8191 ? static_cast<uint8_t>(random() >> 8) : bytes_[i - 8191];
-    }
+    Fill([&] { return static_cast<uint8_t>(random() >> 8); });
   }
-  FencedBytes(const FencedBytes&) = delete;
-  FencedBytes& operator=(const FencedBytes&) = delete;
-  ~FencedBytes() { Kept()[inside_].push_back(base_); }
-  uint8_t* data() { return bytes_; }
-  std::vector<uint8_t> Copy() const { return {bytes_, bytes_ + size_}; }
-  void CopyTo(std::vector<uint8_t>& bytes) const { bytes.assign(bytes_, bytes_ + size_); }
-  void Restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), bytes_); }
-
- private:
-  /// Memory is mapped once and used again: an emulator hands out ever new addresses, and in the end
-  /// those where the address sanitizer keeps its records.
-  static std::map<size_t, std::vector<uint8_t*>>& Kept() {
-    static std::map<size_t, std::vector<uint8_t*>> kept;
-    return kept;
-  }
-
-  size_t page_, size_, inside_;
-  uint8_t* base_;
-  uint8_t* bytes_;
 };
 
-class MoveKernelsTest : public testing::TestWithParam<const char*> {
+/// The moves of whole pictures, under every variant.
+class PictureMovesTest : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     if (!SelectKernels(GetParam())) GTEST_SKIP() << "this machine has no " << GetParam();
     moves_ = &SelectedKernels().moves;
   }
 
+  const MoveKernels* moves_ = nullptr;
+};
+
+/// The vector variants beside the plain one.
+class MoveKernelsTest : public PictureMovesTest {
+ protected:
   /// Runs run(kernels) with the plain kernels and with the variant's on the same bytes.
   template <class Run>
-  void ExpectSameBytes(FencedBytes& bytes, Run run) {
-    bytes.CopyTo(before_);
-    run(plain::kMoveKernels);
-    bytes.CopyTo(expected_);
-    bytes.Restore(before_);
-    run(*moves_);
-    moves_->finishStreaming();
-    const auto differ = std::mismatch(expected_.begin(), expected_.end(), bytes.data());
-    ASSERT_TRUE(differ.first == expected_.end()) << "byte " << differ.first - expected_.begin();
+  void ExpectSameMoves(GuardedBytes& bytes, Run run) {
+    ExpectSameBytes(
+        bytes, [&] { run(plain::kMoveKernels); },
+        [&] {
+          run(*moves_);
+          moves_->finishStreaming();
+        });
   }
-
-  const MoveKernels* moves_ = nullptr;
-
- private:
-  std::vector<uint8_t> before_, expected_;
 };
 
 TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
@@ -101,14 +60,14 @@ TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
         const auto checkPath = [&](PixelPath path) {
           SCOPED_TRACE(testing::Message() << "width " << width << " offset " << offset << " path "
                                           << path << (atEnd ? " at the end" : ""));
-          FencedBytes source(static_cast<size_t>(width) * SourceBytes(path), (offset * 7) % 64,
-                             !atEnd, 1);
-          FencedBytes target(static_cast<size_t>(width) * TargetBytes(path), offset, atEnd, 2);
+          NoisyBytes source(static_cast<size_t>(width) * SourceBytes(path), (offset * 7) % 64,
+                            !atEnd, 1);
+          NoisyBytes target(static_cast<size_t>(width) * TargetBytes(path), offset, atEnd, 2);
           for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
             for (const WordMask mask : kMasks) {
               const RowMove row = {target.data(), source.data(), width, mask, stores, 4096, -4096};
               for (const auto rows : {&MoveKernels::copyRow, &MoveKernels::reverseRow}) {
-                ExpectSameBytes(target,
+                ExpectSameMoves(target,
                                 [&](const MoveKernels& kernels) { (kernels.*rows)[path](row); });
               }
               if (path != kWordToWord && path != kRgbToWord) break;
@@ -119,13 +78,13 @@ TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
           checkPath(static_cast<PixelPath>(path));
           if (HasFatalFailure()) return;
         }
-        FencedBytes words(static_cast<size_t>(width) * 4, offset, atEnd, 3);
+        NoisyBytes words(static_cast<size_t>(width) * 4, offset, atEnd, 3);
         const int half = width / 2;
         uint8_t* const right = words.data() + (width - half) * 4;
-        ExpectSameBytes(words, [&](const MoveKernels& kernels) {
+        ExpectSameMoves(words, [&](const MoveKernels& kernels) {
           kernels.exchange(words.data(), right, half, nullptr, right);
         });
-        ExpectSameBytes(words, [&](const MoveKernels& kernels) {
+        ExpectSameMoves(words, [&](const MoveKernels& kernels) {
           kernels.exchangeReversed(words.data(), right, half, right, nullptr);
         });
         if (HasFatalFailure()) return;
@@ -149,10 +108,10 @@ TEST_P(MoveKernelsTest, TransposesOfEverySizeAndAlignment) {
             SCOPED_TRACE(testing::Message()
                          << columns << " columns, " << rows << " rows, shift " << shift << ", path "
                          << path << ", stride " << targetStride);
-            FencedBytes source(
+            NoisyBytes source(
                 rows > 0 ? sourceStride * (rows - 1) + columns * SourceBytes(path) : 0, shift,
                 shift != 4, 4);
-            FencedBytes target(
+            NoisyBytes target(
                 columns > 0 ? targetStride * (columns - 1) + rows * TargetBytes(path) : 0, shift,
                 shift == 4, 5);
             TransposeBand band;
@@ -169,7 +128,7 @@ TEST_P(MoveKernelsTest, TransposesOfEverySizeAndAlignment) {
             band.targetRows = targetRows.data();
             for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
               band.stores = stores;
-              ExpectSameBytes(target,
+              ExpectSameMoves(target,
                               [&](const MoveKernels& kernels) { kernels.transpose[path](band); });
               if (HasFatalFailure()) return;
             }
@@ -205,7 +164,7 @@ struct TestPicture {
   }
 
   PictureEditor editor;
-  FencedBytes bytes;
+  NoisyBytes bytes;
   std::vector<uint8_t*> rowTable;
 };
 
@@ -260,9 +219,9 @@ void ExpectMoved(const Move& move, uint32_t from, uint32_t to, int width, int he
   ASSERT_TRUE(target.bytes.Copy() == expected);
 }
 
-TEST_P(MoveKernelsTest, PicturesOfEveryFormatPair) {
-  const int sides[][2] = {{0, 0},   {0, 3},   {3, 0},     {1, 1},     {1, 40},    {40, 1},   {7, 5},
-                          {64, 16}, {65, 33}, {130, 129}, {129, 300}, {1100, 20}, {256, 256}};
+TEST_P(PictureMovesTest, OfEveryFormatPair) {
+  const int sides[][2] = {{0, 0}, {0, 3},   {3, 0},   {1, 1},    {1, 40},    {40, 1},
+                          {7, 5}, {64, 16}, {65, 33}, {129, 70}, {1030, 17}, {40, 256}};
   for (const Move& move : kMoves) {
     for (const uint32_t from : kFormats) {
       for (const uint32_t to : kFormats) {
@@ -279,12 +238,21 @@ TEST_P(MoveKernelsTest, PicturesOfEveryFormatPair) {
 
 TEST_P(MoveKernelsTest, PicturesLargerThanTheCache) {
   for (const Move& move : kMoves) {
-    ExpectMoved(move, kPixelRgb32, kPixelRgb32, 2101, 2003, 0);
+    SCOPED_TRACE(move.name);
+    constexpr int kWidth = 2101, kHeight = 2003;
+    TestPicture source(kPixelRgb32, kWidth, kHeight, 0, 1, false);
+    TestPicture target(kPixelRgb32, move.turns ? kHeight : kWidth, move.turns ? kWidth : kHeight, 1,
+                       2, false);
+    const auto run = [&](const MoveKernels& kernels) {
+      ASSERT_TRUE(SelectKernels(&kernels == moves_ ? GetParam() : "plain"));
+      move.run(source.editor, target.editor);
+    };
+    ExpectSameMoves(target.bytes, run);
     if (HasFatalFailure()) return;
   }
 }
 
-TEST_P(MoveKernelsTest, PicturesInPlace) {
+TEST_P(PictureMovesTest, InPlace) {
   struct {
     void (*run)(PictureEditor&);
     bool flipColumns, flipRows;
@@ -315,9 +283,12 @@ TEST_P(MoveKernelsTest, PicturesInPlace) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, MoveKernelsTest,
-                         testing::Values("plain", "sse2", "avx2", "avx512"),
-                         [](const auto& variant) { return std::string(variant.param); });
+std::string NameOf(const testing::TestParamInfo<const char*>& variant) { return variant.param; }
+
+INSTANTIATE_TEST_SUITE_P(Variants, MoveKernelsTest, testing::Values("sse2", "avx2", "avx512"),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(Variants, PictureMovesTest,
+                         testing::Values("plain", "sse2", "avx2", "avx512"), NameOf);
 
 TEST(SelectKernelsTest, RefusesUnknownNames) {
   ASSERT_TRUE(SelectKernels("plain"));

@@ -1,18 +1,17 @@
 // The vector variants of the shears against the plain rule, byte for byte, and the multipliers
-// against the products in double. Pixels lie between pages that may not be touched, destinations
-// are poisoned, and every failure prints the seed of its case.
+// against the products in double. Destinations are poisoned, and every failure prints the seed of
+// its case.
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <numeric>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "tests/kernels/guarded_bytes.h"
 #include "transforms/kernels/shear_kernels.h"
 
 namespace velpicture {
@@ -21,31 +20,6 @@ namespace {
 constexpr uint32_t kFormats[] = {8, 11, 14, 15};
 
 int BytesPerPixel(uint32_t type) { return type == 11 ? 3 : 4; }
-
-/// Bytes that end, or begin, right at a page that may not be touched.
-class GuardedBytes {
- public:
-  GuardedBytes(size_t size, bool atEnd, int misalignment)
-      : page_(sysconf(_SC_PAGESIZE)), size_(size) {
-    const size_t pages = (size + misalignment + page_ - 1) / page_ + 1;
-    mapped_ = (pages + 2) * page_;
-    base_ = static_cast<uint8_t*>(
-        mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    mprotect(base_, page_, PROT_NONE);
-    mprotect(base_ + mapped_ - page_, page_, PROT_NONE);
-    bytes_ = atEnd ? base_ + mapped_ - page_ - size : base_ + page_ + misalignment;
-  }
-  GuardedBytes(const GuardedBytes&) = delete;
-  GuardedBytes& operator=(const GuardedBytes&) = delete;
-  ~GuardedBytes() { munmap(base_, mapped_); }
-  uint8_t* data() { return bytes_; }
-  size_t size() const { return size_; }
-
- private:
-  size_t page_, mapped_, size_;
-  uint8_t* base_;
-  uint8_t* bytes_;
-};
 
 class Random {
  public:
@@ -68,11 +42,9 @@ class Random {
         return Word() * 0x1p-32;
     }
   }
-  void Fill(uint8_t* bytes, size_t size) {
+  void Fill(GuardedBytes& bytes) {
     const bool extreme = Int(0, 3) == 0;
-    for (size_t i = 0; i < size; ++i) {
-      bytes[i] = static_cast<uint8_t>(extreme ? -(Word() & 1) : Word() >> 8);
-    }
+    bytes.Fill([&] { return static_cast<uint8_t>(extreme ? -(Word() & 1) : Word() >> 8); });
   }
 
  private:
@@ -89,8 +61,8 @@ struct Picture {
         bytes(rows == 0
                   ? 0
                   : static_cast<size_t>(stride) * (rows - 1) + columns * BytesPerPixel(pixelType),
-              random.Int(0, 1) != 0, random.Int(0, 63)) {
-    random.Fill(bytes.data(), bytes.size());
+              random.Int(0, 63) * random.Int(0, 1), random.Int(0, 1) != 0) {
+    random.Fill(bytes);
   }
   uint8_t* Row(int y) { return bytes.data() + static_cast<ptrdiff_t>(stride) * y; }
 
@@ -112,20 +84,11 @@ class ShearKernelsTest : public testing::TestWithParam<const char*> {
     if (kernels_ == nullptr) GTEST_SKIP() << "this machine has no " << name;
   }
 
-  /// Runs shear(kernels, destination) with the plain kernels and with the variant's.
+  /// Runs shear(kernels) with the plain kernels and with the variant's.
   template <class Shear>
-  void ExpectSameBytes(Picture& destination, Shear shear) {
-    const std::vector<uint8_t> poison(destination.bytes.data(),
-                                      destination.bytes.data() + destination.bytes.size());
-    shear(plain::kShearKernels);
-    const std::vector<uint8_t> expected(destination.bytes.data(),
-                                        destination.bytes.data() + destination.bytes.size());
-    std::copy(poison.begin(), poison.end(), destination.bytes.data());
-    shear(*kernels_);
-    for (size_t i = 0; i < expected.size(); ++i) {
-      ASSERT_EQ(expected[i], destination.bytes.data()[i])
-          << "row " << i / destination.stride << " byte " << i % destination.stride;
-    }
+  void ExpectSameShears(Picture& destination, Shear shear) {
+    ExpectSameBytes(
+        destination.bytes, [&] { shear(plain::kShearKernels); }, [&] { shear(*kernels_); });
   }
 
   void CheckRow(uint32_t seed, uint32_t from, uint32_t to, int sourceWidth) {
@@ -149,7 +112,7 @@ class ShearKernelsTest : public testing::TestWithParam<const char*> {
                        kernels_->multiplier(weight),
                        random.Word(),
                        random.Int(0, 1) != 0};
-    ExpectSameBytes(destination, [&](const ShearKernels& kernels) { kernels.shearRow(row); });
+    ExpectSameShears(destination, [&](const ShearKernels& kernels) { kernels.shearRow(row); });
   }
 
   void CheckColumns(uint32_t seed, uint32_t from, uint32_t to, int width, int height) {
@@ -188,8 +151,8 @@ class ShearKernelsTest : public testing::TestWithParam<const char*> {
         sourceRows.data(),  from,          destinationRows.data(), to,
         destination.height, width,         delays.data(),          lines.data(),
         multipliers.data(), random.Word(), random.Int(0, 1) != 0};
-    ExpectSameBytes(destination,
-                    [&](const ShearKernels& kernels) { kernels.shearColumns(columns); });
+    ExpectSameShears(destination,
+                     [&](const ShearKernels& kernels) { kernels.shearColumns(columns); });
   }
 
   const ShearKernels* kernels_ = nullptr;

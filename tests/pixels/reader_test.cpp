@@ -68,6 +68,8 @@ const ReaderCase kCases[] = {
     {"GdkNotEdited", kDesktop, kGdk, false, 'e', 2012.0, "12 6 hold unlock clear drop", 0, 'd'},
 };
 
+void PrintTo(const ReaderCase& param, std::ostream* out) { *out << param.name; }
+
 class Reader : public testing::TestWithParam<ReaderCase> {};
 
 TEST_P(Reader, TriesTheStoragesInOrder) {
