@@ -6,17 +6,13 @@
 #include <cstring>
 
 #include "transforms/kernels/kernels.h"
+#include "transforms/streaming.h"
 
 namespace velpicture {
 namespace {
 
-// Targets of this size and larger go past the cache. Smaller ones are often still there for whoever
-// looks at them next, and streams would wait for memory.
-constexpr int64_t kStreamedBytes = int64_t{12} << 20;
-
 Stores StoresFor(const PictureEditor& target) {
-  const int64_t bytes = int64_t{target.width} * target.height * target.bytesPerPixel;
-  return bytes >= kStreamedBytes ? Stores::kStreaming : Stores::kCached;
+  return IsStreamed(target) ? Stores::kStreaming : Stores::kCached;
 }
 
 /// From one address to another; they need not lie in the same block of memory.

@@ -5,12 +5,10 @@
 #include <emmintrin.h>
 
 #include "transforms/kernels/kernels.h"
+#include "transforms/streaming.h"
 
 namespace velpicture {
 namespace {
-
-// Pictures from this size on are read again from memory anyway.
-constexpr int64_t kStreamingBytes = 1 << 20;
 
 /// Rows of a picture that columns are sheared in at a time, and the most that the offsets of one
 /// call's columns may lie apart: they bound the row tables, which are on the stack.
@@ -42,10 +40,7 @@ const ShearKernels& KernelsFor(const PictureEditor& source, const PictureEditor&
 /// Whether to write past the cache; what was written so is in order when the scope ends.
 class StreamingScope {
  public:
-  explicit StreamingScope(const PictureEditor& destination)
-      : streaming_(static_cast<int64_t>(destination.width) * destination.height *
-                       destination.bytesPerPixel >=
-                   kStreamingBytes) {}
+  explicit StreamingScope(const PictureEditor& destination) : streaming_(IsStreamed(destination)) {}
   StreamingScope(const StreamingScope&) = delete;
   StreamingScope& operator=(const StreamingScope&) = delete;
   ~StreamingScope() {

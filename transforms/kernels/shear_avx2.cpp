@@ -22,6 +22,10 @@ struct Vector {
   static void Stream(void* bytes, Type value) {
     _mm256_stream_si256(static_cast<Type*>(bytes), value);
   }
+  template <class At>
+  static Type LoadBlocks(At at) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(Load16(at(0))), Load16(at(1)), 1);
+  }
   static Type Or(Type a, Type b) { return _mm256_or_si256(a, b); }
   static Type Broadcast(uint32_t word) { return _mm256_set1_epi32(static_cast<int>(word)); }
   template <class Source>
@@ -33,6 +37,8 @@ struct Vector {
   using Flags = Type;
   static Type Add(Type a, Type b) { return _mm256_add_epi32(a, b); }
   static Flags Less(Type a, Type b) { return _mm256_cmpgt_epi32(b, a); }
+  static Flags Equal(Type a, Type b) { return _mm256_cmpeq_epi32(a, b); }
+  static Type Select(Flags flags, Type a, Type b) { return _mm256_blendv_epi8(b, a, flags); }
   static bool IsAny(Flags flags) { return _mm256_movemask_epi8(flags) != 0; }
 
   /// Per channel in 16 bits, for the lower and the upper half of each 128-bit lane.
@@ -63,10 +69,10 @@ struct Vector {
   }
 
   static Type WidenAlpha(Type words) {
-    return Select(words, _mm256_slli_epi32(words, 1), 0xFE000000);
+    return Bits(words, _mm256_slli_epi32(words, 1), 0xFE000000);
   }
   static Type NarrowAlpha(Type words) {
-    return Select(words, _mm256_srli_epi32(words, 1), 0xFF000000);
+    return Bits(words, _mm256_srli_epi32(words, 1), 0xFF000000);
   }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
@@ -97,50 +103,13 @@ struct Vector {
     store(36, _mm256_extracti128_si256(second, 1));
   }
 
-  static void BlendColumns(uint8_t* target, int pitch, const uint8_t* window, const int* steps,
-                           const Weights& weights, int rowCount) {
-    using Blender = void (*)(uint8_t*, int, const uint8_t*, const Type*, const Weights&, int);
-    static constexpr Blender kBlenders[kMostSteps] = {BlendRows<1>, BlendRows<2>, BlendRows<3>,
-                                                      BlendRows<4>};
-    const Type lanes = Load(steps);
-    Type masks[kMostSteps];
-    int last = 0;
-    for (int i = 1; i < kMostSteps; ++i) {
-      masks[i] = _mm256_cmpeq_epi32(lanes, _mm256_set1_epi32(i));
-      if (_mm256_movemask_epi8(masks[i]) != 0) last = i;
-    }
-    kBlenders[last](target, pitch, window, masks, weights, rowCount);
-  }
-
  private:
-  static constexpr int kMostSteps = 4;
-  static constexpr int kLine = 64;
-
-  static Type Select(Type a, Type b, uint32_t mask) {
+  static __m128i Load16(const uint8_t* bytes) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+  }
+  static Type Bits(Type a, Type b, uint32_t mask) {
     const Type bits = Broadcast(mask);
     return _mm256_or_si256(_mm256_andnot_si256(bits, a), _mm256_and_si256(bits, b));
-  }
-  /// The pixels of kCount window rows, each lane's from the row that its mask names.
-  template <int kCount>
-  static Type Merge(const uint8_t* window, const Type* masks) {
-    if constexpr (kCount == 1) {
-      return Load(window);
-    } else {
-      return _mm256_blendv_epi8(Merge<kCount - 1>(window, masks),
-                                Load(window + (kCount - 1) * kLine), masks[kCount - 1]);
-    }
-  }
-  template <int kCount>
-  static void BlendRows(uint8_t* target, int pitch, const uint8_t* window, const Type* masks,
-                        const Weights& weights, int rowCount) {
-    Type previous = Merge<kCount>(window, masks);
-    for (int t = 0; t < rowCount; ++t) {
-      window += kLine;
-      const Type current = Merge<kCount>(window, masks);
-      Store(target, Blend(current, previous, weights));
-      previous = current;
-      target += pitch;
-    }
   }
 };
 

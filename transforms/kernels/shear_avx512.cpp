@@ -18,6 +18,14 @@ struct Vector {
   static void Stream(void* bytes, Type value) {
     _mm512_stream_si512(static_cast<Type*>(bytes), value);
   }
+  template <class At>
+  static Type LoadBlocks(At at) {
+    const __m256i low =
+        _mm256_inserti128_si256(_mm256_castsi128_si256(Load16(at(0))), Load16(at(1)), 1);
+    const __m256i high =
+        _mm256_inserti128_si256(_mm256_castsi128_si256(Load16(at(2))), Load16(at(3)), 1);
+    return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+  }
   static Type Or(Type a, Type b) { return _mm512_or_si512(a, b); }
   static Type Broadcast(uint32_t word) { return _mm512_set1_epi32(static_cast<int>(word)); }
   template <class Source>
@@ -26,9 +34,11 @@ struct Vector {
   }
   static void Leave() { _mm256_zeroupper(); }
 
-  using Flags = unsigned;
+  using Flags = __mmask16;
   static Type Add(Type a, Type b) { return _mm512_add_epi32(a, b); }
   static Flags Less(Type a, Type b) { return _mm512_cmplt_epi32_mask(a, b); }
+  static Flags Equal(Type a, Type b) { return _mm512_cmpeq_epi32_mask(a, b); }
+  static Type Select(Flags flags, Type a, Type b) { return _mm512_mask_mov_epi32(b, flags, a); }
   static bool IsAny(Flags flags) { return flags != 0; }
 
   /// Per channel in 16 bits, for the lower and the upper half of each 128-bit lane.
@@ -59,10 +69,10 @@ struct Vector {
   }
 
   static Type WidenAlpha(Type words) {
-    return Select(words, _mm512_slli_epi32(words, 1), 0xFE000000);
+    return Bits(words, _mm512_slli_epi32(words, 1), 0xFE000000);
   }
   static Type NarrowAlpha(Type words) {
-    return Select(words, _mm512_srli_epi32(words, 1), 0xFF000000);
+    return Bits(words, _mm512_srli_epi32(words, 1), 0xFF000000);
   }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
@@ -81,50 +91,14 @@ struct Vector {
     _mm512_mask_storeu_epi8(pixels, kRgbGroup, packed);
   }
 
-  static void BlendColumns(uint8_t* target, int pitch, const uint8_t* window, const int* steps,
-                           const Weights& weights, int rowCount) {
-    using Blender = void (*)(uint8_t*, int, const uint8_t*, const __mmask16*, const Weights&, int);
-    static constexpr Blender kBlenders[kMostSteps] = {BlendRows<1>, BlendRows<2>, BlendRows<3>,
-                                                      BlendRows<4>};
-    const Type lanes = Load(steps);
-    __mmask16 masks[kMostSteps];
-    int last = 0;
-    for (int i = 1; i < kMostSteps; ++i) {
-      masks[i] = _mm512_cmpeq_epi32_mask(lanes, _mm512_set1_epi32(i));
-      if (masks[i] != 0) last = i;
-    }
-    kBlenders[last](target, pitch, window, masks, weights, rowCount);
-  }
-
  private:
-  static constexpr int kMostSteps = 4;
-  static constexpr int kLine = 64;
+  static __m128i Load16(const uint8_t* bytes) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+  }
   static constexpr __mmask64 kRgbGroup = 0xFFFFFFFFFFFF;
 
-  static Type Select(Type a, Type b, uint32_t mask) {
+  static Type Bits(Type a, Type b, uint32_t mask) {
     return _mm512_ternarylogic_epi32(Broadcast(mask), b, a, 0xCA);
-  }
-  /// The pixels of kCount window rows, each lane's from the row that its mask names.
-  template <int kCount>
-  static Type Merge(const uint8_t* window, const __mmask16* masks) {
-    if constexpr (kCount == 1) {
-      return Load(window);
-    } else {
-      return _mm512_mask_loadu_epi32(Merge<kCount - 1>(window, masks), masks[kCount - 1],
-                                     window + (kCount - 1) * kLine);
-    }
-  }
-  template <int kCount>
-  static void BlendRows(uint8_t* target, int pitch, const uint8_t* window, const __mmask16* masks,
-                        const Weights& weights, int rowCount) {
-    Type previous = Merge<kCount>(window, masks);
-    for (int t = 0; t < rowCount; ++t) {
-      window += kLine;
-      const Type current = Merge<kCount>(window, masks);
-      Store(target, Blend(current, previous, weights));
-      previous = current;
-      target += pitch;
-    }
   }
 };
 

@@ -4,11 +4,16 @@
 //
 // Neighbouring columns go down together, a tile of rows at a time, for down one column every pixel
 // would cost a cache line. Up to sixteen columns whose delays differ by 0 or 1 from one to the next
-// are a group. Their source pixels come into a window: words, one line per source row, in which the
-// background stands for rows outside the picture. One row of blends then merges the few window rows
-// that the delays name. The blends gather in a tile and leave for the picture a line at a time;
-// what does not fill a line waits in front of the next strip.
+// are a group, whose rows of blends make a cache line (shear_column_blend_impl.h). Where the tile's
+// source rows are not all pixels of four bytes, they come into a window first: words, one line per
+// source row, in which the background stands for rows outside the picture.
+//
+// Blends go straight to the picture. Where it is streamed, or takes three bytes a pixel, they
+// gather in a tile and leave for the picture a line at a time; what does not fill a line waits in
+// front of the next strip.
 
+#include "transforms/kernels/shear_column_blend_impl.h"
+#include "transforms/kernels/shear_column_groups_impl.h"
 #include "transforms/kernels/shear_formats_impl.h"
 #include "transforms/kernels/shear_kernels.h"
 
@@ -18,72 +23,9 @@ namespace {
 constexpr int kTileRows = 64;
 constexpr int kStripPixels = 128;
 constexpr int kTilePitch = kLineBytes + (kStripPixels + kGroupPixels) * 4;
-constexpr int kBlockPixels = 4;
-constexpr int kBlocks = kGroupPixels / kBlockPixels;
-constexpr int kBlockBytes = kBlockPixels * 4;
 constexpr int kWindowMargin = kGroupPixels;
 constexpr int kWindowRows = kWindowMargin + kTileRows + 1 + kGroupPixels;
 constexpr int kMaxGroups = 66;  ///< planned at a time: 1024 columns, the first group cut short
-
-/// Neighbouring columns that are blended together, as they lie in every tile.
-struct ColumnGroup {
-  int first;
-  int size;
-  int leastDelay;
-  int greatestDelay;
-  int blockDelays[kBlocks];  ///< each block of four comes into the window by its least delay
-  int steps[kGroupPixels];   ///< what is left to a column's delay: 0 to 3
-  uint16_t multipliers[kGroupPixels];  ///< 0, which leaves the current pixel, where there is none
-  bool allExact;
-};
-
-ColumnGroup PlanGroup(const ColumnShear& columns, int first, int size) {
-  ColumnGroup group;
-  group.first = first;
-  group.size = size;
-  group.leastDelay = group.greatestDelay = columns.delays[first];
-  group.allExact = true;
-  for (int j = 0; j < kGroupPixels; ++j) {
-    // What is missing from a group repeats its last column.
-    const int column = first + (j < size ? j : size - 1);
-    const int delay = columns.delays[column];
-    group.steps[j] = delay;
-    int& blockDelay = group.blockDelays[j / kBlockPixels];
-    if (j % kBlockPixels == 0 || delay < blockDelay) blockDelay = delay;
-    if (delay < group.leastDelay) group.leastDelay = delay;
-    if (delay > group.greatestDelay) group.greatestDelay = delay;
-    const bool isExact = columns.multipliers[column] != kNoMultiplier;
-    group.multipliers[j] = isExact ? columns.multipliers[column] : 0;
-    group.allExact = group.allExact && isExact;
-  }
-  for (int j = 0; j < kGroupPixels; ++j) group.steps[j] -= group.blockDelays[j / kBlockPixels];
-  return group;
-}
-
-/// How many columns from `first` on make a group, at most `limit`.
-int GroupSize(const ColumnShear& columns, int first, int limit) {
-  const int remaining = columns.columnCount - first;
-  if (limit > remaining) limit = remaining;
-  const int* const delays = columns.delays + first;
-  int size = 1;
-  while (size < limit) {
-    const int64_t step = static_cast<int64_t>(delays[size]) - delays[size - 1];
-    if (step < -1 || step > 1) break;
-    ++size;
-  }
-  return size;
-}
-
-/// Where lines begin at the same column in all source rows, groups had better do so too: with rows
-/// a power of two apart, a line shared by two groups would not last from one to the next.
-int FirstGroupLimit(const ColumnShear& columns) {
-  const uint8_t* const* const rows = columns.sourceRows + columns.delays[0] + columns.rowCount / 2;
-  if (columns.sourceType == kRgb24 || rows[0] == nullptr || rows[-1] == nullptr) {
-    return kGroupPixels;
-  }
-  const int bytes = BytesToLine(rows[0]);
-  return (rows[0] - rows[-1]) % kLineBytes == 0 && bytes >= 4 ? bytes / 4 : kGroupPixels;
-}
 
 /// One tile of rows of a run of groups.
 class ColumnTile {
@@ -92,12 +34,62 @@ class ColumnTile {
       : columns_(columns),
         set_(SetMask(columns.sourceType, columns.destinationType)),
         background_(BackgroundFor(columns.background, columns.destinationType)),
-        pixelBytes_(PixelBytes(columns.destinationType)) {}
+        pixelBytes_(PixelBytes(columns.destinationType)) {
+    for (int t = 0; t < kTileRows; ++t) tileRows_[t] = Row(t);
+    for (int j = 0; j < columns.columnCount; ++j) {
+      const int end = columns.rowCount + columns.delays[j];
+      if (end > sourceRowsEnd_) sourceRowsEnd_ = end;
+    }
+  }
 
   template <class Source>
   void Shear(const ColumnGroup* groups, int groupCount, int firstRow, int rowCount) {
     firstRow_ = firstRow;
     rowCount_ = rowCount;
+    if (columns_.streaming || columns_.destinationType == kRgb24) {
+      ShearInStrips<Source>(groups, groupCount);
+      return;
+    }
+    for (int i = 0; i < groupCount; ++i) {
+      const int first = i;
+      while (i < groupCount && IsBackground(groups[i])) ++i;
+      if (i > first) FillColumns(groups[first].first, groups[i - 1].first + groups[i - 1].size);
+      if (i < groupCount) {
+        ShearStraight<Source>(groups[i], groups[i + 1 < groupCount ? i + 1 : i]);
+      }
+    }
+  }
+
+ private:
+  static constexpr int kLanes = Vector::kBytes / 4;
+
+  uint8_t* DestinationPixel(int t, int column) const {
+    return columns_.destinationRows[firstRow_ + t] + column * pixelBytes_;
+  }
+
+  /// Where a tile row's strip begins. What waits for the rest of its line lies in front.
+  uint8_t* Row(int t) { return tile_ + t * kTilePitch + kLineBytes; }
+
+  template <class Source>
+  void ShearStraight(const ColumnGroup& group, const ColumnGroup& next) {
+    if (group.size == kGroupPixels && group.allExact) {
+      const ColumnTarget target = {columns_.destinationRows + firstRow_, group.first * 4};
+      if (columns_.destinationType == kConsole) {
+        BlendGroup<Source, true>(group, next, target);
+      } else {
+        BlendGroup<Source, false>(group, next, target);
+      }
+      return;
+    }
+    BlendGroup<Source, false>(group, next, {tileRows_, 0});
+    for (int t = 0; t < rowCount_; ++t) {
+      WordsToPixels(Row(t), group.size, columns_.destinationType);
+      CopyOut(DestinationPixel(t, group.first), Row(t), group.size * 4, false);
+    }
+  }
+
+  template <class Source>
+  void ShearInStrips(const ColumnGroup* groups, int groupCount) {
     const ColumnGroup& last = groups[groupCount - 1];
     const int end = last.first + last.size;
     Begin(groups[0].first, end);
@@ -105,12 +97,15 @@ class ColumnTile {
     for (int i = 0; i < groupCount; ++i) {
       const ColumnGroup& group = groups[i];
       const int place = group.first - stripStart;
-      if (IsBackground(group)) {
-        FillGroup(place);
-      } else {
-        LoadWindow<Source>(group, groups[i + 1 < groupCount ? i + 1 : i]);
-        BlendGroup(group, Row(0) + place * 4);
+      if (!IsBackground(group)) {
+        BlendGroup<Source, false>(group, groups[i + 1 < groupCount ? i + 1 : i],
+                                  {tileRows_, place * 4});
         if (place < filledPixels_) filledPixels_ = place;
+      } else if (place + kGroupPixels > filledPixels_) {
+        for (int t = 0; t < rowCount_; ++t) {
+          FillPixels<false>(Row(t) + place * 4, kGroupPixels, background_, kArgb32);
+        }
+        if (place <= filledPixels_) filledPixels_ = place + kGroupPixels;
       }
       const int next = group.first + group.size;
       if (next == end || next - stripStart + kGroupPixels > kStripPixels) {
@@ -122,14 +117,6 @@ class ColumnTile {
       CopyPart(DestinationPixel(t, end) - waiting_[t], Row(t) - waiting_[t], waiting_[t]);
     }
   }
-
- private:
-  uint8_t* DestinationPixel(int t, int column) const {
-    return columns_.destinationRows[firstRow_ + t] + column * pixelBytes_;
-  }
-
-  /// Where a tile row's strip begins. What waits for the rest of its line lies in front.
-  uint8_t* Row(int t) { return tile_ + t * kTilePitch + kLineBytes; }
 
   /// Lines at both ends are written through the cache, and streams wait behind one that is missing
   /// there.
@@ -151,22 +138,77 @@ class ColumnTile {
     return true;
   }
 
-  void FillGroup(int place) {
-    if (place + kGroupPixels <= filledPixels_) return;
-    const auto background = Vector::Broadcast(background_);
-    uint8_t* target = Row(0) + place * 4;
-    for (int t = 0; t < rowCount_; ++t, target += kTilePitch) {
-      for (int b = 0; b < kLineBytes; b += Vector::kBytes) Vector::Store(target + b, background);
+  void FillColumns(int first, int end) {
+    for (int t = 0; t < rowCount_; ++t) {
+      FillPixels<false>(DestinationPixel(t, first), end - first, background_,
+                        columns_.destinationType);
     }
-    if (place <= filledPixels_) filledPixels_ = place + kGroupPixels;
+  }
+
+  /// The group's source rows, from the one on by which its least delay leads the tile.
+  const uint8_t* const* SourceRows(const ColumnGroup& group) const {
+    return columns_.sourceRows + firstRow_ + group.leastDelay - 1;
+  }
+
+  /// Blends a group, and asks for the next one's pixels. A vector may reach beyond the group.
+  template <class Source, bool kNarrow>
+  void BlendGroup(const ColumnGroup& group, const ColumnGroup& next, ColumnTarget target) {
+    if constexpr (Source::kBytes == 4) {
+      if (HoldsDirectRows(group)) {
+        BlendDirectly<Source, kNarrow, true>(group, next, target, 0);
+        for (int j = kLanes; j < kGroupPixels; j += kLanes) {
+          BlendDirectly<Source, kNarrow, false>(group, next, target, j);
+        }
+        return;
+      }
+    }
+    LoadWindow<Source>(group, next);
+    const uint8_t* const window = window_ + kWindowMargin * kLineBytes;
+    for (int j = 0; j < group.size; j += kLanes) {
+      BlendColumns<kNarrow>(WindowRows{window + j * 4}, group.steps + j, group.multipliers + j,
+                            {target.rows, target.offset + j * 4}, rowCount_);
+    }
+    if (group.allExact) return;
+    for (int j = 0; j < group.size; ++j) {
+      if (columns_.multipliers[group.first + j] == kNoMultiplier) {
+        BlendColumnInDouble({target.rows, target.offset + j * 4},
+                            LoadWord(window + group.steps[j] * kLineBytes + j * 4),
+                            columns_.lines[group.first + j].weight);
+      }
+    }
+  }
+
+  /// Whether every row that blocks of the group may name is there. Blocks may name a few more rows
+  /// than columns do.
+  bool HoldsDirectRows(const ColumnGroup& group) const {
+    const int end = firstRow_ + rowCount_ + group.greatestDelay + kMostSteps;
+    return group.size == kGroupPixels && group.allExact && end <= sourceRowsEnd_ &&
+           SourceRows(group)[0] != nullptr && columns_.sourceRows[end - 1] != nullptr;
+  }
+
+  /// Columns `first` and on of a group that holds direct rows.
+  template <class Source, bool kNarrow, bool kAhead>
+  void BlendDirectly(const ColumnGroup& group, const ColumnGroup& next, ColumnTarget target,
+                     int first) const {
+    const bool hasNext = firstRow_ + rowCount_ + next.leastDelay + kMostSteps <= sourceRowsEnd_;
+    DirectRows<Source, kAhead> rows;
+    for (int b = 0; b < rows.kVectorBlocks; ++b) {
+      rows.blockRows[b] =
+          columns_.sourceRows + firstRow_ + group.blockDelays[first / kBlockPixels + b] - 1;
+    }
+    rows.bytes = (group.first + first) * 4;
+    rows.set = Vector::Broadcast(set_);
+    rows.nextRows = SourceRows(hasNext ? next : group);
+    rows.nextBytes = (next.first + next.size) * 4 - 1;
+    BlendColumns<kNarrow>(rows, group.steps + first, group.multipliers + first,
+                          {target.rows, target.offset + first * 4}, rowCount_);
   }
 
   template <class Source>
   void LoadWindow(const ColumnGroup& group, const ColumnGroup& next) {
-    // Row i of the group's source rows is the one by which its least delay leads the tile.
     const int rowCount = rowCount_ + 1 + group.greatestDelay - group.leastDelay;
-    const uint8_t* const* const rows = columns_.sourceRows + firstRow_ + group.leastDelay - 1;
-    const uint8_t* const* const nextRows = columns_.sourceRows + firstRow_ + next.leastDelay - 1;
+    const uint8_t* const* const rows = SourceRows(group);
+    const uint8_t* const* const nextRows = SourceRows(next);
     const int nextRowCount = rowCount_ + 1 + next.greatestDelay - next.leastDelay;
     const intptr_t nextEnd = (next.first + next.size) * Source::kBytes - 1;
     const int bytes = group.first * Source::kBytes;
@@ -177,7 +219,6 @@ class ColumnTile {
       blocks[b] = window_ + margin * kLineBytes + b * kBlockBytes;
     }
     const auto set = Vector::Broadcast(set_);
-    const __m128i setBlock = _mm_set1_epi32(static_cast<int>(set_));
     const __m128i backgroundBlock = _mm_set1_epi32(static_cast<int>(background_));
     for (int i = 0; i < rowCount; ++i) {
       const int at = i * kLineBytes;
@@ -189,23 +230,16 @@ class ColumnTile {
         continue;
       }
       const uint8_t* const pixels = rows[i] + bytes;
-      if (Source::kIsWords && group.size == kGroupPixels) {
-        StoreBlocks(blocks, at,
-                    [&](int b) { return _mm_or_si128(LoadBlock(pixels + b), setBlock); });
+      alignas(kLineBytes) uint8_t words[kLineBytes];
+      if (group.size == kGroupPixels) {
+        Source::LoadGroup(words, pixels, set);
       } else {
-        alignas(kLineBytes) uint8_t words[kLineBytes];
-        if (group.size == kGroupPixels) {
-          Source::LoadGroup(words, pixels, set);
-        } else {
-          LoadWords<Source>(words, pixels, group.size, set_);
-        }
-        StoreBlocks(blocks, at, [&](int b) { return LoadBlock(words + b); });
+        LoadWords<Source>(words, pixels, group.size, set_);
       }
+      StoreBlocks(blocks, at, [&](int b) {
+        return _mm_load_si128(reinterpret_cast<const __m128i*>(words + b));
+      });
     }
-  }
-
-  static __m128i LoadBlock(const uint8_t* bytes) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
   }
 
   template <class Block>
@@ -215,27 +249,12 @@ class ColumnTile {
     }
   }
 
-  void BlendGroup(const ColumnGroup& group, uint8_t* target) {
-    const uint8_t* const window = window_ + kWindowMargin * kLineBytes;
-    constexpr int kLanes = Vector::kBytes / 4;
-    for (int j = 0; j < group.size; j += kLanes) {
-      Vector::BlendColumns(target + j * 4, kTilePitch, window + j * 4, group.steps + j,
-                           Vector::WeightsOf(group.multipliers + j), rowCount_);
-    }
-    if (group.allExact) return;
-    for (int j = 0; j < group.size; ++j) {
-      if (columns_.multipliers[group.first + j] == kNoMultiplier) {
-        BlendColumnInDouble(target + j * 4, LoadWord(window + group.steps[j] * kLineBytes + j * 4),
-                            columns_.lines[group.first + j].weight);
-      }
-    }
-  }
-
-  /// Blends a column of the tile that still holds its current pixels.
-  void BlendColumnInDouble(uint8_t* target, uint32_t previous, double weight) {
-    for (int t = 0; t < rowCount_; ++t, target += kTilePitch) {
-      const uint32_t current = LoadWord(target);
-      StoreWord(target, BlendInDouble(current, previous, weight));
+  /// Blends a column that still holds its current pixels.
+  void BlendColumnInDouble(ColumnTarget target, uint32_t previous, double weight) const {
+    for (int t = 0; t < rowCount_; ++t) {
+      uint8_t* const pixel = target.rows[t] + target.offset;
+      const uint32_t current = LoadWord(pixel);
+      StoreWord(pixel, BlendInDouble(current, previous, weight));
       previous = current;
     }
   }
@@ -261,9 +280,11 @@ class ColumnTile {
   const uint32_t set_;
   const uint32_t background_;
   const int pixelBytes_;
+  int sourceRowsEnd_ = 0;  ///< of the table of source rows
   int firstRow_ = 0;
   int rowCount_ = 0;
   int filledPixels_ = 0;  ///< of every tile row, from the strip's start on, that are background
+  uint8_t* tileRows_[kTileRows];
   uint8_t waiting_[kTileRows];  ///< bytes in front of each row's strip
   alignas(kLineBytes) uint8_t window_[kWindowRows * kLineBytes];
   alignas(kLineBytes) uint8_t tile_[kTileRows * kTilePitch + kLineBytes];

@@ -198,6 +198,19 @@ void WriteLines(uint8_t* target, int count, Line line) {
   }
 }
 
+/// Writes `count` pixels of a format, all of the same word.
+template <bool kStreaming>
+void FillPixels(uint8_t* target, int count, uint32_t word, uint32_t type) {
+  if (count <= 0) return;
+  const int pixelBytes = PixelBytes(type);
+  alignas(kLineBytes) uint8_t pattern[3 * kLineBytes];
+  for (int i = 0; i < 2 * kGroupPixels; ++i) StoreWord(pattern + i * 4, word);
+  WordsToPixels(pattern, 2 * kGroupPixels, type);
+  WriteLines<kStreaming>(target, count * pixelBytes, [&](int offset, auto store) {
+    store(pattern + (pixelBytes == 4 ? offset & 3 : offset % 3));
+  });
+}
+
 /// Copies bytes to a picture; reads up to a line more than `count`.
 void CopyOut(uint8_t* target, const uint8_t* bytes, int count, bool streaming) {
   const auto line = [bytes](int offset, auto store) { store(bytes + offset); };

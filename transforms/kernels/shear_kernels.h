@@ -38,7 +38,9 @@ struct RowShear {
 /// Neighbouring columns of a band of rows. In the band's row t, column j blends its pixels of
 /// sourceRows[delays[j] + t] and of the row before that one.
 struct ColumnShear {
-  const uint8_t* const* sourceRows;  ///< at the first column; null where the background stands in
+  /// At the first column. Null in front of the picture and behind it: there the background stands
+  /// in.
+  const uint8_t* const* sourceRows;
   uint32_t sourceType;
   uint8_t* const* destinationRows;  ///< at the first column
   uint32_t destinationType;

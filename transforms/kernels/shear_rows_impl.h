@@ -72,18 +72,6 @@ struct DirectRun {
   }
 };
 
-template <bool kStreaming>
-void FillPixels(uint8_t* target, int count, uint32_t word, uint32_t type) {
-  if (count <= 0) return;
-  const int pixelBytes = PixelBytes(type);
-  alignas(kLineBytes) uint8_t pattern[3 * kLineBytes];
-  for (int i = 0; i < 2 * kGroupPixels; ++i) StoreWord(pattern + i * 4, word);
-  WordsToPixels(pattern, 2 * kGroupPixels, type);
-  WriteLines<kStreaming>(target, count * pixelBytes, [&](int offset, auto store) {
-    store(pattern + (pixelBytes == 4 ? offset & 3 : offset % 3));
-  });
-}
-
 template <class Source, bool kStreaming>
 class RowOf {
  public:

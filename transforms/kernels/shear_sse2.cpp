@@ -18,6 +18,10 @@ struct Vector {
   static void Stream(void* bytes, Type value) {
     _mm_stream_si128(static_cast<Type*>(bytes), value);
   }
+  template <class At>
+  static Type LoadBlocks(At at) {
+    return Load(at(0));
+  }
   static Type Or(Type a, Type b) { return _mm_or_si128(a, b); }
   static Type Broadcast(uint32_t word) { return _mm_set1_epi32(static_cast<int>(word)); }
   template <class Source>
@@ -29,6 +33,10 @@ struct Vector {
   using Flags = Type;
   static Type Add(Type a, Type b) { return _mm_add_epi32(a, b); }
   static Flags Less(Type a, Type b) { return _mm_cmplt_epi32(a, b); }
+  static Flags Equal(Type a, Type b) { return _mm_cmpeq_epi32(a, b); }
+  static Type Select(Flags flags, Type a, Type b) {
+    return _mm_or_si128(_mm_and_si128(flags, a), _mm_andnot_si128(flags, b));
+  }
   static bool IsAny(Flags flags) { return _mm_movemask_epi8(flags) != 0; }
 
   /// Per channel in 16 bits, for the lower and the upper half of the bytes.
@@ -56,10 +64,8 @@ struct Vector {
     return _mm_sub_epi8(current, _mm_sub_epi8(_mm_xor_si128(step, upwards), upwards));
   }
 
-  static Type WidenAlpha(Type words) { return Select(words, _mm_slli_epi32(words, 1), 0xFE000000); }
-  static Type NarrowAlpha(Type words) {
-    return Select(words, _mm_srli_epi32(words, 1), 0xFF000000);
-  }
+  static Type WidenAlpha(Type words) { return Bits(words, _mm_slli_epi32(words, 1), 0xFE000000); }
+  static Type NarrowAlpha(Type words) { return Bits(words, _mm_srli_epi32(words, 1), 0xFF000000); }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
     const auto setWord = static_cast<uint32_t>(_mm_cvtsi128_si32(set));
@@ -84,45 +90,10 @@ struct Vector {
     }
   }
 
-  static void BlendColumns(uint8_t* target, int pitch, const uint8_t* window, const int* steps,
-                           const Weights& weights, int rowCount) {
-    if (steps[0] == steps[1] && steps[0] == steps[2] && steps[0] == steps[3]) {
-      window += steps[0] * kLine;
-      BlendRows(target, pitch, window, weights, rowCount, Load);
-      return;
-    }
-    const int offsets[4] = {steps[0] * kLine, steps[1] * kLine + 4, steps[2] * kLine + 8,
-                            steps[3] * kLine + 12};
-    BlendRows(target, pitch, window, weights, rowCount, [&](const uint8_t* rows) {
-      return _mm_unpacklo_epi64(
-          _mm_unpacklo_epi32(LoadLane(rows + offsets[0]), LoadLane(rows + offsets[1])),
-          _mm_unpacklo_epi32(LoadLane(rows + offsets[2]), LoadLane(rows + offsets[3])));
-    });
-  }
-
  private:
-  static constexpr int kLine = 64;
-
-  static Type LoadLane(const uint8_t* bytes) {
-    int word;
-    __builtin_memcpy(&word, bytes, sizeof word);
-    return _mm_cvtsi32_si128(word);
-  }
-  static Type Select(Type a, Type b, uint32_t mask) {
+  static Type Bits(Type a, Type b, uint32_t mask) {
     const Type bits = Broadcast(mask);
     return _mm_or_si128(_mm_andnot_si128(bits, a), _mm_and_si128(bits, b));
-  }
-  template <class Merge>
-  static void BlendRows(uint8_t* target, int pitch, const uint8_t* window, const Weights& weights,
-                        int rowCount, Merge merge) {
-    Type previous = merge(window);
-    for (int t = 0; t < rowCount; ++t) {
-      window += kLine;
-      const Type current = merge(window);
-      Store(target, Blend(current, previous, weights));
-      previous = current;
-      target += pitch;
-    }
   }
 };
 
