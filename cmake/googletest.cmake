@@ -7,4 +7,6 @@ if(NOT EXISTS ${VEL_GOOGLETEST}/CMakeLists.txt)
 endif()
 set(INSTALL_GTEST OFF)
 add_subdirectory(${VEL_GOOGLETEST} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+# It is compiled once and runs for moments.
+target_compile_options(gtest PRIVATE -O0)
 include(GoogleTest)

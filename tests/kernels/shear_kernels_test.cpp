@@ -202,7 +202,10 @@ bool GivesTheRule(uint16_t multiplier, double weight, int stride) {
   return true;
 }
 
-TEST_P(ShearKernelsTest, MultipliersEqualDoublesAtAndBesideEveryFraction) {
+/// Calls check(weight, p, q, distance) for weights at and beside every fraction p/q with q up to
+/// 255.
+template <class Check>
+void ForWeightsBesideFractions(Check check) {
   // How far beside, as a power of two; below -53 the sum is the fraction itself.
   std::vector<double> distances = {0.0};
   for (int exponent : {-54, -52, -48, -46, -45, -44, -43, -32}) {
@@ -213,20 +216,26 @@ TEST_P(ShearKernelsTest, MultipliersEqualDoublesAtAndBesideEveryFraction) {
       if (std::gcd(p, q) != 1) continue;
       for (double distance : distances) {
         const double weight = static_cast<double>(p) / q + distance;
-        if (weight < 0.0 || weight >= 1.0) continue;
-        const uint16_t multiplier = kernels_->multiplier(weight);
-        // Only beside a fraction may there be none, or the slow path would be the usual one.
-        if (multiplier == kNoMultiplier) {
-          ASSERT_LT(std::fabs(distance), 0x1p-43) << p << '/' << q << " + " << distance;
-        } else {
-          ASSERT_TRUE(GivesTheRule(multiplier, weight, q)) << p << '/' << q << " + " << distance;
-        }
+        if (weight >= 0.0 && weight < 1.0) check(weight, p, q, distance);
+        if (testing::Test::HasFatalFailure()) return;
       }
     }
   }
 }
 
-TEST_P(ShearKernelsTest, WeightsOfFewBitsHaveMultipliersBesideEveryFraction) {
+TEST(ShearMultiplierTest, EqualsDoublesAtAndBesideEveryFraction) {
+  ForWeightsBesideFractions([](double weight, int p, int q, double distance) {
+    const uint16_t multiplier = sse2::kShearKernels.multiplier(weight);
+    // Only beside a fraction may there be none, or the slow path would be the usual one.
+    if (multiplier == kNoMultiplier) {
+      ASSERT_LT(std::fabs(distance), 0x1p-43) << p << '/' << q << " + " << distance;
+    } else {
+      ASSERT_TRUE(GivesTheRule(multiplier, weight, q)) << p << '/' << q << " + " << distance;
+    }
+  });
+}
+
+TEST(ShearMultiplierTest, IsThereForWeightsOfFewBitsBesideEveryFraction) {
   for (int q = 1; q <= 255; ++q) {
     for (int p = 0; p <= q; ++p) {
       if (std::gcd(p, q) != 1) continue;
@@ -234,7 +243,7 @@ TEST_P(ShearKernelsTest, WeightsOfFewBitsHaveMultipliersBesideEveryFraction) {
       for (double weight = nearest - 2; weight <= nearest + 2; ++weight) {
         const double scaled = std::ldexp(weight, -45);
         if (scaled < 0.0 || scaled >= 1.0) continue;
-        const uint16_t multiplier = kernels_->multiplier(scaled);
+        const uint16_t multiplier = sse2::kShearKernels.multiplier(scaled);
         ASSERT_NE(multiplier, kNoMultiplier) << p << '/' << q << ", weight " << weight << " / 2^45";
         ASSERT_TRUE(GivesTheRule(multiplier, scaled, q)) << p << '/' << q << ", weight " << weight;
       }
@@ -242,14 +251,21 @@ TEST_P(ShearKernelsTest, WeightsOfFewBitsHaveMultipliersBesideEveryFraction) {
   }
 }
 
-TEST_P(ShearKernelsTest, MultipliersEqualDoublesForRandomWeights) {
+TEST(ShearMultiplierTest, EqualsDoublesForRandomWeights) {
   Random random(7);
   for (int i = 0; i < 500; ++i) {
     const double weight = (random.Word() + random.Word() * 0x1p-32) * 0x1p-32;
-    const uint16_t multiplier = kernels_->multiplier(weight);
+    const uint16_t multiplier = sse2::kShearKernels.multiplier(weight);
     if (multiplier == kNoMultiplier) continue;
     ASSERT_TRUE(GivesTheRule(multiplier, weight, 1)) << weight;
   }
+}
+
+TEST_P(ShearKernelsTest, MultipliersAreTheSameEverywhere) {
+  ForWeightsBesideFractions([&](double weight, int p, int q, double distance) {
+    ASSERT_EQ(kernels_->multiplier(weight), sse2::kShearKernels.multiplier(weight))
+        << p << '/' << q << " + " << distance;
+  });
   EXPECT_EQ(kernels_->multiplier(0.0), 0);
   EXPECT_EQ(kernels_->multiplier(1.0), kNoMultiplier);
   EXPECT_EQ(kernels_->multiplier(0.5), 32768);
