@@ -40,6 +40,7 @@ class GuardedBytes {
   uint8_t* data() { return bytes_; }
   size_t size() const { return size_; }
   std::vector<uint8_t> Copy() const { return {bytes_, bytes_ + size_}; }
+  void CopyTo(std::vector<uint8_t>& bytes) const { bytes.assign(bytes_, bytes_ + size_); }
   void Restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), bytes_); }
 
   /// Fills the bytes from random(); many of them repeat, at a distance that no row or column has.
@@ -69,12 +70,13 @@ class GuardedBytes {
 /// is not written must not be there already.
 template <class Plain, class Variant>
 void ExpectSameBytes(GuardedBytes& bytes, Plain plain, Variant variant) {
-  const std::vector<uint8_t> before = bytes.Copy();
+  static std::vector<uint8_t> before, expected, given;  // Large; allocated once.
+  bytes.CopyTo(before);
   plain();
-  const std::vector<uint8_t> expected = bytes.Copy();
+  bytes.CopyTo(expected);
   bytes.Restore(before);
   variant();
-  const std::vector<uint8_t> given = bytes.Copy();
+  bytes.CopyTo(given);
   bytes.Restore(before);
   if (given == expected) return;
   const auto differ = std::mismatch(expected.begin(), expected.end(), given.begin());
