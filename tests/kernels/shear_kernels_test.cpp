@@ -259,20 +259,26 @@ TEST(ShearMultiplierTest, EqualsDoublesForRandomWeights) {
     if (multiplier == kNoMultiplier) continue;
     ASSERT_TRUE(GivesTheRule(multiplier, weight, 1)) << weight;
   }
+  EXPECT_EQ(sse2::kShearKernels.multiplier(0.0), 0);
+  EXPECT_EQ(sse2::kShearKernels.multiplier(1.0), kNoMultiplier);
+  EXPECT_EQ(sse2::kShearKernels.multiplier(0.5), 32768);
 }
 
-TEST_P(ShearKernelsTest, MultipliersAreTheSameEverywhere) {
+class WideShearKernelsTest : public ShearKernelsTest {};
+
+TEST_P(WideShearKernelsTest, MultipliersEqualTheSse2Kernels) {
   ForWeightsBesideFractions([&](double weight, int p, int q, double distance) {
     ASSERT_EQ(kernels_->multiplier(weight), sse2::kShearKernels.multiplier(weight))
         << p << '/' << q << " + " << distance;
   });
-  EXPECT_EQ(kernels_->multiplier(0.0), 0);
   EXPECT_EQ(kernels_->multiplier(1.0), kNoMultiplier);
-  EXPECT_EQ(kernels_->multiplier(0.5), 32768);
 }
 
+std::string NameOf(const testing::TestParamInfo<const char*>& variant) { return variant.param; }
+
 INSTANTIATE_TEST_SUITE_P(Variants, ShearKernelsTest, testing::Values("sse2", "avx2", "avx512"),
-                         [](const auto& variant) { return std::string(variant.param); });
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(Variants, WideShearKernelsTest, testing::Values("avx2", "avx512"), NameOf);
 
 }  // namespace
 }  // namespace velpicture

@@ -69,10 +69,10 @@ struct Vector {
   }
 
   static Type WidenAlpha(Type words) {
-    return Bits(words, _mm256_slli_epi32(words, 1), 0xFE000000);
+    return MixBits(words, _mm256_slli_epi32(words, 1), 0xFE000000);
   }
   static Type NarrowAlpha(Type words) {
-    return Bits(words, _mm256_srli_epi32(words, 1), 0xFF000000);
+    return MixBits(words, _mm256_srli_epi32(words, 1), 0xFF000000);
   }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
@@ -81,9 +81,7 @@ struct Vector {
     const __m128i lastOrder =
         _mm_setr_epi8(6, 5, 4, -1, 9, 8, 7, -1, 12, 11, 10, -1, 15, 14, 13, -1);
     const auto load = [pixels](int low, int high) {
-      return _mm256_inserti128_si256(
-          _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + low))),
-          _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + high)), 1);
+      return LoadBlocks([&](int b) { return pixels + (b == 0 ? low : high); });
     };
     Store(words, Or(_mm256_shuffle_epi8(load(0, 12), _mm256_set_m128i(order, order)), set));
     Store(words + kBytes,
@@ -107,7 +105,8 @@ struct Vector {
   static __m128i Load16(const uint8_t* bytes) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
   }
-  static Type Bits(Type a, Type b, uint32_t mask) {
+  /// The bits of b where the mask has ones, else those of a.
+  static Type MixBits(Type a, Type b, uint32_t mask) {
     const Type bits = Broadcast(mask);
     return _mm256_or_si256(_mm256_andnot_si256(bits, a), _mm256_and_si256(bits, b));
   }

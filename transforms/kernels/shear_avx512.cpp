@@ -69,10 +69,10 @@ struct Vector {
   }
 
   static Type WidenAlpha(Type words) {
-    return Bits(words, _mm512_slli_epi32(words, 1), 0xFE000000);
+    return MixBits(words, _mm512_slli_epi32(words, 1), 0xFE000000);
   }
   static Type NarrowAlpha(Type words) {
-    return Bits(words, _mm512_srli_epi32(words, 1), 0xFF000000);
+    return MixBits(words, _mm512_srli_epi32(words, 1), 0xFF000000);
   }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
@@ -97,7 +97,8 @@ struct Vector {
   }
   static constexpr __mmask64 kRgbGroup = 0xFFFFFFFFFFFF;
 
-  static Type Bits(Type a, Type b, uint32_t mask) {
+  /// The bits of b where the mask has ones, else those of a.
+  static Type MixBits(Type a, Type b, uint32_t mask) {
     return _mm512_ternarylogic_epi32(Broadcast(mask), b, a, 0xCA);
   }
 };

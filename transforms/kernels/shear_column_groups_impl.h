@@ -19,10 +19,12 @@ struct ColumnGroup {
   int size;
   int leastDelay;
   int greatestDelay;
-  int blockDelays[kBlocks];  ///< each block of four comes into the window by its least delay
-  int steps[kGroupPixels];   ///< what is left to a column's delay: 0 to 3
+  int blockDelays[kBlocks];            ///< the least of each block of four, by which it is loaded
+  int steps[kGroupPixels];             ///< what is left to a column's delay: 0 to 3
   uint16_t multipliers[kGroupPixels];  ///< 0, which leaves the current pixel, where there is none
   bool allExact;
+
+  bool IsWhole() const { return size == kGroupPixels && allExact; }
 };
 
 ColumnGroup PlanGroup(const ColumnShear& columns, int first, int size) {

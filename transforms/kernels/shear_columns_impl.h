@@ -4,9 +4,10 @@
 //
 // Neighbouring columns go down together, a tile of rows at a time, for down one column every pixel
 // would cost a cache line. Up to sixteen columns whose delays differ by 0 or 1 from one to the next
-// are a group, whose rows of blends make a cache line (shear_column_blend_impl.h). Where the tile's
-// source rows are not all pixels of four bytes, they come into a window first: words, one line per
-// source row, in which the background stands for rows outside the picture.
+// are a group, whose rows of blends make a cache line (shear_column_blend_impl.h). A whole group is
+// blended from the source's rows themselves. At the picture's edges, and with three-byte pixels,
+// source pixels come into a window first: words, one line per source row, in which the background
+// stands for rows outside the picture.
 //
 // Blends go straight to the picture. Where it is streamed, or takes three bytes a pixel, they
 // gather in a tile and leave for the picture a line at a time; what does not fill a line waits in
@@ -72,7 +73,7 @@ class ColumnTile {
 
   template <class Source>
   void ShearStraight(const ColumnGroup& group, const ColumnGroup& next) {
-    if (group.size == kGroupPixels && group.allExact) {
+    if (group.IsWhole()) {
       const ColumnTarget target = {columns_.destinationRows + firstRow_, group.first * 4};
       if (columns_.destinationType == kConsole) {
         BlendGroup<Source, true>(group, next, target);
@@ -102,10 +103,7 @@ class ColumnTile {
                                   {tileRows_, place * 4});
         if (place < filledPixels_) filledPixels_ = place;
       } else if (place + kGroupPixels > filledPixels_) {
-        for (int t = 0; t < rowCount_; ++t) {
-          FillPixels<false>(Row(t) + place * 4, kGroupPixels, background_, kArgb32);
-        }
-        if (place <= filledPixels_) filledPixels_ = place + kGroupPixels;
+        FillTile(place);
       }
       const int next = group.first + group.size;
       if (next == end || next - stripStart + kGroupPixels > kStripPixels) {
@@ -138,6 +136,15 @@ class ColumnTile {
     return true;
   }
 
+  /// Fills a group's place in the tile.
+  void FillTile(int place) {
+    alignas(kLineBytes) uint8_t line[kLineBytes];
+    for (int b = 0; b < kLineBytes; b += 4) StoreWord(line + b, background_);
+    for (int t = 0; t < rowCount_; ++t) StoreLine<false>(Row(t) + place * 4, line);
+    if (place <= filledPixels_) filledPixels_ = place + kGroupPixels;
+  }
+
+  /// Fills columns of the picture.
   void FillColumns(int first, int end) {
     for (int t = 0; t < rowCount_; ++t) {
       FillPixels<false>(DestinationPixel(t, first), end - first, background_,
@@ -182,8 +189,8 @@ class ColumnTile {
   /// than columns do.
   bool HoldsDirectRows(const ColumnGroup& group) const {
     const int end = firstRow_ + rowCount_ + group.greatestDelay + kMostSteps;
-    return group.size == kGroupPixels && group.allExact && end <= sourceRowsEnd_ &&
-           SourceRows(group)[0] != nullptr && columns_.sourceRows[end - 1] != nullptr;
+    return group.IsWhole() && end <= sourceRowsEnd_ && SourceRows(group)[0] != nullptr &&
+           columns_.sourceRows[end - 1] != nullptr;
   }
 
   /// Columns `first` and on of a group that holds direct rows.

@@ -55,7 +55,6 @@ uint32_t BlendInDouble(uint32_t current, uint32_t previous, double weight) {
 // what they give is combined with a set mask.
 
 struct WordSource {
-  static constexpr bool kIsWords = true;
   static constexpr int kBytes = 4;
   static auto Widened(typename Vector::Type bytes) { return bytes; }
   static uint32_t Load(const uint8_t* pixel) { return LoadWord(pixel); }
@@ -67,7 +66,6 @@ struct WordSource {
 };
 
 struct ConsoleSource {
-  static constexpr bool kIsWords = false;
   static constexpr int kBytes = 4;
   static auto Widened(typename Vector::Type bytes) { return Vector::WidenAlpha(bytes); }
   /// Bits 24 to 30 move up by one, and bit 24 stays.
@@ -83,7 +81,6 @@ struct ConsoleSource {
 };
 
 struct RgbSource {
-  static constexpr bool kIsWords = false;
   static constexpr int kBytes = 3;
   static auto Widened(typename Vector::Type bytes) { return bytes; }
   static uint32_t Load(const uint8_t* pixel) {

@@ -64,8 +64,12 @@ struct Vector {
     return _mm_sub_epi8(current, _mm_sub_epi8(_mm_xor_si128(step, upwards), upwards));
   }
 
-  static Type WidenAlpha(Type words) { return Bits(words, _mm_slli_epi32(words, 1), 0xFE000000); }
-  static Type NarrowAlpha(Type words) { return Bits(words, _mm_srli_epi32(words, 1), 0xFF000000); }
+  static Type WidenAlpha(Type words) {
+    return MixBits(words, _mm_slli_epi32(words, 1), 0xFE000000);
+  }
+  static Type NarrowAlpha(Type words) {
+    return MixBits(words, _mm_srli_epi32(words, 1), 0xFF000000);
+  }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
     const auto setWord = static_cast<uint32_t>(_mm_cvtsi128_si32(set));
@@ -91,7 +95,8 @@ struct Vector {
   }
 
  private:
-  static Type Bits(Type a, Type b, uint32_t mask) {
+  /// The bits of b where the mask has ones, else those of a.
+  static Type MixBits(Type a, Type b, uint32_t mask) {
     const Type bits = Broadcast(mask);
     return _mm_or_si128(_mm_andnot_si128(bits, a), _mm_and_si128(bits, b));
   }
