@@ -13,9 +13,9 @@ namespace {
 constexpr int kStepRows = kLineWords;
 constexpr WordMask kUnmasked = {0xFFFFFFFF, 0};
 
-/// Turns four columns of a step; put(c, r, words) gets words r and on of column c. Three-byte
-/// pixels are loaded with the four bytes in front of them where kSkip says so, else with the four
-/// behind them.
+/// Turns four columns of as many rows as a vector has words; put(c, words) gets column c of them.
+/// Three-byte pixels are loaded with the four bytes in front of them where kSkip says so, else with
+/// the four behind them.
 template <PixelPath kPath, int kSkip, class Put>
 inline void TurnFour(const uint8_t* source, ptrdiff_t stride, const Pixels<kPath, Vector>& pixels,
                      Put put) {
@@ -24,24 +24,21 @@ inline void TurnFour(const uint8_t* source, ptrdiff_t stride, const Pixels<kPath
     if constexpr (SourceBytes(kPath) == 3) return Vector::template WidenLanes<kSkip>(loaded);
     return loaded;
   };
-  for (int row = 0; row < kStepRows; row += Vector::kWords) {
-    const uint8_t* const first = source + row * stride;
-    const auto row0 = load(first);
-    const auto row1 = load(first + stride);
-    const auto low01 = Vector::Low32(row0, row1);
-    const auto high01 = Vector::High32(row0, row1);
-    const auto row2 = load(first + 2 * stride);
-    const auto row3 = load(first + 3 * stride);
-    const auto low23 = Vector::Low32(row2, row3);
-    const auto high23 = Vector::High32(row2, row3);
-    put(0, row, pixels.Changed(Vector::Low64(low01, low23)));
-    put(1, row, pixels.Changed(Vector::High64(low01, low23)));
-    put(2, row, pixels.Changed(Vector::Low64(high01, high23)));
-    put(3, row, pixels.Changed(Vector::High64(high01, high23)));
-  }
+  const auto row0 = load(source);
+  const auto row1 = load(source + stride);
+  const auto low01 = Vector::Low32(row0, row1);
+  const auto high01 = Vector::High32(row0, row1);
+  const auto row2 = load(source + 2 * stride);
+  const auto row3 = load(source + 3 * stride);
+  const auto low23 = Vector::Low32(row2, row3);
+  const auto high23 = Vector::High32(row2, row3);
+  put(0, pixels.Changed(Vector::Low64(low01, low23)));
+  put(1, pixels.Changed(Vector::High64(low01, low23)));
+  put(2, pixels.Changed(Vector::Low64(high01, high23)));
+  put(3, pixels.Changed(Vector::High64(high01, high23)));
 }
 
-/// The columns of a band that are turned by fours; `source` is the first pixel of the step's rows.
+/// The columns of a band that are turned by fours; `source` is the first pixel of the rows.
 template <PixelPath kPath, class Put>
 inline void TurnFourColumns(const uint8_t* source, ptrdiff_t stride, int column,
                             const Pixels<kPath, Vector>& pixels, Put put) {
@@ -95,13 +92,15 @@ void TransposeDirectly(const TransposeBand& band) {
     const uint8_t* const source = band.source + first * stride;
     for (int column = 0; column < wholeColumns; column += 4) {
       PrefetchStep<kPath>(source + kSourceRowsAhead * stride, stride, column);
-      TurnFourColumns(source, stride, column, pixels,
-                      [&](int which, int row, typename Vector::Type words) {
-                        uint8_t* const to =
-                            band.targetRows[column + which] + (first + row) * TargetBytes(kPath);
-                        if (row == 0) Prefetch(to, kTargetBytesAhead);
-                        pixels.Store(to, words);
-                      });
+      for (int row = 0; row < kStepRows; row += Vector::kWords) {
+        TurnFourColumns(source + row * stride, stride, column, pixels,
+                        [&](int which, typename Vector::Type words) {
+                          uint8_t* const to =
+                              band.targetRows[column + which] + (first + row) * TargetBytes(kPath);
+                          if (row == 0) Prefetch(to, kTargetBytesAhead);
+                          pixels.Store(to, words);
+                        });
+      }
     }
   }
   TurnRest<kPath>(band, first, 0, wholeColumns);
@@ -143,6 +142,24 @@ struct LineRows {
   uint8_t* lines[TransposeBand::kMaxColumns];
 };
 
+/// The columns of a step, a line of source pixels at a time; put(c, r, words) gets words r and on
+/// of column c. Of rows that collide, no more lines are in use at once than a vector has rows: a
+/// set of the cache does not hold all sixteen.
+template <PixelPath kPath, class Put>
+inline void TurnStep(const uint8_t* source, ptrdiff_t stride, int columnCount,
+                     const Pixels<kPath, Vector>& pixels, Put put) {
+  for (int first = 0; first < columnCount; first += kLineWords) {
+    const int end = columnCount - first < kLineWords ? columnCount : first + kLineWords;
+    for (int row = 0; row < kStepRows; row += Vector::kWords) {
+      for (int column = first; column < end; column += 4) {
+        TurnFourColumns(
+            source + row * stride, stride, column, pixels,
+            [&](int which, typename Vector::Type words) { put(column + which, row, words); });
+      }
+    }
+  }
+}
+
 constexpr int kStageColumns = 256;
 constexpr int kMaxSteps = 4;
 
@@ -168,12 +185,10 @@ void TransposeThroughStage(const TransposeBand& band) {
     const ptrdiff_t steps = stepCount - firstStep < kMaxSteps ? stepCount - firstStep : kMaxSteps;
     const uint8_t* source = band.source + firstStep * kStepRows * band.sourceStride;
     for (ptrdiff_t step = 1; step <= steps; ++step) {
-      for (int column = 0; column < wholeColumns; column += 4) {
-        TurnFourColumns(source, band.sourceStride, column, pixels,
-                        [&](int which, int row, typename Vector::Type words) {
-                          Vector::Store(stage[column + which] + step * kLineBytes + row * 4, words);
-                        });
-      }
+      TurnStep(source, band.sourceStride, wholeColumns, pixels,
+               [&](int column, int row, typename Vector::Type words) {
+                 Vector::Store(stage[column] + step * kLineBytes + row * 4, words);
+               });
       for (int column = wholeColumns; column < band.columnCount; ++column) {
         for (ptrdiff_t row = 0; row < kStepRows; ++row) {
           MovePixel<kToWord>(stage[column] + step * kLineBytes + row * 4,
@@ -242,18 +257,17 @@ void TransposeThroughRegisters(const TransposeBand& band) {
     const uint8_t* const source = band.source + first * stride;
     for (int column = 0; column < wholeColumns; column += 4) {
       PrefetchStep<kPath>(source + kSourceRowsAhead * stride, stride, column);
-      TurnFourColumns(source, stride, column, pixels,
-                      [&](int which, int, typename Vector::Type words) {
-                        uint8_t* const last = lastStep[column + which];
-                        if (first == 0) {
-                          Vector::Store(last, words);
-                          rows.StoreHead(column + which, last);
-                          return;
-                        }
-                        const auto line = V::Join(V::Load(last), words, rows.head[column + which]);
-                        Vector::Store(last, words);
-                        Vector::Stream(rows.lines[column + which] + (first - kStepRows) * 4, line);
-                      });
+      TurnFourColumns(source, stride, column, pixels, [&](int which, typename Vector::Type words) {
+        uint8_t* const last = lastStep[column + which];
+        if (first == 0) {
+          Vector::Store(last, words);
+          rows.StoreHead(column + which, last);
+          return;
+        }
+        const auto line = V::Join(V::Load(last), words, rows.head[column + which]);
+        Vector::Store(last, words);
+        Vector::Stream(rows.lines[column + which] + (first - kStepRows) * 4, line);
+      });
     }
   }
   if (first > 0) {
