@@ -11,8 +11,8 @@
 namespace velpicture {
 namespace {
 
-Stores StoresFor(const PictureEditor& target) {
-  return IsStreamed(target) ? Stores::kStreaming : Stores::kCached;
+Stores StoresFor(const PictureEditor& target, int64_t streamedBytes) {
+  return IsStreamed(target, streamedBytes) ? Stores::kStreaming : Stores::kCached;
 }
 
 /// From one address to another; they need not lie in the same block of memory.
@@ -118,7 +118,7 @@ void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipC
   RowMove row = {};
   row.count = source.width;
   row.mask = change.mask;
-  row.stores = StoresFor(target);
+  row.stores = StoresFor(target, kStreamedBytes);
   for (int y = 0; y < source.height; ++y) {
     const int next = std::min(y + 1, source.height - 1);
     row.target = targetRow(y);
@@ -140,7 +140,7 @@ void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn 
 
   TransposeBand band;
   band.mask = change.mask;
-  band.stores = StoresFor(target);
+  band.stores = StoresFor(target, kStreamedTurnBytes);
   uint8_t* targetRows[TransposeBand::kMaxColumns];
   band.targetRows = targetRows;
   const int bandColumns = even ? TransposeBand::kMaxColumns : BlockTurner::kColumns;

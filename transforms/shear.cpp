@@ -40,7 +40,8 @@ const ShearKernels& KernelsFor(const PictureEditor& source, const PictureEditor&
 /// Whether to write past the cache; what was written so is in order when the scope ends.
 class StreamingScope {
  public:
-  explicit StreamingScope(const PictureEditor& destination) : streaming_(IsStreamed(destination)) {}
+  explicit StreamingScope(const PictureEditor& destination)
+      : streaming_(IsStreamed(destination, kStreamedBytes)) {}
   StreamingScope(const StreamingScope&) = delete;
   StreamingScope& operator=(const StreamingScope&) = delete;
   ~StreamingScope() {
