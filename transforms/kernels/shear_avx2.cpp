@@ -29,8 +29,9 @@ struct Vector {
   static Type Or(Type a, Type b) { return _mm256_or_si256(a, b); }
   static Type Broadcast(uint32_t word) { return _mm256_set1_epi32(static_cast<int>(word)); }
   template <class Source>
-  static Type Previous(const uint8_t* pixels, Type, Type) {
-    return Source::Widened(Load(pixels - 4));
+  static Type Previous(const uint8_t* pixels, Type current, Type last) {
+    if constexpr (Source::kKeepsWords) return Load(pixels - 4);
+    return _mm256_alignr_epi8(current, _mm256_permute2x128_si256(last, current, 0x21), 12);
   }
   static void Leave() { _mm256_zeroupper(); }
 
@@ -72,7 +73,9 @@ struct Vector {
     return MixBits(words, _mm256_slli_epi32(words, 1), 0xFE000000);
   }
   static Type NarrowAlpha(Type words) {
-    return MixBits(words, _mm256_srli_epi32(words, 1), 0xFF000000);
+    // Half of it, rounded down, is what is left without the half that is rounded up.
+    const Type alpha = _mm256_and_si256(words, Broadcast(0xFF000000));
+    return _mm256_sub_epi8(words, _mm256_avg_epu8(alpha, _mm256_setzero_si256()));
   }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {

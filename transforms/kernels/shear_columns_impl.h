@@ -74,17 +74,11 @@ class ColumnTile {
   template <class Source>
   void ShearStraight(const ColumnGroup& group, const ColumnGroup& next) {
     if (group.IsWhole()) {
-      const ColumnTarget target = {columns_.destinationRows + firstRow_, group.first * 4};
-      if (columns_.destinationType == kConsole) {
-        BlendGroup<Source, true>(group, next, target);
-      } else {
-        BlendGroup<Source, false>(group, next, target);
-      }
+      BlendToRows<Source>(group, next, {columns_.destinationRows + firstRow_, group.first * 4});
       return;
     }
-    BlendGroup<Source, false>(group, next, {tileRows_, 0});
+    BlendToRows<Source>(group, next, {tileRows_, 0});
     for (int t = 0; t < rowCount_; ++t) {
-      WordsToPixels(Row(t), group.size, columns_.destinationType);
       CopyOut(DestinationPixel(t, group.first), Row(t), group.size * 4, false);
     }
   }
@@ -99,8 +93,7 @@ class ColumnTile {
       const ColumnGroup& group = groups[i];
       const int place = group.first - stripStart;
       if (!IsBackground(group)) {
-        BlendGroup<Source, false>(group, groups[i + 1 < groupCount ? i + 1 : i],
-                                  {tileRows_, place * 4});
+        BlendToRows<Source>(group, groups[i + 1 < groupCount ? i + 1 : i], {tileRows_, place * 4});
         if (place < filledPixels_) filledPixels_ = place;
       } else if (place + kGroupPixels > filledPixels_) {
         FillTile(place);
@@ -140,6 +133,7 @@ class ColumnTile {
   void FillTile(int place) {
     alignas(kLineBytes) uint8_t line[kLineBytes];
     for (int b = 0; b < kLineBytes; b += 4) StoreWord(line + b, background_);
+    if (columns_.destinationType == kConsole) WordsToPixels(line, kGroupPixels, kConsole);
     for (int t = 0; t < rowCount_; ++t) StoreLine<false>(Row(t) + place * 4, line);
     if (place <= filledPixels_) filledPixels_ = place + kGroupPixels;
   }
@@ -155,6 +149,22 @@ class ColumnTile {
   /// The group's source rows, from the one on by which its least delay leads the tile.
   const uint8_t* const* SourceRows(const ColumnGroup& group) const {
     return columns_.sourceRows + firstRow_ + group.leastDelay - 1;
+  }
+
+  /// Blends a group to the tile or, when it is whole, to the picture: pixels of four bytes as they
+  /// are to be, three-byte ones as words. Up to a group of pixels is written.
+  template <class Source>
+  void BlendToRows(const ColumnGroup& group, const ColumnGroup& next, ColumnTarget target) {
+    const bool narrow = columns_.destinationType == kConsole;
+    if (narrow && group.IsWhole()) {
+      BlendGroup<Source, true>(group, next, target);
+      return;
+    }
+    BlendGroup<Source, false>(group, next, target);
+    if (!narrow) return;
+    for (int t = 0; t < rowCount_; ++t) {
+      WordsToPixels(target.rows[t] + target.offset, group.size, kConsole);
+    }
   }
 
   /// Blends a group, and asks for the next one's pixels. A vector may reach beyond the group.
@@ -267,10 +277,11 @@ class ColumnTile {
   }
 
   void WriteStrip(int first, int size) {
-    if (!KeepsWords(columns_.destinationType)) filledPixels_ = 0;
+    const bool packs = columns_.destinationType == kRgb24;
+    if (packs) filledPixels_ = 0;
     for (int t = 0; t < rowCount_; ++t) {
       uint8_t* const words = Row(t);
-      WordsToPixels(words, size, columns_.destinationType);
+      if (packs) WordsToPixels(words, size, kRgb24);
       const int waiting = waiting_[t];
       uint8_t* const target = DestinationPixel(t, first) - waiting;
       const int bytes = waiting + size * pixelBytes_;

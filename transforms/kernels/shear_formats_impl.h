@@ -51,11 +51,12 @@ uint32_t BlendInDouble(uint32_t current, uint32_t previous, double weight) {
 }
 
 // Sources: Load gives one pixel as a word, LoadGroup stores sixteen of them as words, Widened does
-// what a vector of them needs to be blended. All leave alpha as it is where the format has none:
-// what they give is combined with a set mask.
+// what a vector of them needs to be blended, nothing where kKeepsWords says so. All leave alpha as
+// it is where the format has none: what they give is combined with a set mask.
 
 struct WordSource {
   static constexpr int kBytes = 4;
+  static constexpr bool kKeepsWords = true;
   static auto Widened(typename Vector::Type bytes) { return bytes; }
   static uint32_t Load(const uint8_t* pixel) { return LoadWord(pixel); }
   static void LoadGroup(uint8_t* words, const uint8_t* pixels, typename Vector::Type set) {
@@ -67,6 +68,7 @@ struct WordSource {
 
 struct ConsoleSource {
   static constexpr int kBytes = 4;
+  static constexpr bool kKeepsWords = false;
   static auto Widened(typename Vector::Type bytes) { return Vector::WidenAlpha(bytes); }
   /// Bits 24 to 30 move up by one, and bit 24 stays.
   static uint32_t Load(const uint8_t* pixel) {
@@ -129,8 +131,6 @@ void LoadWords(uint8_t* words, const uint8_t* pixels, int count, uint32_t set) {
 }
 
 int PixelBytes(uint32_t type) { return type == kRgb24 ? 3 : 4; }
-
-bool KeepsWords(uint32_t type) { return type != kConsole && type != kRgb24; }
 
 /// Turns words into pixels of a format where they lie. Up to a group more than `count` may be
 /// turned: there is room for whole groups.

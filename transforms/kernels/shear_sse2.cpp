@@ -25,8 +25,11 @@ struct Vector {
   static Type Or(Type a, Type b) { return _mm_or_si128(a, b); }
   static Type Broadcast(uint32_t word) { return _mm_set1_epi32(static_cast<int>(word)); }
   template <class Source>
-  static Type Previous(const uint8_t* pixels, Type, Type) {
-    return Source::Widened(Load(pixels - 4));
+  static Type Previous(const uint8_t* pixels, Type current, Type last) {
+    if constexpr (Source::kKeepsWords) return Load(pixels - 4);
+    const __m128 currentWords = _mm_castsi128_ps(current);
+    const __m128 seam = _mm_shuffle_ps(_mm_castsi128_ps(last), currentWords, 0x0F);
+    return _mm_castps_si128(_mm_shuffle_ps(seam, currentWords, 0x98));
   }
   static void Leave() {}
 
@@ -68,7 +71,9 @@ struct Vector {
     return MixBits(words, _mm_slli_epi32(words, 1), 0xFE000000);
   }
   static Type NarrowAlpha(Type words) {
-    return MixBits(words, _mm_srli_epi32(words, 1), 0xFF000000);
+    // Half of it, rounded down, is what is left without the half that is rounded up.
+    const Type alpha = _mm_and_si128(words, Broadcast(0xFF000000));
+    return _mm_sub_epi8(words, _mm_avg_epu8(alpha, _mm_setzero_si128()));
   }
 
   static void LoadRgbGroup(uint8_t* words, const uint8_t* pixels, Type set) {
