@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "simulator/cairo_storage.h"
 #include "simulator/gdk_storage.h"
 
@@ -19,6 +21,7 @@ struct StorageCase {
   int extraStrideBytes;
   int32_t lockType;
 };
+void PrintTo(const StorageCase& param, std::ostream* out) { *out << param.name; }
 
 class DesktopStorage : public testing::TestWithParam<StorageCase> {
  protected:

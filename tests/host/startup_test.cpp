@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <map>
+#include <ostream>
 
 #include "tests/host/plugin_function.h"
 
@@ -30,6 +31,9 @@ struct VersionCase {
   bool eightDigits;
   bool consoleBits;
 };
+void PrintTo(const VersionCase& param, std::ostream* out) {
+  *out << "version " << param.version << (param.reported ? "" : ", not reported");
+}
 
 class StartUp : public testing::TestWithParam<VersionCase> {};
 

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <ostream>
 
 #include "simulator/console_storage.h"
 
@@ -37,6 +38,7 @@ struct MisuseCase {
   const char* message;
   void (*act)(Host& host, Picture* picture);
 };
+void PrintTo(const MisuseCase& param, std::ostream* out) { *out << param.message; }
 
 class MisuseTest : public testing::TestWithParam<MisuseCase> {};
 
