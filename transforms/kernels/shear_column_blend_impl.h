@@ -34,12 +34,13 @@ struct DirectRows {
   intptr_t nextBytes;
 
   auto Row(int i) const {
-    if constexpr (kAhead) {
-      Prefetch(reinterpret_cast<const void*>(reinterpret_cast<intptr_t>(nextRows[i]) + nextBytes));
-    }
+    if constexpr (kAhead) PrefetchNext(i);
     const auto blocks =
         Vector::LoadBlocks([&](int b) { return blockRows[b][i] + bytes + b * kBlockBytes; });
     return Vector::Or(Source::Widened(blocks), set);
+  }
+  void PrefetchNext(int i) const {
+    Prefetch(reinterpret_cast<const void*>(reinterpret_cast<intptr_t>(nextRows[i]) + nextBytes));
   }
 };
 

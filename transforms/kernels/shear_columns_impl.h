@@ -219,6 +219,10 @@ class ColumnTile {
     rows.nextBytes = (next.first + next.size) * 4 - 1;
     BlendColumns<kNarrow>(rows, group.steps + first, group.multipliers + first,
                           {target.rows, target.offset + first * 4}, rowCount_);
+    if (!kAhead || !hasNext) return;
+    // The next group also lies across rows that have no counterpart here.
+    const int nextRowCount = rowCount_ + 1 + next.greatestDelay - next.leastDelay;
+    for (int i = rowCount_ + 1; i < nextRowCount; ++i) rows.PrefetchNext(i);
   }
 
   template <class Source>
