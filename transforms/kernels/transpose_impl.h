@@ -297,9 +297,10 @@ void Transpose(const TransposeBand& band) {
   // step. Of the source's rows, few enough are worked on at a time.
   const bool collide =
       band.columnCount > 1 && (band.targetRows[1] - band.targetRows[0]) % 1024 == 0;
-  // Through the cache, few enough columns that the lines written last are still in it when the
-  // next step comes.
+  // Through the cache, few enough columns that the lines written last are still in its first level
+  // when the next step comes. What is too large to be in any is read in longer pieces.
   constexpr int kCachedColumns = 128;
+  constexpr int kUncachedColumns = 256;
   if constexpr (TargetBytes(kPath) == 4) {
     bool streams = band.stores == Stores::kStreaming;
     for (int column = 0; column < band.columnCount; ++column) {
@@ -314,6 +315,9 @@ void Transpose(const TransposeBand& band) {
   }
   if (collide) {
     return TurnParts<kPath, kStageColumns>(band, TransposeThroughStage<kPath, false>);
+  }
+  if (band.stores == Stores::kStreaming) {
+    return TurnParts<kPath, kUncachedColumns>(band, TransposeDirectly<kPath>);
   }
   TurnParts<kPath, kCachedColumns>(band, TransposeDirectly<kPath>);
 }
