@@ -160,8 +160,9 @@ inline void TurnStep(const uint8_t* source, ptrdiff_t stride, int columnCount,
   }
 }
 
-constexpr int kStageColumns = 256;
-constexpr int kMaxSteps = 4;
+// As many lines in a target row as in a source row: memory, too, has pages that it opens slowly.
+constexpr int kStageColumns = 128;
+constexpr int kMaxSteps = 8;
 
 /// Gathers a few steps of up to kStageColumns columns, so that several lines at a stretch go to
 /// each target row. Best where rows collide in the caches and in memory.
