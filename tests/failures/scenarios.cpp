@@ -94,8 +94,7 @@ const Story kPictureStories[] = {
        if (!Function<Open>(stage, "GetPictureReader")(editor, stage.picture->handle())) {
          return "false";
        }
-       const std::string told =
-           std::to_string(editor.width) + " x " + std::to_string(editor.height);
+       std::string told = std::to_string(editor.width) + " x " + std::to_string(editor.height);
        Function<Close>(stage, "ClosePictureReader")(editor);
        return told;
      }},

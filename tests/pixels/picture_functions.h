@@ -26,7 +26,8 @@ struct PixelSession : Session {
   }
   bool Read(PictureEditor& editor, Picture* picture, bool allowCopy, bool writable) {
     using Signature = bool(PictureEditor&, Picture*, signed char, signed char);
-    return Function<Signature>(plugin, "GetPictureReader")(editor, picture, allowCopy, writable);
+    return Function<Signature>(plugin, "GetPictureReader")(editor, picture, allowCopy ? 1 : 0,
+                                                           writable ? 1 : 0);
   }
   void Close(PictureEditor& editor) {
     Function<void(PictureEditor&)>(plugin, "ClosePictureReader")(editor);

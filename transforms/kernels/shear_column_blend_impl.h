@@ -27,9 +27,9 @@ template <class Source, bool kAhead>
 struct DirectRows {
   static constexpr int kVectorBlocks = Vector::kBytes / kBlockBytes;
 
+  typename Vector::Type set;
   const uint8_t* const* blockRows[kVectorBlocks];
   intptr_t bytes;
-  typename Vector::Type set;
   const uint8_t* const* nextRows;
   intptr_t nextBytes;
 
