@@ -150,6 +150,10 @@ class ColumnTile {
   const uint8_t* const* SourceRows(const ColumnGroup& group) const {
     return columns_.sourceRows + firstRow_ + group.leastDelay - 1;
   }
+  /// How many of them its columns lie across.
+  int SourceRowCount(const ColumnGroup& group) const {
+    return rowCount_ + 1 + group.greatestDelay - group.leastDelay;
+  }
 
   /// Blends a group to the tile or, when it is whole, to the picture: pixels of four bytes as they
   /// are to be, three-byte ones as words. Up to a group of pixels is written.
@@ -221,16 +225,16 @@ class ColumnTile {
                           {target.rows, target.offset + first * 4}, rowCount_);
     if (!kAhead || !hasNext) return;
     // The next group also lies across rows that have no counterpart here.
-    const int nextRowCount = rowCount_ + 1 + next.greatestDelay - next.leastDelay;
+    const int nextRowCount = SourceRowCount(next);
     for (int i = rowCount_ + 1; i < nextRowCount; ++i) rows.PrefetchNext(i);
   }
 
   template <class Source>
   void LoadWindow(const ColumnGroup& group, const ColumnGroup& next) {
-    const int rowCount = rowCount_ + 1 + group.greatestDelay - group.leastDelay;
+    const int rowCount = SourceRowCount(group);
     const uint8_t* const* const rows = SourceRows(group);
     const uint8_t* const* const nextRows = SourceRows(next);
-    const int nextRowCount = rowCount_ + 1 + next.greatestDelay - next.leastDelay;
+    const int nextRowCount = SourceRowCount(next);
     const intptr_t nextEnd = (next.first + next.size) * Source::kBytes - 1;
     const int bytes = group.first * Source::kBytes;
     // Rows that a block does not need land in the margins of the window.

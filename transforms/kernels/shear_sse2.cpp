@@ -27,6 +27,7 @@ struct Vector {
   template <class Source>
   static Type Previous(const uint8_t* pixels, Type current, Type last) {
     if constexpr (Source::kKeepsWords) return Load(pixels - 4);
+    // The last word of the vector before, and the first three of this one.
     const __m128 currentWords = _mm_castsi128_ps(current);
     const __m128 seam = _mm_shuffle_ps(_mm_castsi128_ps(last), currentWords, 0x0F);
     return _mm_castps_si128(_mm_shuffle_ps(seam, currentWords, 0x98));
