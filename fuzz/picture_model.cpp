@@ -27,17 +27,10 @@ std::optional<Raster> PictureHost::Read(const sim::Picture& picture) {
     return Raster::Of(picture);
   }
   // A desktop picture without Cairo or GDK storage is read as what the host draws of it.
-  const auto format = Open(settings_.newPictures, false);
-  if (!format) return std::nullopt;
+  if (!Open(settings_.newPictures, false)) return std::nullopt;
   const sim::Image copy = Clone(picture, storage.width(), storage.height());
-  Raster raster(*format, copy.width, copy.height);
-  for (int y = 0; y < copy.height; ++y) {
-    for (int x = 0; x < copy.width; ++x) {
-      const sim::Rgba pixel = copy.At(x, y);
-      raster.Store(x, y, {pixel.red, pixel.green, pixel.blue, 255});
-    }
-  }
-  return raster;
+  // Only the host knows what it leaves in bits that mean nothing.
+  return Raster::Of(*sim::Host::Current().MakePicture(copy, {.storage = settings_.newPictures}));
 }
 
 bool PictureHost::CanEdit(const sim::Picture& picture) {

@@ -15,26 +15,37 @@ REALpictureStruct* MirroredCopy(REALpictureStruct* picture, bool flipColumns, bo
   });
 }
 
-/// Runs mirror(editor) on the picture itself.
-bool MirroredInPlace(REALpictureStruct* picture, void (*mirror)(PictureEditor&)) {
+/// Runs mirror(editor), which says whether it could, on the picture itself.
+bool MirroredInPlace(REALpictureStruct* picture, bool (*mirror)(PictureEditor&)) {
   EditedPicture edited(picture);
-  if (!edited) return false;
-  mirror(edited.editor());
-  return true;
+  return edited && mirror(edited.editor());
 }
+
+/// A console picture is of whatever size its host says.
+bool HasPixels(const PictureEditor& editor) { return editor.width > 0 && editor.height > 0; }
 
 }  // namespace
 
 bool MirrorPictureVel(REALpictureStruct* picture) {
-  return MirroredInPlace(picture, MirrorInPlace);
+  return MirroredInPlace(picture, [](PictureEditor& editor) {
+    if (HasPixels(editor) && editor.rowBytes >= 0) MirrorInPlace(editor);
+    return true;
+  });
 }
 
 bool HMirrorPictureVel(REALpictureStruct* picture) {
-  return MirroredInPlace(picture, ReverseRowsInPlace);
+  return MirroredInPlace(picture, [](PictureEditor& editor) {
+    if (HasPixels(editor)) ReverseRowsInPlace(editor);
+    return true;
+  });
 }
 
 bool VMirrorPictureVel(REALpictureStruct* picture) {
-  return MirroredInPlace(picture, FlipRowsInPlace);
+  return MirroredInPlace(picture, [](PictureEditor& editor) {
+    if (editor.rowBytes < 0) return false;
+    if (HasPixels(editor)) FlipRowsInPlace(editor);
+    return true;
+  });
 }
 
 REALpictureStruct* MirrorVel(REALpictureStruct* picture) {

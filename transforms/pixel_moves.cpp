@@ -119,6 +119,13 @@ void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipC
   row.count = source.width;
   row.mask = change.mask;
   row.stores = StoresFor(target, kStreamedBytes);
+  size_t restBytes = 0;
+  if (!flipColumns && source.pixelType == target.pixelType && change.path == kWordToWord) {
+    const int rowBytes = std::min(source.rowBytes, target.rowBytes);
+    row.count = rowBytes / 4;
+    restBytes = static_cast<size_t>(rowBytes % 4);
+    row.mask = {0xFFFFFFFF, 0};
+  }
   for (int y = 0; y < source.height; ++y) {
     const int next = std::min(y + 1, source.height - 1);
     row.target = targetRow(y);
@@ -126,6 +133,9 @@ void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipC
     row.targetAhead = Distance(row.target, targetRow(next));
     row.sourceAhead = Distance(row.source, RowAddress(source, next));
     moveRow(row);
+    if (restBytes != 0) {
+      std::memcpy(row.target + row.count * 4, row.source + row.count * 4, restBytes);
+    }
   }
   kernels.finishStreaming();
 }
@@ -175,22 +185,31 @@ void ReverseRowsInPlace(PictureEditor& picture) {
 
 namespace {
 
-void ExchangeRows(PictureEditor& picture, bool reverse) {
+/// Exchanges so many words of each row with those of the row opposite.
+void ExchangeRows(PictureEditor& picture, int wordCount, bool reverse) {
   const MoveKernels& kernels = SelectedKernels().moves;
   const auto exchange = reverse ? kernels.exchangeReversed : kernels.exchange;
   for (int y = 0; y < picture.height / 2; ++y) {
     const int mirrored = picture.height - 1 - y;
-    exchange(RowAddress(picture, y), RowAddress(picture, mirrored), picture.width,
+    exchange(RowAddress(picture, y), RowAddress(picture, mirrored), wordCount,
              RowAddress(picture, y + 1), RowAddress(picture, std::max(mirrored - 1, 0)));
   }
 }
 
 }  // namespace
 
-void FlipRowsInPlace(PictureEditor& picture) { ExchangeRows(picture, false); }
+void FlipRowsInPlace(PictureEditor& picture) {
+  ExchangeRows(picture, picture.rowBytes / 4, false);
+  const ptrdiff_t wordBytes = picture.rowBytes / 4 * 4;
+  for (int y = 0; wordBytes < picture.rowBytes && y < picture.height / 2; ++y) {
+    uint8_t* const row = RowAddress(picture, y);
+    std::swap_ranges(row + wordBytes, row + picture.rowBytes,
+                     RowAddress(picture, picture.height - 1 - y) + wordBytes);
+  }
+}
 
 void MirrorInPlace(PictureEditor& picture) {
-  ExchangeRows(picture, true);
+  ExchangeRows(picture, picture.width, true);
   if (picture.height % 2 == 0) return;
   uint8_t* const middle = RowAddress(picture, picture.height / 2);
   const ptrdiff_t half = picture.width / 2;

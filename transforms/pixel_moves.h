@@ -3,11 +3,11 @@
 // Pixel moves: every pixel of one picture goes to another place, in the same picture or in another
 // one, and nothing is blended. The mirrors and the quarter turns are made of these.
 //
-// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. Only pixels are
-// read and written: row padding stays as it is, and nothing beyond the last pixel of a row is
-// touched. Formats (kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32) may differ between
-// source and target; a pixel is then converted as GetPixel and SetPixel would. Equal formats move
-// whole words, as the format stores them.
+// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. But where rows
+// move whole, only pixels are read and written: row padding stays as it is, and nothing beyond the
+// last pixel of a row is touched. Formats (kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32)
+// may differ between source and target; a pixel is converted as GetPixel and SetPixel would, which
+// leave bits that mean nothing as the target's format wants them.
 
 #include <cstdint>
 
@@ -17,7 +17,8 @@ namespace velpicture {
 
 /// Copies every pixel of `source` to `target`, which is of the same size and shares no memory with
 /// it: column x goes to width − 1 − x where `flipColumns`, row y to height − 1 − y where
-/// `flipRows`.
+/// `flipRows`. Rows of one four-byte format in both that keep their columns move whole, byte by
+/// byte: as much of them, padding included, as the smaller stride holds.
 void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipColumns,
                   bool flipRows);
 
@@ -30,15 +31,16 @@ enum class QuarterTurn {
 /// shares no memory with it.
 void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn turn);
 
-/// Mirrors a picture of a four-byte format left to right where it stands. Words move unchanged,
-/// here and below.
+/// Mirrors a picture of a four-byte format left to right where it stands. It has pixels, and words
+/// move unchanged, here and below.
 void ReverseRowsInPlace(PictureEditor& picture);
 
-/// Mirrors a picture of a four-byte format top to bottom where it stands. Rows change places word
-/// by word, without a buffer.
+/// Mirrors a picture of a four-byte format top to bottom where it stands. Rows change places whole,
+/// padding included, word by word and without a buffer.
 void FlipRowsInPlace(PictureEditor& picture);
 
-/// Turns a picture of a four-byte format by a half turn where it stands; as FlipRowsInPlace.
+/// Turns a picture of a four-byte format by a half turn where it stands, without a buffer. Padding
+/// stays.
 void MirrorInPlace(PictureEditor& picture);
 
 }  // namespace velpicture

@@ -70,6 +70,7 @@ void Raster::Store(int x, int y, const Channels& channels) {
 }
 
 Raster Mirrored(const Raster& source, Format format, bool columns, bool rows) {
+  if (rows && !columns && format == source.format) return MirroredInPlace(source, false, true);
   Raster result(format, source.width, source.height);
   for (int y = 0; y < source.height; ++y) {
     for (int x = 0; x < source.width; ++x) {

@@ -40,7 +40,8 @@ struct Raster {
   std::vector<uint32_t> words;
 };
 
-/// Column x goes to width - 1 - x where `columns`, row y to height - 1 - y where `rows`.
+/// Column x goes to width - 1 - x where `columns`, row y to height - 1 - y where `rows`. Rows that
+/// stay whole and keep their format move bit by bit.
 Raster Mirrored(const Raster& source, Format format, bool columns, bool rows);
 /// The same with stored words kept as they are.
 Raster MirroredInPlace(const Raster& source, bool columns, bool rows);

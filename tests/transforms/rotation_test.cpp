@@ -239,6 +239,23 @@ TEST(Rotation, SizesThatDoNotFitAreRefused) {
 /// function(picture, angle, background) with a stack that is `misalignment` bytes off a multiple
 /// of 16 at the call.
 extern "C" uint32_t callMisaligned(void* function, const uint32_t* words, uint32_t misalignment);
+    // In place, nothing is touched either, and only rows of a negative length are no rows.
+    for (const Size size : {Size{4, 0},
+                            {4, -1},
+                            {0, 2},
+                            {-4, 3},
+                            {-4, -3},
+                            {INT_MIN, 3},
+                            {-INT_MAX, 2},
+                            {0x20000000, 2}}) {
+      SCOPED_TRACE(size.width);
+      OddStorage::answer = {kStorageConsoleBlock, &block, size.width, size.height, {}};
+      const bool isRow = static_cast<int>(static_cast<uint32_t>(size.width) * 4) >= 0;
+      EXPECT_TRUE(session.plugin.Call("MirrorPictureVel", picture.get()).boolean);
+      EXPECT_EQ(session.plugin.Call("VMirrorPictureVel", picture.get()).boolean, isRow);
+      if (size.width > 0 && size.height > 0) continue;
+      EXPECT_TRUE(session.plugin.Call("HMirrorPictureVel", picture.get()).boolean);
+    }
 asm(R"(
   .text
   .type callMisaligned, @function
