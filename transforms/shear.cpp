@@ -173,14 +173,32 @@ void SkewColumns(const PictureEditor& source, PictureEditor& destination, int fi
 
 }  // namespace velpicture
 
+namespace {
+
+/// Leaves the row cursor as GetPixel and SetPixel would, y being the last row with such a pixel.
+void LeaveCursor(PictureEditor& editor, int64_t y) {
+  if (editor.width < 1 || editor.height < 1) return;
+  editor.accessX = 0;
+  editor.accessY = static_cast<int32_t>(y);
+}
+
+}  // namespace
+
 void SkewRow(PictureEditor& source, PictureEditor& destination, int line, int offset, double weight,
              int red, int green, int blue, int alpha) {
   const velpicture::ShearLine shear{offset, weight};
   velpicture::SkewRows(source, destination, line, &shear, 1, {red, green, blue, alpha});
+  LeaveCursor(source, line);
+  LeaveCursor(destination, line);
 }
 
 void SkewColumn(PictureEditor& source, PictureEditor& destination, int line, int offset,
                 double weight, int red, int green, int blue, int alpha) {
   const velpicture::ShearLine shear{offset, weight};
   velpicture::SkewColumns(source, destination, line, &shear, 1, {red, green, blue, alpha});
+  // The pixel behind the last source pixel comes last, after background down to the end.
+  const int64_t trailing = static_cast<int64_t>(source.height) + offset;
+  const bool isInside = trailing >= 0 && trailing < destination.height;
+  LeaveCursor(source, source.height - 1);
+  LeaveCursor(destination, isInside ? trailing : destination.height - 1);
 }

@@ -20,7 +20,8 @@
 #include "pixels/picture_editor.h"
 #include "transforms/kernels/shear_kernels.h"
 
-/// Shears one row, or one column. 0 <= weight <= 1; the background's channels are 0 to 255.
+/// Shears one row, or one column. 0 <= weight <= 1; the background's channels are 0 to 255. The row
+/// cursors of both editors end up where reading and writing pixel by pixel would leave them.
 VEL_EXPORT void SkewRow(PictureEditor& source, PictureEditor& destination, int line, int offset,
                         double weight, int red, int green, int blue, int alpha);
 VEL_EXPORT void SkewColumn(PictureEditor& source, PictureEditor& destination, int line, int offset,

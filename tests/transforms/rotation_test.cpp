@@ -130,6 +130,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
         (name == std::string("SkewRow") ? made.width : made.height) = length;
         made.pixels = reinterpret_cast<uint8_t*>(pixels.data());
         made.rowBytes = made.width * 4, made.bytesPerPixel = 4, made.pixelType = 14;
+        made.accessX = made.accessY = 99;
         return made;
       };
       const auto words = [](std::vector<uint32_t> channels) {
@@ -141,6 +142,11 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       const int back = line.background;
       skew(source, target, 0, line.offset, line.weight, back, back, back, back);
       EXPECT_EQ(to, words(line.expected));
+      // As reading and writing pixel by pixel leaves the cursors, up to the trailing one.
+      const int last = std::min(source.height + line.offset, target.height - 1);
+      EXPECT_EQ(std::pair(source.accessX, source.accessY), std::pair(0, source.height - 1));
+      EXPECT_EQ(std::pair(target.accessX, target.accessY),
+                std::pair(0, target.height == 1 ? 0 : last));
     }
   }
 }
