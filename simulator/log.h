@@ -3,6 +3,8 @@
 // The log: every look-up, every call of the plugin into the host and every library it opens, in
 // order.
 
+#include <xmmintrin.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +22,8 @@ struct LogLine {
   std::string arguments;
   /// A look-up or library that was not found, a call that was made to fail.
   bool failed;
+  /// How floating-point numbers were computed with at that moment.
+  unsigned mxcsr = _mm_getcsr();
 };
 
 class Log {

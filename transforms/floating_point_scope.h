@@ -4,10 +4,8 @@
 
 namespace velpicture {
 
-/// Computes with round-to-nearest, full precision and denormals, whatever the caller had set, and
-/// leaves the caller's floating-point control and status as they were. What runs under the scope
-/// must be a function of its own that is not inlined into the one that holds it: compilers may move
-/// arithmetic across these calls.
+/// Round-to-nearest, full precision and denormals, whatever the caller had set; the caller's
+/// floating-point control and status are put back at the end.
 class FloatingPointScope {
  public:
   FloatingPointScope() {
@@ -21,5 +19,21 @@ class FloatingPointScope {
  private:
   std::fenv_t saved_;
 };
+
+/// A function of its own, and none that its compiler knows to be pure: otherwise arithmetic could
+/// be moved out of the scope.
+template <class Compute>
+[[gnu::noinline]] auto ComputeApart(Compute& compute) {
+  asm volatile("" : : : "memory");
+  return compute();
+}
+
+/// compute() under a FloatingPointScope. It must not call the host, which has settings of its own
+/// to see and to change.
+template <class Compute>
+auto ComputeInScope(Compute compute) {
+  const FloatingPointScope scope;
+  return ComputeApart(compute);
+}
 
 }  // namespace velpicture

@@ -49,6 +49,13 @@ REALpictureStruct* MakeFromTaken(REALpictureStruct* picture, Make make) {
   return result.Release();
 }
 
+/// MakePicture(model, width, height, fill), fill computing apart from what the host is called for.
+template <class Fill>
+REALpictureStruct* MakeSheared(PictureEditor& model, int width, int height, Fill fill) {
+  return MakePicture(model, width, height,
+                     [&](PictureEditor& target) { ComputeInScope([&] { fill(target); }); });
+}
+
 /// The three shears of one picture: sizes and offsets, decided once from its size and the angle.
 /// Offsets are carried from line to line where the recurrence is given, since recomputing them
 /// would round differently.
@@ -60,6 +67,7 @@ class ThreeShears {
         width_(picture.width),
         height_(picture.height),
         factors_(FactorsOf(angleDegrees)),
+        firstWidth_(SideLength(width_ + std::trunc(height_ * std::fabs(factors_.halfTangent)), 0)),
         finalWidth_(SideLength(height_ * std::fabs(factors_.sine) + width_ * factors_.cosine, 1)),
         finalHeight_(SideLength(width_ * std::fabs(factors_.sine) + height_ * factors_.cosine, 1)) {
   }
@@ -67,8 +75,7 @@ class ThreeShears {
   /// The rows sheared by the half tangent.
   REALpictureStruct* ShearRows() {
     const double t = factors_.halfTangent;
-    const int width = SideLength(width_ + std::trunc(height_ * std::fabs(t)), 0);
-    return MakePicture(picture_, width, picture_.height, [&](PictureEditor& target) {
+    return MakeSheared(picture_, firstWidth_, picture_.height, [&](PictureEditor& target) {
       const double origin = t >= 0.0 ? 0.0 : height_;
       ShearLines(
           picture_.height, [&](int row) { return (row - origin + 0.5) * t; },
@@ -81,7 +88,7 @@ class ThreeShears {
   /// The columns of `sheared` sheared by the sine. Takes over the reference.
   REALpictureStruct* ShearColumns(REALpictureStruct* sheared) {
     return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
-      return MakePicture(picture_, pixels.width, finalHeight_, [&](PictureEditor& target) {
+      return MakeSheared(picture_, pixels.width, finalHeight_, [&](PictureEditor& target) {
         const double sine = factors_.sine;
         double offset = sine > 0.0 ? (width_ - 1.0) * sine : -sine * (width_ - pixels.width);
         ShearLines(
@@ -101,7 +108,7 @@ class ThreeShears {
   /// The rows of `sheared` sheared by the half tangent again. Takes over the reference.
   REALpictureStruct* ShearRowsBack(REALpictureStruct* sheared) {
     return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
-      return MakePicture(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
+      return MakeSheared(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
         const double sine = factors_.sine;
         const double t = factors_.halfTangent;
         double offset = sine >= 0.0 ? (width_ - 1.0) * sine * -t
@@ -127,6 +134,7 @@ class ThreeShears {
   double width_;
   double height_;
   ShearFactors factors_;
+  int firstWidth_;
   int finalWidth_;
   int finalHeight_;
 };
@@ -145,7 +153,8 @@ REALpictureStruct* QuarterTurned(REALpictureStruct* picture, int quarterTurns) {
 /// Takes over the reference on the picture.
 REALpictureStruct* ShearRotated(REALpictureStruct* picture, double angleDegrees, Rgba background) {
   return MakeFromTaken(picture, [&](PictureEditor& source) -> REALpictureStruct* {
-    ThreeShears shears(source, angleDegrees, background);
+    ThreeShears shears =
+        ComputeInScope([&] { return ThreeShears(source, angleDegrees, background); });
     REALpictureStruct* const first = shears.ShearRows();
     if (first == nullptr) return nullptr;
     REALpictureStruct* const second = shears.ShearColumns(first);
@@ -154,11 +163,11 @@ REALpictureStruct* ShearRotated(REALpictureStruct* picture, double angleDegrees,
   });
 }
 
-[[gnu::noinline]] REALpictureStruct* Rotate(REALpictureStruct* picture, double angle,
-                                            unsigned long background) {
-  const double normalized = NormalizedAngle(angle);
-  if (std::isnan(normalized)) return nullptr;
-  const AngleReduction reduction = ReduceAngle(normalized);
+}  // namespace
+
+REALpictureStruct* rbRotate(REALpictureStruct* picture, double angle, unsigned long background) {
+  AngleReduction reduction;
+  if (!ReduceAngle(angle, reduction)) return nullptr;
   if (reduction.isExact) {
     return reduction.quarterTurns == 0 ? ClonePicture(picture)
                                        : QuarterTurned(picture, reduction.quarterTurns);
@@ -170,11 +179,4 @@ REALpictureStruct* ShearRotated(REALpictureStruct* picture, double angleDegrees,
   if (working == nullptr) return nullptr;
   const Rgba color = UnpackColor(background, static_cast<int>(background >> 24));
   return ShearRotated(working, reduction.angleDegrees, color);
-}
-
-}  // namespace
-
-REALpictureStruct* rbRotate(REALpictureStruct* picture, double angle, unsigned long background) {
-  const FloatingPointScope scope;
-  return Rotate(picture, angle, background);
 }

@@ -18,11 +18,8 @@ uint64_t PictureBytes(int64_t width, int64_t height) {
 
 int64_t Truncated(double size) { return static_cast<int64_t>(size); }
 
-[[gnu::noinline]] uint64_t Estimate(REALpictureStruct* picture, double normalizedAngle) {
-  const int64_t sourceWidth = GetPictureWidth(picture);
-  const int64_t sourceHeight = GetPictureHeight(picture);
+uint64_t Estimate(int64_t sourceWidth, int64_t sourceHeight, const AngleReduction& reduction) {
   const uint64_t sourceBytes = PictureBytes(sourceWidth, sourceHeight);
-  const AngleReduction reduction = ReduceAngle(normalizedAngle);
   if (reduction.isExact) return sourceBytes;
 
   const bool sidesSwapped = reduction.quarterTurns % 2 != 0;
@@ -45,15 +42,12 @@ int64_t Truncated(double size) { return static_cast<int64_t>(size); }
          PictureBytes(width3, height3);
 }
 
-[[gnu::noinline]] long long RotationMemory(REALpictureStruct* picture, double angle) {
-  const double normalized = NormalizedAngle(angle);
-  if (std::isnan(normalized)) return 0;
-  return static_cast<long long>(Estimate(picture, normalized));
-}
-
 }  // namespace
 
 long long rbRotateMemory(REALpictureStruct* picture, double angle) {
-  const FloatingPointScope scope;
-  return RotationMemory(picture, angle);
+  AngleReduction reduction;
+  if (!ReduceAngle(angle, reduction)) return 0;
+  const int width = GetPictureWidth(picture);
+  const int height = GetPictureHeight(picture);
+  return ComputeInScope([&] { return static_cast<long long>(Estimate(width, height, reduction)); });
 }

@@ -7,19 +7,17 @@
 
 namespace velpicture {
 
-/// The angle in [0, 360], or NaN for one that is not finite. 360 itself comes from negative angles
-/// too small to change it. Finishes at once for every double: the remainder is exact, so it equals
-/// what repeated subtraction would give.
-double NormalizedAngle(double angleDegrees);
-
 struct AngleReduction {
   int quarterTurns;     ///< 0 to 3, counter-clockwise
   bool isExact;         ///< the quarter turns are the whole angle
   double angleDegrees;  ///< what is left for the shears: (-45, 45], or (315, 360] without a turn
 };
 
-/// Splits a normalised angle. Comparisons are exact; 45, 135, 225 and 315 are sheared by 45.
-AngleReduction ReduceAngle(double normalizedDegrees);
+/// Splits an angle; false, with nothing told, for one that is not finite. It is brought to [0, 360]
+/// first, 360 itself coming from negative angles too small to change it; at once for every double,
+/// since the remainder is exact and equals what repeated subtraction would give. Comparisons are
+/// exact; 45, 135, 225 and 315 are sheared by 45.
+bool ReduceAngle(double angleDegrees, AngleReduction& reduction);
 
 /// The factors of a rotation by three shears: by the tangent of half the angle along the rows, by
 /// the sine along the columns, by the tangent again (A. Paeth, "A Fast Algorithm for General Raster

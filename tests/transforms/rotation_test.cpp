@@ -239,12 +239,6 @@ TEST(Rotation, SizesThatDoNotFitAreRefused) {
       }
       EXPECT_EQ(session.host.Imbalance(), "");
     }
-  }
-}
-
-/// function(picture, angle, background) with a stack that is `misalignment` bytes off a multiple
-/// of 16 at the call.
-extern "C" uint32_t callMisaligned(void* function, const uint32_t* words, uint32_t misalignment);
     // In place, nothing is touched either, and only rows of a negative length are no rows.
     for (const Size size : {Size{4, 0},
                             {4, -1},
@@ -262,6 +256,12 @@ extern "C" uint32_t callMisaligned(void* function, const uint32_t* words, uint32
       if (size.width > 0 && size.height > 0) continue;
       EXPECT_TRUE(session.plugin.Call("HMirrorPictureVel", picture.get()).boolean);
     }
+  }
+}
+
+/// function(picture, angle, background) with a stack that is `misalignment` bytes off a multiple
+/// of 16 at the call.
+extern "C" uint32_t callMisaligned(void* function, const uint32_t* words, uint32_t misalignment);
 asm(R"(
   .text
   .type callMisaligned, @function
@@ -311,6 +311,7 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
       uint32_t mxcsr = 0;
       constexpr uint32_t kUsual = 0x1F80;
       asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(habit.control), "m"(habit.mxcsr) : "memory");
+      session.host.log.Clear();
       const uint32_t result = callMisaligned(rotate, words, habit.misalignment);
       asm volatile("fnstcw %0\n\tstmxcsr %1\n\tfninit\n\tldmxcsr %2"
                    : "=m"(control), "=m"(mxcsr)
@@ -318,6 +319,9 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
                    : "memory");
       EXPECT_EQ(control, habit.control);
       EXPECT_EQ(mxcsr, habit.mxcsr);
+      for (const sim::LogLine& line : session.host.log.lines) {
+        EXPECT_EQ(line.mxcsr, habit.mxcsr) << line.name;
+      }
       const auto made = sim::Ref<sim::Picture>::Adopt(
           session.host.Live<sim::Picture>(reinterpret_cast<void*>(uintptr_t{result})));
       ASSERT_TRUE(made);
