@@ -2,6 +2,13 @@
 
 #include <dlfcn.h>
 
+#if defined(__i386__)
+// By default these would ask for the C library that they have lately become part of. It still has
+// the versions that every older one has, too.
+asm(".symver dlopen, dlopen@GLIBC_2.1");
+asm(".symver dlsym, dlsym@GLIBC_2.0");
+#endif
+
 unsigned char* (*_gdk_pixbuf_get_pixels)(const void*) = nullptr;
 int (*_gdk_pixbuf_get_rowstride)(const void*) = nullptr;
 void* (*_gdk_pixbuf_get_from_drawable)(void*, void*, void*, int, int, int, int, int, int) = nullptr;
