@@ -42,7 +42,7 @@ bool FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBu
   return true;
 }
 
-/// The surface behind a Cairo context; false when there is none with pixels.
+/// The surface behind a Cairo context; false when there is none with pixels of four bytes.
 bool DescribeSurface(void* context, PixelBuffer& buffer) {
   void* const surface = _cairo_get_target(context);
   if (surface == nullptr) return false;
@@ -50,7 +50,8 @@ bool DescribeSurface(void* context, PixelBuffer& buffer) {
   buffer.width = _cairo_image_surface_get_width(surface);
   buffer.height = _cairo_image_surface_get_height(surface);
   buffer.rowBytes = _cairo_image_surface_get_stride(surface);
-  return buffer.width > 0 && buffer.height > 0 && buffer.rowBytes > 0 && buffer.pixels != nullptr;
+  return buffer.width > 0 && buffer.height > 0 && buffer.rowBytes / 4 >= buffer.width &&
+         buffer.pixels != nullptr;
 }
 
 Attempt OpenCairo(PictureEditor& editor, REALpictureStruct* picture) {

@@ -103,6 +103,7 @@ TEST_P(Reader, TriesTheStoragesInOrder) {
       EXPECT_EQ(editor.rowBytes, param.pixelType == 8 ? 20 : 32);
     }
     EXPECT_EQ(editor.baseAddress, editor.pixels);
+    EXPECT_EQ(editor.rowTable != nullptr ? *editor.rowTable : editor.pixels, editor.pixels);
     EXPECT_EQ(editor.ownedBuffer, nullptr);
     EXPECT_EQ(editor.hasAlpha, param.alpha);
     EXPECT_EQ(editor.writable, param.mode == 'e');
@@ -193,15 +194,19 @@ TEST(ReaderChecks, LibrariesThatGiveNothingAreRefused) {
   SKIP_WITHOUT(kCairo);
   SKIP_WITHOUT(kGdk);
   static int unrefs;
+  static uintptr_t answer;
   static void (*unref)(void*);
   struct Silent {
     StorageKind storage;
     const char* entry;
     int pixbufs;
+    uintptr_t answer = 0;
   };
   for (const Silent& each : {Silent{kCairo, "_cairo_image_surface_get_width", 0},
+                             {kCairo, "_cairo_image_surface_get_width", 0, 0x40000001},
                              {kCairo, "_cairo_image_surface_get_height", 0},
                              {kCairo, "_cairo_image_surface_get_stride", 0},
+                             {kCairo, "_cairo_image_surface_get_stride", 0, 7},
                              {kCairo, "_cairo_image_surface_get_data", 0},
                              {kCairo, "_cairo_get_target", 0},
                              {kGdk, "_gdk_pixbuf_get_from_drawable", 0},
@@ -215,8 +220,9 @@ TEST(ReaderChecks, LibrariesThatGiveNothingAreRefused) {
       unref(pixbuf);
     };
     unrefs = 0;
-    // Whatever the entry is asked, it answers 0.
-    Variable<void* (*)()>(session.plugin, each.entry) = []() -> void* { return nullptr; };
+    // Whatever the entry is asked, it answers alike.
+    answer = each.answer;
+    Variable<uintptr_t (*)()>(session.plugin, each.entry) = [] { return answer; };
     const auto picture = session.host.MakePicture(sim::Image(2, 2), {.storage = each.storage});
     PictureEditor editor;
     EXPECT_FALSE(session.Read(editor, picture->handle()));
