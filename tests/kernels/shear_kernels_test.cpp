@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tests/kernels/guarded_bytes.h"
-#include "transforms/kernels/shear_kernels.h"
+#include "transforms/kernels/kernels.h"
 
 namespace velpicture {
 namespace {
@@ -74,14 +74,8 @@ struct Picture {
 class ShearKernelsTest : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    const std::string name = GetParam();
-    if (name == "sse2") kernels_ = &sse2::kShearKernels;
-    if (name == "avx2" && __builtin_cpu_supports("avx2")) kernels_ = &avx2::kShearKernels;
-    if (name == "avx512" && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512vl")) {
-      kernels_ = &avx512::kShearKernels;
-    }
-    if (kernels_ == nullptr) GTEST_SKIP() << "this machine has no " << name;
+    if (!SelectKernels(GetParam())) GTEST_SKIP() << "this machine has no " << GetParam();
+    kernels_ = &SelectedKernels().shears;
   }
 
   /// Runs shear(kernels) with the plain kernels and with the variant's.

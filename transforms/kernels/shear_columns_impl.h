@@ -296,7 +296,8 @@ class ColumnTile {
       const int rest = (bytes - BytesToLine(target)) & (kLineBytes - 1);
       const int leaving = bytes > rest ? bytes - rest : 0;
       CopyOut(target, words - waiting, leaving, columns_.streaming);
-      // Upwards or downwards by less than a line: the line is read before it is written.
+      // The source lies further on, if by less than a line, and is copied from its start: what a
+      // vector writes has been read.
       StoreLine<false>(words - kLineBytes, words - waiting + bytes - kLineBytes);
       waiting_[t] = static_cast<uint8_t>(bytes - leaving);
     }
