@@ -9,7 +9,7 @@ namespace sim {
 namespace {
 
 // A row table entry past the last row: reading through it ends the process.
-uint8_t* const kPoisonRow = reinterpret_cast<uint8_t*>(0xBAD0BAD0);
+constexpr uintptr_t kPoisonRow = 0xBAD0BAD0;
 constexpr int kPoisonRows = 4;
 
 // 20 keeps rows at multiples of 4 and off multiples of 16.
@@ -55,7 +55,9 @@ ConsoleStorage::ConsoleStorage(const StorageRequest& request)
     std::memset(row + stride - gapBytes_, kGuardByte, static_cast<size_t>(gapBytes_));
   }
   table_ = rows_;
-  table_.insert(table_.end(), kPoisonRows, kPoisonRow);
+  // No two pictures' are alike: a row copied onto itself would not be noticed.
+  const uintptr_t poison = kPoisonRow - (reinterpret_cast<uintptr_t>(this) & 0xFFFF);
+  table_.insert(table_.end(), kPoisonRows, reinterpret_cast<uint8_t*>(poison));
   std::memset(&block_, kGuardByte, sizeof block_);
   // An alpha picture's flags are of no interest to anybody, so they are not zero.
   block_.flags = alpha() ? 1 : 0;

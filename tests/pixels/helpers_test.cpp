@@ -85,9 +85,15 @@ TEST(Helpers, AMaskThatTheHostDoesNotGiveIsLeftOut) {
   source->mask = session.host.NewPicture(6, 4, false);
   session.host.faults.FailNth(7);
   const auto clone = session.Own(session.Call<Clone>("ClonePictureWithMask", source->handle()));
+  const std::string log = session.host.log.Text();
+  EXPECT_NE(log.find("Mask(picture#3, 1)", log.find("Mask(picture#1, 0)")), log.npos) << log;
   EXPECT_EQ(session.Steps(), "side? side? new graphics method? draw drop mask mask drop");
   ASSERT_TRUE(clone);
   EXPECT_EQ(clone->mask, nullptr);
+  // Into a picture that the host does not make, nothing is drawn.
+  session.host.faults.FailNth(3);
+  EXPECT_EQ(session.Call<Clone>("ClonePicture", source->handle()), nullptr);
+  EXPECT_EQ(session.Steps(), "side? side? new");
 }
 
 TEST(Helpers, WhatIsNoPictureHasNoSizeAndNoClone) {
@@ -177,8 +183,8 @@ TEST(Helpers, OwnCopyIsParticular) {
   for (const CopyCase& each : kCases) {
     SCOPED_TRACE(each.name);
     PixelSession session;
-    const sim::Image image = Opaque(Numbered(6, 4)), before(6, 4, kWhite);
-    const auto source = session.host.MakePicture(image, {.rows = sim::RowLayout::kScattered});
+    const sim::Image image = Opaque(Numbered(1, 4)), before(1, 4, kWhite);
+    const auto source = session.host.MakePicture(image);
     const auto target = session.host.MakePicture(before, {.rows = sim::RowLayout::kReversed});
     Copy copy{&target->StorageAs<sim::ConsoleStorage>().block(),
               &source->StorageAs<sim::ConsoleStorage>().block(), &session.host.faults};

@@ -74,10 +74,12 @@ TEST(WritersTest, SizesHaveLimits) {
     }
     // With alpha channel the host alone sets limits.
     PictureEditor editor;
+    std::memset(&editor, 0xA5, sizeof editor);
     EXPECT_EQ(
         Function<Sized>(session.plugin, "NewPictureWriterWithAlphaChannel")(editor, width, height),
         positive);
     session.Free(editor);
+    EXPECT_EQ(session.Steps().empty(), !positive);
   }
   EXPECT_EQ(session.host.Imbalance(), "");
 }
@@ -192,12 +194,15 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
   session.host.faults.FailNth(1);
   EXPECT_FALSE(session.Render(editor));
   EXPECT_EQ(session.Steps(), "build");
+  // The largest buffer of all is tried.
   session.host.faults.FailNth(1);
-  EXPECT_FALSE(linux(editor = {}, 10, 4));
+  EXPECT_FALSE(linux(editor = {}, 1, 0x7FFFFFFF / 3 - 1));
   EXPECT_TRUE(session.host.faults.fired());
   const std::pair<long, long> kTooLarge[] = {
       {32767, 32767}, {1L << 30, 1L << 30}, {0x7FFFFFFF, 0x7FFFFFFF}, {-1, 4}, {4, -2}};
+  session.host.faults.Clear();
   for (const auto& [width, height] : kTooLarge) EXPECT_FALSE(linux(editor = {}, width, height));
+  EXPECT_EQ(session.host.faults.fallible(), 0) << "no memory is asked for";
   EXPECT_EQ(session.host.Imbalance(), "");
 }
 

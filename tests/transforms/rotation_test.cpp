@@ -143,10 +143,10 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       skew(source, target, 0, line.offset, line.weight, back, back, back, back);
       EXPECT_EQ(to, words(line.expected));
       // As reading and writing pixel by pixel leaves the cursors, up to the trailing one.
-      const int last = std::min(source.height + line.offset, target.height - 1);
-      EXPECT_EQ(std::pair(source.accessX, source.accessY), std::pair(0, source.height - 1));
-      EXPECT_EQ(std::pair(target.accessX, target.accessY),
-                std::pair(0, target.height == 1 ? 0 : last));
+      const int last =
+          target.height == 1 ? 0 : std::min(source.height + line.offset, target.height - 1);
+      EXPECT_EQ(std::tuple(source.accessX, source.accessY, target.accessX, target.accessY),
+                std::tuple(0, source.height - 1, 0, last));
     }
   }
 }
@@ -319,9 +319,7 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
                    : "memory");
       EXPECT_EQ(control, habit.control);
       EXPECT_EQ(mxcsr, habit.mxcsr);
-      for (const sim::LogLine& line : session.host.log.lines) {
-        EXPECT_EQ(line.mxcsr, habit.mxcsr) << line.name;
-      }
+      for (const auto& line : session.host.log.lines) EXPECT_EQ(line.mxcsr, habit.mxcsr);
       const auto made = sim::Ref<sim::Picture>::Adopt(
           session.host.Live<sim::Picture>(reinterpret_cast<void*>(uintptr_t{result})));
       ASSERT_TRUE(made);
