@@ -46,8 +46,9 @@ function(velpicture_plugin target)
     POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
-  target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,-z,relro,-z,now -Wl,--exclude-libs,ALL
-    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/plugin.map)
+  # The older form of the symbol table is all that C libraries before 2.5 know.
+  target_link_options(${target} PRIVATE -Wl,--hash-style=both -Wl,-Bsymbolic -Wl,-z,relro,-z,now
+    -Wl,--exclude-libs,ALL -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/plugin.map)
   if(VEL_SANITIZE OR VEL_FUZZ)
     return()  # What they call is defined in the program that loads the plugin.
   endif()

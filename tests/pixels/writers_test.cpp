@@ -184,7 +184,7 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
       EXPECT_EQ(session.Steps(), "build clear");
       EXPECT_EQ(rendered->Read().At(9, 3), (sim::Rgba{117, 118, 119, 255}));
     } else {
-      session.Free(editor);
+      for (int i = 0; i < 2; ++i) session.Free(editor);
       EXPECT_EQ(session.Steps(), "");
     }
     EXPECT_EQ(session.host.Imbalance(), "") << "the buffer is freed";
@@ -203,6 +203,8 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
   session.host.faults.Clear();
   for (const auto& [width, height] : kTooLarge) EXPECT_FALSE(linux(editor = {}, width, height));
   EXPECT_EQ(session.host.faults.fallible(), 0) << "no memory is asked for";
+  EXPECT_TRUE(linux(editor = {}, 4, 0)) << "the spare row alone";
+  session.Free(editor);
   EXPECT_EQ(session.host.Imbalance(), "");
 }
 

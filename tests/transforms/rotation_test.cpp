@@ -288,6 +288,8 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
     uint32_t misalignment;
   };
   Session session;
+  auto* const estimate =
+      Exported<long long(void*, double)>(session.plugin, "_Z14rbRotateMemoryP17REALpictureStructd");
   std::mt19937 random(3);
   const auto source = RandomPicture(session.host, kConsole, 23, 17, random);
   for (const double angle : {30.0, 17.3, 200.1, -1e-20}) {
@@ -313,6 +315,7 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
       asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(habit.control), "m"(habit.mxcsr) : "memory");
       session.host.log.Clear();
       const uint32_t result = callMisaligned(rotate, words, habit.misalignment);
+      estimate(source.get(), angle);
       asm volatile("fnstcw %0\n\tstmxcsr %1\n\tfninit\n\tldmxcsr %2"
                    : "=m"(control), "=m"(mxcsr)
                    : "m"(kUsual)
