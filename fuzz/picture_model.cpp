@@ -22,11 +22,13 @@ std::optional<Format> PictureHost::Open(sim::StorageKind kind, bool alpha) {
 
 std::optional<Raster> PictureHost::Read(const sim::Picture& picture) {
   const sim::Storage& storage = *picture.storage;
-  if (isConsole_ || storage.alpha() || storage.kind() == sim::StorageKind::kCairo) {
+  const bool isLocked = storage.kind() == sim::StorageKind::kCairo ||
+                        (storage.kind() == sim::StorageKind::kConsole && !isDesktop_);
+  if (isConsole_ || storage.alpha() || isLocked) {
     if (!Open(storage.kind(), storage.alpha())) return std::nullopt;
     return Raster::Of(picture);
   }
-  // A desktop picture without Cairo or GDK storage is read as what the host draws of it.
+  // A picture without storage of the application's kind is read as what the host draws of it.
   if (!Open(settings_.newPictures, false)) return std::nullopt;
   const sim::Image copy = Clone(picture, storage.width(), storage.height());
   // Only the host knows what it leaves in bits that mean nothing.

@@ -9,10 +9,14 @@
 #include "host/at_exit.h"
 #include "host/host_calls.h"
 #include "host/host_entry.h"
+#include "host/host_references.h"
 
+using velpicture::AddReference;
 using velpicture::AtExit;
+using velpicture::DropReference;
 using velpicture::HostEntry;
 using velpicture::hostEntry;
+using velpicture::LockEntry;
 
 namespace {
 
@@ -32,20 +36,6 @@ using SetProcedure = void (*)(REALarrayStruct* array, Wide<T> value, long index)
 template <class Procedure>
 using Provider = Procedure (*)(REALarrayStruct* array);
 
-// False on a host that cannot add one: what was never taken must not be given back.
-bool AddReference(REALstringStruct* string) {
-  if (hostEntry<"REALLockString", void(REALstringStruct*)>.Address() == nullptr) return false;
-  REALLockString(string);
-  return true;
-}
-bool AddReference(REALobjectStruct* object) {
-  if (hostEntry<"REALLockObject", void(REALobjectStruct*)>.Address() == nullptr) return false;
-  REALLockObject(object);
-  return true;
-}
-void DropReference(REALstringStruct* string) { REALUnlockString(string); }
-void DropReference(REALobjectStruct* object) { REALUnlockObject(object); }
-
 template <class T>
 char* Element(REALarrayStruct* array, long index) {
   return static_cast<char*>(array->elements) + index * static_cast<long>(sizeof(T));
@@ -62,7 +52,7 @@ template <class T>
 Wide<T> ReadElement(REALarrayStruct* array, long index) {
   const T value = LoadElement<T>(array, index);
   if constexpr (std::is_pointer_v<T>) {
-    if (value != nullptr && !AddReference(value)) return nullptr;
+    if (value != nullptr) AddReference(value);
   }
   return value;
 }
@@ -77,10 +67,12 @@ void WriteElement(REALarrayStruct* array, T value, long index) {
   if constexpr (std::is_pointer_v<T>) {
     // The new reference comes first: storing what the element already holds must not destroy it.
     const T old = LoadElement<T>(array, index);
-    if (value != nullptr && !AddReference(value)) return;
+    const auto lock = LockEntry(value);
+    if (value != nullptr && lock != nullptr) lock(value);
     // The array owns that reference even when the host throws while it destroys the old element.
     const AtExit store([=] { StoreElement(array, value, index); });
-    if (old != nullptr) DropReference(old);
+    // Where nobody can add a reference, the old element may never have had one.
+    if (old != nullptr && lock != nullptr) DropReference(old);
   } else {
     StoreElement(array, value, index);
   }

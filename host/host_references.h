@@ -1,8 +1,8 @@
 #pragma once
 
-// Scopes that give host objects back: one reference, held until the scope ends or taken over by
-// somebody else. A host call may throw through a scope, also while it is releasing, so its
-// destructor is not noexcept.
+// References on host objects and strings. A host may lack the entry that adds one: its callers then
+// go on without, and what was never taken is never given back. So a record that keeps a handle
+// beyond a scope notes beside it whether a reference was to be had.
 
 #include "host/host_calls.h"
 #include "host/host_entry.h"
@@ -20,22 +20,44 @@ inline REALobjectStruct* AsObject(REALmemoryBlockStruct* block) {
 }
 inline REALobjectStruct* AsObject(REALobjectStruct* object) { return object; }
 
-/// False on a host that lacks the entry. A reference that was never taken must not be given back.
-inline bool HostLocksObjects() {
-  return hostEntry<"REALLockObject", void(REALobjectStruct*)>.Address() != nullptr;
+/// The host's entry that adds a reference to handles of that type, which may be null.
+inline auto LockEntry(REALstringStruct*) {
+  return hostEntry<"REALLockString", void(REALstringStruct*)>.Address();
+}
+inline auto LockEntry(REALobjectStruct*) {
+  return hostEntry<"REALLockObject", void(REALobjectStruct*)>.Address();
 }
 
-/// Owns one reference on a host object, or null.
+/// Adds a reference to what is not null; false where the host lets nobody add any.
+inline bool AddReference(REALstringStruct* string) {
+  const auto lock = LockEntry(string);
+  if (lock != nullptr) lock(string);
+  return lock != nullptr;
+}
+template <class Handle>
+bool AddReference(Handle* handle) {
+  const auto lock = LockEntry(AsObject(handle));
+  if (lock != nullptr) lock(AsObject(handle));
+  return lock != nullptr;
+}
+
+inline void DropReference(REALstringStruct* string) { REALUnlockString(string); }
+template <class Handle>
+void DropReference(Handle* handle) {
+  REALUnlockObject(AsObject(handle));
+}
+
+/// Owns one reference on a host object or string until the scope ends or somebody else takes it
+/// over; or names a handle without a reference; or null. A host call may throw through it, also
+/// while it is releasing, so its destructor is not noexcept.
 template <class Handle>
 class HostReference {
  public:
-  /// Takes over a reference that the caller holds.
-  explicit HostReference(Handle* handle) : handle_(handle) {}
-  /// Adds a reference of its own; null where the host cannot.
+  /// Takes over a reference that the caller holds, if there is one.
+  explicit HostReference(Handle* handle, bool isHeld = true) : handle_(handle), isHeld_(isHeld) {}
+  /// Adds a reference of its own, if the host lets it.
   static HostReference Retained(Handle* handle) {
-    if (handle == nullptr || !HostLocksObjects()) return HostReference(nullptr);
-    REALLockObject(AsObject(handle));
-    return HostReference(handle);
+    return HostReference(handle, handle != nullptr && AddReference(handle));
   }
   HostReference(const HostReference&) = delete;
   HostReference& operator=(const HostReference&) = delete;
@@ -44,12 +66,14 @@ class HostReference {
   Handle* get() const { return handle_; }
   explicit operator bool() const { return handle_ != nullptr; }
 
-  /// Gives the reference back now instead of at the end of the scope.
-  void Reset() {
-    Handle* const handle = Release();
-    if (handle != nullptr) REALUnlockObject(AsObject(handle));
+  /// Gives the reference back now, or takes over another one in its place.
+  void Reset(Handle* handle = nullptr) {
+    Handle* const old = isHeld_ ? handle_ : nullptr;
+    handle_ = handle;
+    isHeld_ = true;
+    if (old != nullptr) DropReference(old);
   }
-  /// Passes the reference to the caller.
+  /// Passes the handle, and the reference if there is one, to the caller.
   Handle* Release() {
     Handle* const handle = handle_;
     handle_ = nullptr;
@@ -58,9 +82,11 @@ class HostReference {
 
  private:
   Handle* handle_;
+  bool isHeld_;
 };
 
 using PictureReference = HostReference<REALpictureStruct>;
 using GraphicsReference = HostReference<REALgraphicsStruct>;
+using StringReference = HostReference<REALstringStruct>;
 
 }  // namespace velpicture

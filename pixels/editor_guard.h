@@ -1,6 +1,7 @@
 #pragma once
 
-#include "pixels/picture_editor.h"
+#include "host/host_references.h"
+#include "pixels/picture_reader.h"
 
 namespace velpicture {
 
@@ -20,5 +21,24 @@ class EditorGuard {
  private:
   PictureEditor* editor_;
 };
+
+/// Opens the editor on a picture just made, which may be null, has accept() agree to what was
+/// opened, and gives back the reference that the making left us with. The editor keeps its own, or
+/// that one where it could add none.
+template <class Accept>
+bool OpenNewPicture(PictureEditor& editor, REALpictureStruct* picture, bool writable,
+                    Accept accept) {
+  EditorGuard guard(editor);
+  {
+    PictureReference creation(picture);
+    if (!GetPictureReader(editor, picture, false, writable) || !accept()) return false;
+    if (editor.picture != nullptr && editor.unreferenced) {
+      creation.Release();
+      editor.unreferenced = false;
+    }
+  }
+  guard.Keep();
+  return true;
+}
 
 }  // namespace velpicture

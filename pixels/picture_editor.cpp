@@ -40,7 +40,7 @@ void CloseEditor(PictureEditor& editor) {
     editor.pixbuf = nullptr;
   }
   if (editor.picture == nullptr) return;
-  const PictureReference reference(editor.picture);
+  const PictureReference reference(editor.picture, !editor.unreferenced);
   editor.picture = nullptr;
   REALUnlockPictureDescription(reference.get());
   if (editor.writable) REALPictureClearCache(reference.get());

@@ -33,6 +33,7 @@ struct PictureEditor {
   bool hasAlpha;       ///< the picture's HasAlphaChannel property was read and is true
   bool allowCopy;      ///< the picture may be read through a temporary copy
   bool writable;       ///< the pixels will change: closing clears the picture's cache
+  bool unreferenced;   ///< the host let nobody add the reference on `picture`
 };
 static_assert(IsHostLayout(offsetof(PictureEditor, description), 36));
 static_assert(IsHostLayout(offsetof(PictureEditor, pixbuf), 36 + sizeof(REALpictureDescription)));

@@ -1,10 +1,6 @@
 #include "pixels/picture_lock.h"
 
-#include "host/host_entry.h"
 #include "host/resolver.h"
-
-using velpicture::HostBool;
-using velpicture::hostEntry;
 
 namespace {
 
@@ -14,11 +10,6 @@ constexpr double kFirstVersionWithCleanFailedLocks = 2012.0;
 
 bool REALLockPictureDescriptionX(REALpictureStruct* picture, REALpictureDescription* description,
                                  long type) {
-  // Where no lock was tried, none is to be given back.
-  if (hostEntry<"REALLockPictureDescription",
-                HostBool(REALpictureStruct*, REALpictureDescription*, long)>.Address() == nullptr) {
-    return false;
-  }
   if (REALLockPictureDescription(picture, description, type)) return true;
   REALUnlockPictureDescriptionAfterFailure(picture);
   return false;

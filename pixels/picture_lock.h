@@ -7,7 +7,7 @@
 
 /// Locks the description for one kind of storage (a REALpictureStorage) through the host's
 /// three-argument entry. A host below version 2012.0 keeps its lock even when it reports failure,
-/// so there a failed lock is given back at once.
+/// so there a failed lock is given back at once, even where the entry is missing.
 VEL_EXPORT bool REALLockPictureDescriptionX(REALpictureStruct* picture,
                                             REALpictureDescription* description, long type);
 

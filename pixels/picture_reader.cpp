@@ -1,7 +1,6 @@
 #include "pixels/picture_reader.h"
 
 #include "host/application.h"
-#include "host/host_references.h"
 #include "pixels/editor_guard.h"
 #include "pixels/gtk_cairo.h"
 #include "pixels/picture_helpers.h"
@@ -25,10 +24,9 @@ struct PixelBuffer {
   int rowBytes;
 };
 
-/// False, with nothing filled in, when no reference on the picture can be had.
-bool FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
-  PictureReference reference = PictureReference::Retained(picture);
-  if (!reference) return false;
+void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
+  editor.unreferenced = !AddReference(picture);
+  editor.picture = picture;
   editor.pixelType = buffer.type;
   editor.bytesPerPixel = buffer.type == kPixelRgb24 ? 3 : 4;
   editor.baseAddress = buffer.pixels;
@@ -36,10 +34,8 @@ bool FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBu
   editor.width = buffer.width;
   editor.height = buffer.height;
   editor.rowBytes = buffer.rowBytes;
-  editor.picture = reference.Release();
   editor.accessX = 0;
   editor.accessY = 0;
-  return true;
 }
 
 /// The surface behind a Cairo context; false when there is none with pixels of four bytes.
@@ -67,7 +63,7 @@ Attempt OpenCairo(PictureEditor& editor, REALpictureStruct* picture) {
   PixelBuffer buffer{};
   buffer.type = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
   if (!DescribeSurface(description.data, buffer)) return Attempt::kRefused;
-  if (!FillEditor(editor, picture, buffer)) return Attempt::kRefused;
+  FillEditor(editor, picture, buffer);
   lock.Keep();
   return Attempt::kOpened;
 }
@@ -107,72 +103,54 @@ Attempt OpenGdk(PictureEditor& editor, REALpictureStruct* picture) {
   if (pixbuf.get() == nullptr) return Attempt::kRefused;
   uint8_t* const pixels = _gdk_pixbuf_get_pixels(pixbuf.get());
   if (pixels == nullptr) return Attempt::kRefused;
-  if (!FillEditor(editor, picture,
-                  {kPixelRgb24, pixels, description.width, description.height,
-                   _gdk_pixbuf_get_rowstride(pixbuf.get())})) {
-    return Attempt::kRefused;
-  }
+  FillEditor(editor, picture, {kPixelRgb24, pixels, description.width, description.height, 0});
+  editor.rowBytes = _gdk_pixbuf_get_rowstride(pixbuf.get());
   editor.pixbuf = pixbuf.Release();
   lock.Keep();
   return Attempt::kOpened;
 }
 
-bool OpenConsole(PictureEditor& editor, REALpictureStruct* picture) {
+Attempt OpenConsole(PictureEditor& editor, REALpictureStruct* picture) {
   const REALpictureDescription& description = editor.description;
   if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageConsoleBlock)) {
-    return false;
+    return Attempt::kNotThere;
   }
   DescriptionLock lock(picture);
   IsConsole = true;
   const auto* const block = static_cast<const ConsolePixelBlock*>(description.data);
-  if (description.type != kStorageConsoleBlock || block == nullptr) return false;
-  if (!editor.hasAlpha && block->flags != 0) return false;
-  if (block->rowTable == nullptr || block->storage == nullptr) return false;
+  if (description.type != kStorageConsoleBlock || block == nullptr) return Attempt::kRefused;
+  if (!editor.hasAlpha && block->flags != 0) return Attempt::kRefused;
+  if (block->rowTable == nullptr || block->storage == nullptr) return Attempt::kRefused;
   uint8_t* const firstRow = description.height > 0 ? block->rowTable[0] : nullptr;
   // The byte width of a row wraps with the host's own 32-bit arithmetic; rows are never reached
   // through it, since the row table has their addresses.
   const auto rowBytes = static_cast<int>(static_cast<uint32_t>(description.width) * 4);
-  if (!FillEditor(editor, picture,
-                  {kPixelConsole, firstRow, description.width, description.height, rowBytes})) {
-    return false;
-  }
+  FillEditor(editor, picture,
+             {kPixelConsole, firstRow, description.width, description.height, rowBytes});
   editor.rowTable = block->rowTable;
   lock.Keep();
-  return true;
+  return Attempt::kOpened;
 }
 
 bool OpenWithAlpha(PictureEditor& editor, REALpictureStruct* picture) {
-  if (!IsConsole) {
-    const Attempt attempt = OpenCairo(editor, picture);
-    if (attempt != Attempt::kNotThere) return attempt == Attempt::kOpened;
-  }
-  return !IsDesktop && OpenConsole(editor, picture);
-}
-
-/// Opens the editor on a copy of a picture and hands it the copy, which it keeps until it is
-/// closed.
-bool OpenCopy(PictureEditor& editor, REALpictureStruct* copy) {
-  EditorGuard guard(editor);
-  bool opened = false;
-  {
-    const PictureReference reference(copy);
-    opened = GetPictureReader(editor, copy, false, false);
-  }
-  guard.Keep();
-  return opened;
+  Attempt attempt = Attempt::kNotThere;
+  if (!IsConsole) attempt = OpenCairo(editor, picture);
+  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = OpenConsole(editor, picture);
+  return attempt == Attempt::kOpened;
 }
 
 bool OpenOpaque(PictureEditor& editor, REALpictureStruct* picture) {
+  const bool mayCopy = !IsConsole && editor.allowCopy && !editor.writable;
+  Attempt attempt = Attempt::kNotThere;
   if (!IsConsole) {
-    Attempt attempt = OpenCairo(editor, picture);
+    attempt = OpenCairo(editor, picture);
     if (attempt == Attempt::kNotThere) attempt = OpenGdk(editor, picture);
-    if (attempt != Attempt::kNotThere) return attempt == Attempt::kOpened;
-
-    if (editor.allowCopy && !editor.writable) {
-      if (REALpictureStruct* const copy = ClonePicture(picture)) return OpenCopy(editor, copy);
-    }
   }
-  return !IsDesktop && OpenConsole(editor, picture);
+  // Before the copy: a host without a Graphics would leave the copy of a console picture blank.
+  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = OpenConsole(editor, picture);
+  if (attempt != Attempt::kNotThere || !mayCopy) return attempt == Attempt::kOpened;
+  // The editor keeps the copy until it is closed.
+  return OpenNewPicture(editor, ClonePicture(picture), false, [] { return true; });
 }
 
 }  // namespace

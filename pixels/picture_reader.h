@@ -1,8 +1,8 @@
 #pragma once
 
 // Opening a PictureEditor on an existing picture. The storages are tried in a fixed order: a Cairo
-// surface, a copy of a GDK drawable, a console pixel block; the kind of application narrows it down
-// and is remembered once it is known.
+// surface, a copy of a GDK drawable, a console pixel block, a temporary copy of the picture; the
+// kind of application narrows it down and is remembered once it is known.
 //
 // Each function clears the editor first and returns whether it was opened. An opened editor holds
 // one lock on the picture's description, one reference on the picture and, for kPixelRgb24, one

@@ -1,6 +1,7 @@
 #include "pixels/picture_writers.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "host/host_references.h"
 #include "host/resolver.h"
@@ -23,25 +24,16 @@ bool ReplaceByOwnBuffer(PictureEditor& editor, int width, int height) {
   return NewPictureWriterLinux(editor, width, height);
 }
 
-/// Opens the editor on a picture just made, has accept() agree to what was opened, and gives back
-/// the reference that the making left us with; the editor keeps its own.
-template <class Accept>
-bool OpenNewPicture(PictureEditor& editor, REALpictureStruct* picture, Accept accept) {
-  EditorGuard guard(editor);
-  {
-    const PictureReference creation(picture);
-    if (!creation || !GetPictureReader(editor, picture, false, true) || !accept()) return false;
+/// The picture a writer has made so far, with one reference for the caller, or null. Where no
+/// reference can be added, the writer's own becomes the caller's.
+PictureReference TakePicture(PictureEditor& editor) {
+  if (editor.picture != nullptr) {
+    const bool isHeld = AddReference(editor.picture) || !std::exchange(editor.unreferenced, true);
+    return PictureReference(editor.picture, isHeld);
   }
-  guard.Keep();
-  return true;
-}
-
-/// The picture a writer has made so far, with one reference for the caller, or null.
-REALpictureStruct* TakePicture(const PictureEditor& editor) {
-  if (editor.picture != nullptr) return PictureReference::Retained(editor.picture).Release();
-  if (editor.ownedBuffer == nullptr) return nullptr;
-  return REALBuildPictureFromBuffer(editor.width, editor.height, kRBPixelTypeRgb24,
-                                    editor.ownedBuffer, editor.rowBytes);
+  if (editor.ownedBuffer == nullptr) return PictureReference(nullptr);
+  return PictureReference(REALBuildPictureFromBuffer(editor.width, editor.height, kRBPixelTypeRgb24,
+                                                     editor.ownedBuffer, editor.rowBytes));
 }
 
 /// Frees a writer's own buffer at the end of the scope: the host has copied its pixels.
@@ -60,7 +52,7 @@ bool NewPictureWriter(PictureEditor& editor, int width, int height) {
   if (width < 1 || width > kLongestOpaqueSide || height < 1 || height > kLongestOpaqueSide) {
     return false;
   }
-  return OpenNewPicture(editor, REALNewPicture(width, height, kPictureDepth), [&] {
+  return OpenNewPicture(editor, REALNewPicture(width, height, kPictureDepth), true, [&] {
     return editor.pixelType != kPixelRgb24 || ReplaceByOwnBuffer(editor, width, height);
   });
 }
@@ -77,7 +69,8 @@ bool NewPictureWriter(PictureEditor& editor, REALpictureStruct* picture, int wid
 
 bool NewPictureWriterWithAlphaChannel(PictureEditor& editor, int width, int height) {
   editor = PictureEditor{};
-  return OpenNewPicture(editor, NewPictureWithAlphaChannel(width, height), [] { return true; });
+  return OpenNewPicture(editor, NewPictureWithAlphaChannel(width, height), true,
+                        [] { return true; });
 }
 
 bool NewPictureWriter(PictureEditor& editor, PictureEditor& like, int width, int height) {
@@ -118,7 +111,7 @@ bool NewPictureWriterLinux(PictureEditor& editor, long width, long height) {
 
 REALpictureStruct* RenderPictureWriter(PictureEditor& editor) {
   const OwnedBufferScope buffer{editor};
-  PictureReference result(TakePicture(editor));
+  PictureReference result = TakePicture(editor);
   ClosePictureEditor(editor);
   if (result) REALPictureClearCache(result.get());
   return result.Release();

@@ -170,7 +170,7 @@ class Host {
  private:
   template <class T>
   friend class Ref;
-  void HoldOutside(Handle* handle) { ++handle->heldOutside_; }
+  void HoldOutside(Handle* handle);
   void DropOutside(Handle* handle);
   static bool GuardsIntact(const Handle& handle);
   Handle* Find(const void* address) const;

@@ -105,7 +105,12 @@ void UnlockDescription(Host& host, Picture* picture) {
     --picture->owedUnlocks;
     return;
   }
-  if (picture->descriptionLocks == 0) host.Misuse(picture->Name() + " is not locked");
+  if (picture->descriptionLocks == 0) {
+    // An old host that cannot lock is asked for the unlock all the same.
+    const bool isOld = host.reportedVersion < kFirstVersionWithCleanLocks;
+    if (isOld && host.Missing("REALLockPictureDescription")) return;
+    host.Misuse(picture->Name() + " is not locked");
+  }
   host.CheckGuards(*picture);
   --picture->descriptionLocks;
   picture->storage->Unlock();

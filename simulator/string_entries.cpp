@@ -8,8 +8,11 @@
 namespace sim {
 namespace {
 
-// The host's own two words in a record that it filled, to know it again by.
-constexpr uint32_t kRecordMark = 0x5744A7A1;
+/// The host's own two words in a record that it filled are this and its complement: it knows the
+/// record again, and only where it filled it.
+uint32_t MarkOf(const REALstringData* record) {
+  return 0x5744A7A1 ^ static_cast<uint32_t>(reinterpret_cast<uintptr_t>(record));
+}
 
 String* NewString(Host& host, std::string_view bytes, uint32_t encoding) {
   return host.Own(std::make_unique<String>(bytes, encoding));
@@ -81,14 +84,14 @@ bool GetStringData(Host& host, String* string, uint32_t encoding, REALstringData
   *out = {host.Borrow(*converted),
           static_cast<uint32_t>(converted->size()),
           encoding,
-          {kRecordMark, ~kRecordMark}};
+          {MarkOf(out), ~MarkOf(out)}};
   return true;
 }
 
 void DisposeStringData(Host& host, REALstringData* record) {
-  if (record == nullptr || record->reserved[0] != kRecordMark ||
-      record->reserved[1] != ~kRecordMark) {
-    host.Misuse("was given a record that the host did not fill");
+  if (record == nullptr || record->reserved[0] != MarkOf(record) ||
+      record->reserved[1] != ~MarkOf(record)) {
+    host.Misuse("was given a record that the host did not fill there");
   }
   host.GiveBack(const_cast<char*>(record->data));
 }

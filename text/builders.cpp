@@ -5,8 +5,8 @@
 
 #include "host/host_calls.h"
 #include "host/host_references.h"
+#include "text/heap_bytes.h"
 #include "text/legacy_string.h"
-#include "text/ownership.h"
 #include "text/raw_bytes.h"
 
 using velpicture::HeapBytes;

@@ -7,7 +7,6 @@
 #include "host/host_entry.h"
 #include "host/host_references.h"
 #include "text/builders.h"
-#include "text/ownership.h"
 #include "text/rb_text.h"
 
 using velpicture::hostEntry;
@@ -30,10 +29,9 @@ void RaiseException(const char* className, const char* message) {
   REALobjectStruct* const raised = exception.get();
   // Raising passes the instance on to the host, which looks at its message only later; a host that
   // cannot raise leaves it with us.
-  if (hostEntry<"RuntimeRaiseException", void(REALobjectStruct*)>.Address() != nullptr) {
-    exception.Release();
+  if (const auto raise = hostEntry<"RuntimeRaiseException", void(REALobjectStruct*)>.Address()) {
+    raise(exception.Release());
   }
-  REALRaiseException(raised);
   REALSetPropValue(raised, "Message", text.get());
 }
 

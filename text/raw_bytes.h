@@ -19,9 +19,7 @@ class RawBytes {
     if (BorrowsStringData()) {
       borrowed_ = REALGetStringData(string, kEncodingUndefined, &record_);
     }
-    bytes_ = borrowed_ ? TextBytes{record_.data, record_.length} : LegacyBytes(string);
-    // The host's lengths are signed, and a length needs bytes.
-    if (bytes_.data == nullptr || static_cast<int32_t>(bytes_.length) < 0) bytes_.length = 0;
+    bytes_ = borrowed_ ? LentBytes(record_) : LegacyBytes(string);
   }
   RawBytes(const RawBytes&) = delete;
   RawBytes& operator=(const RawBytes&) = delete;

@@ -5,9 +5,9 @@
 #include "host/host_references.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
-#include "text/ownership.h"
 #include "text/string_data.h"
 
+using velpicture::AddReference;
 using velpicture::AtExit;
 using velpicture::HostReference;
 using velpicture::StringReference;
@@ -21,8 +21,9 @@ static_assert(IsHostLayout(offsetof(rbData, length), 36));
 
 rbData::rbData(REALmemoryBlockStruct* viewed, unsigned int offset, unsigned int viewedLength)
     : rbData() {
-  block = HostReference<REALmemoryBlockStruct>::Retained(viewed).Release();
-  if (block == nullptr) return;
+  if (viewed == nullptr) return;
+  unreferenced = !AddReference(viewed);
+  block = viewed;
 
   if (viewedLength == 0) {
     // A block of foreign memory may not know its size and say so with a negative one.
@@ -39,18 +40,17 @@ rbData::rbData(REALmemoryBlockStruct* viewed, unsigned int offset, unsigned int 
 
 rbData::rbData(REALstringStruct* viewed) : rbData() {
   if (viewed == nullptr) return;
+  velpicture::TextBytes bytes;
   if (velpicture::BorrowsStringData()) {
     ownsStringData = REALGetStringData(viewed, kEncodingUndefined, &stringData);
-    if (!ownsStringData || stringData.data == nullptr) return;
-    data = stringData.data;
-    length = stringData.length;
+    if (ownsStringData) bytes = velpicture::LentBytes(stringData);
   } else {
-    string = StringReference::Retained(viewed).Release();
-    if (string == nullptr) return;
-    const velpicture::TextBytes bytes = velpicture::LegacyBytes(viewed);
-    data = bytes.data;
-    length = bytes.length;
+    unreferenced = !AddReference(viewed);
+    string = viewed;
+    bytes = velpicture::LegacyBytes(viewed);
   }
+  data = bytes.data;
+  length = bytes.length;
 }
 
 rbData::~rbData() noexcept(false) {
@@ -60,6 +60,7 @@ rbData::~rbData() noexcept(false) {
     block = nullptr;
     stringData = {};
     ownsStringData = false;
+    unreferenced = false;
     data = nullptr;
     length = 0;
     velpicture::KeepStores(this);
@@ -67,6 +68,6 @@ rbData::~rbData() noexcept(false) {
   const AtExit dispose([this] {
     if (ownsStringData) REALDisposeStringData(&stringData);
   });
-  const HostReference<REALmemoryBlockStruct> heldBlock(block);
-  const StringReference heldString(string);
+  const HostReference<REALmemoryBlockStruct> heldBlock(block, !unreferenced);
+  const StringReference heldString(string, !unreferenced);
 }

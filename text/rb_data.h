@@ -24,6 +24,7 @@ class VEL_EXPORT rbData {
   REALmemoryBlockStruct* block = nullptr;  ///< one reference
   REALstringData stringData = {};          ///< from version 2012.0 on
   bool ownsStringData = false;             ///< `stringData` is filled
+  bool unreferenced = false;               ///< the host let nobody add that one reference
   const char* data = nullptr;
   uint32_t length = 0;
 

@@ -5,10 +5,10 @@
 
 #include "host/at_exit.h"
 #include "host/host_calls.h"
+#include "host/host_references.h"
 #include "text/builders.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
-#include "text/ownership.h"
 #include "text/rb_data.h"
 #include "text/string_data.h"
 
@@ -40,7 +40,7 @@ TextBytes FetchBytes(rbText& text, rbText::Slot slot) {
     REALstringData& record = text.records[slot];
     if (!REALGetStringData(text.source, encoding, &record)) return {};
     text.ownsRecord[slot] = true;
-    return {record.data, record.length};
+    return velpicture::LentBytes(record);
   }
   text.strings[slot] = REALConvertString(text.source, encoding);
   if (text.strings[slot] == nullptr) return {};
@@ -78,8 +78,29 @@ void ReleaseFrom(rbText& text, int first) {
     const int slot = first - kFirstRecord;
     if (text.ownsRecord[slot]) REALDisposeStringData(&text.records[slot]);
   } else {
-    const StringReference held(first == 0 ? text.source : text.strings[first - 1]);
+    const StringReference held(first == 0 ? text.source : text.strings[first - 1],
+                               first != 0 || !text.unreferenced);
   }
+}
+
+/// Releases everything and leaves the view empty, even when the host throws meanwhile.
+void Empty(rbText& text) {
+  const AtExit clear([&] {
+    if (text.lengths[rbText::kUtf32] > 0) std::free(const_cast<void*>(text.texts[rbText::kUtf32]));
+    text.source = nullptr;
+    text.unreferenced = false;
+    for (int slot = 0; slot < rbText::kHostSlots; ++slot) {
+      text.strings[slot] = nullptr;
+      text.records[slot] = {};
+      text.ownsRecord[slot] = false;
+    }
+    for (int slot = 0; slot < rbText::kSlots; ++slot) {
+      text.lengths[slot] = -1;
+      text.texts[slot] = nullptr;
+    }
+    velpicture::KeepStores(&text);
+  });
+  ReleaseFrom(text, 0);
 }
 
 using ConvertMember = void (rbText::*)();
@@ -109,8 +130,9 @@ rbText::rbText(REALstringStruct* string) : rbText() {
   if (REALGetStringEncoding(string) == kEncodingUndefined) {
     const rbData raw(string);
     source = REALBuildUnicodeString(raw.data, static_cast<int>(raw.length), kEncodingWindowsLatin1);
-  } else {
-    source = StringReference::Retained(string).Release();
+  } else if (string != nullptr) {
+    unreferenced = !velpicture::AddReference(string);
+    source = string;
   }
 }
 
@@ -118,32 +140,18 @@ rbText::rbText(const rbText& other) : rbText(other.source) {}
 
 rbText& rbText::operator=(const rbText& other) {
   rbText fresh(other.source);
-  std::swap(source, fresh.source);
-  std::swap(strings, fresh.strings);
-  std::swap(lengths, fresh.lengths);
-  std::swap(texts, fresh.texts);
-  std::swap(records, fresh.records);
-  std::swap(ownsRecord, fresh.ownsRecord);
+  // A reference that could not be added is the one that this view has on the same string, if any.
+  if (fresh.unreferenced && fresh.source == source) std::swap(unreferenced, fresh.unreferenced);
+  // The records stay where the host filled them until it has them back.
+  const AtExit become([&] {
+    std::swap(source, fresh.source);
+    std::swap(unreferenced, fresh.unreferenced);
+  });
+  Empty(*this);
   return *this;
 }
 
-rbText::~rbText() noexcept(false) {
-  const AtExit clear([this] {
-    if (lengths[kUtf32] > 0) std::free(const_cast<void*>(texts[kUtf32]));
-    source = nullptr;
-    for (int slot = 0; slot < kHostSlots; ++slot) {
-      strings[slot] = nullptr;
-      records[slot] = {};
-      ownsRecord[slot] = false;
-    }
-    for (int slot = 0; slot < kSlots; ++slot) {
-      lengths[slot] = -1;
-      texts[slot] = nullptr;
-    }
-    velpicture::KeepStores(this);
-  });
-  ReleaseFrom(*this, 0);
-}
+rbText::~rbText() noexcept(false) { Empty(*this); }
 
 void rbText::ConvertUTF8() { ConvertSlot(*this, kUtf8); }
 void rbText::ConvertASCII() { ConvertSlot(*this, kAscii); }

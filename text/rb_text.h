@@ -18,7 +18,7 @@ class VEL_EXPORT rbText {
   explicit rbText(REALstringStruct* string);
   /// A fresh view of the same string; no conversion is shared.
   rbText(const rbText& other);
-  /// Becomes a fresh view of the other's string, and then releases what this view held.
+  /// Becomes a fresh view of the other's string, which it holds before it releases what it held.
   rbText& operator=(const rbText& other);
   /// Releases everything and leaves the view empty: destroying it again has no effect.
   ~rbText() noexcept(false);
@@ -76,6 +76,7 @@ class VEL_EXPORT rbText {
   const void* texts[kSlots] = {};                      ///< meaningless while the length is -1
   REALstringData records[kHostSlots] = {};             ///< from version 2012.0 on
   bool ownsRecord[kHostSlots] = {};                    ///< the record is filled
+  bool unreferenced = false;  ///< the host let nobody add the reference on `source`
 
  private:
   // The constructors start from a complete, empty view, so that one that a host call cuts short by

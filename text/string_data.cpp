@@ -5,7 +5,8 @@
 
 #include "host/host_calls.h"
 #include "host/host_entry.h"
-#include "text/ownership.h"
+#include "host/host_references.h"
+#include "text/heap_bytes.h"
 
 using velpicture::HeapBytes;
 using velpicture::HostBool;

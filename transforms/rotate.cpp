@@ -42,9 +42,8 @@ void ShearLines(int lineCount, NextOffset nextOffset, Skew skew) {
 
 /// MakeFrom(picture, make), which also takes over the caller's reference on the picture.
 template <class Make>
-REALpictureStruct* MakeFromTaken(REALpictureStruct* picture, Make make) {
-  PictureReference taken(picture);
-  PictureReference result(MakeFrom(picture, make));
+REALpictureStruct* MakeFromTaken(PictureReference& taken, Make make) {
+  PictureReference result(MakeFrom(taken.get(), make));
   taken.Reset();
   return result.Release();
 }
@@ -86,7 +85,7 @@ class ThreeShears {
   }
 
   /// The columns of `sheared` sheared by the sine. Takes over the reference.
-  REALpictureStruct* ShearColumns(REALpictureStruct* sheared) {
+  REALpictureStruct* ShearColumns(PictureReference& sheared) {
     return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
       return MakeSheared(picture_, pixels.width, finalHeight_, [&](PictureEditor& target) {
         const double sine = factors_.sine;
@@ -106,7 +105,7 @@ class ThreeShears {
   }
 
   /// The rows of `sheared` sheared by the half tangent again. Takes over the reference.
-  REALpictureStruct* ShearRowsBack(REALpictureStruct* sheared) {
+  REALpictureStruct* ShearRowsBack(PictureReference& sheared) {
     return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
       return MakeSheared(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
         const double sine = factors_.sine;
@@ -151,14 +150,14 @@ REALpictureStruct* QuarterTurned(REALpictureStruct* picture, int quarterTurns) {
 }
 
 /// Takes over the reference on the picture.
-REALpictureStruct* ShearRotated(REALpictureStruct* picture, double angleDegrees, Rgba background) {
+REALpictureStruct* ShearRotated(PictureReference& picture, double angleDegrees, Rgba background) {
   return MakeFromTaken(picture, [&](PictureEditor& source) -> REALpictureStruct* {
     ThreeShears shears =
         ComputeInScope([&] { return ThreeShears(source, angleDegrees, background); });
-    REALpictureStruct* const first = shears.ShearRows();
-    if (first == nullptr) return nullptr;
-    REALpictureStruct* const second = shears.ShearColumns(first);
-    if (second == nullptr) return nullptr;
+    PictureReference first(shears.ShearRows());
+    if (!first) return nullptr;
+    PictureReference second(shears.ShearColumns(first));
+    if (!second) return nullptr;
     return shears.ShearRowsBack(second);
   });
 }
@@ -173,10 +172,10 @@ REALpictureStruct* rbRotate(REALpictureStruct* picture, double angle, unsigned l
                                        : QuarterTurned(picture, reduction.quarterTurns);
   }
   if (picture == nullptr) return nullptr;
-  REALpictureStruct* const working = reduction.quarterTurns == 0
-                                         ? PictureReference::Retained(picture).Release()
-                                         : QuarterTurned(picture, reduction.quarterTurns);
-  if (working == nullptr) return nullptr;
+  PictureReference working = reduction.quarterTurns == 0
+                                 ? PictureReference::Retained(picture)
+                                 : PictureReference(QuarterTurned(picture, reduction.quarterTurns));
+  if (!working) return nullptr;
   const Rgba color = UnpackColor(background, static_cast<int>(background >> 24));
   return ShearRotated(working, reduction.angleDegrees, color);
 }

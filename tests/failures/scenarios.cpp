@@ -274,6 +274,9 @@ const Story kTextStories[] = {
            array, 1, stage.string->handle());
        String* out = nullptr;
        Function<void(REALarrayStruct*, long, String**)>(stage, "REALGetArrayValue")(array, 1, &out);
+       // Element and reader do without the references that nobody could add.
+       const bool uncounted = out != nullptr && stage.host.Missing("REALLockString");
+       while (uncounted && stage.string->references() < 4) stage.host.Lock(stage.string.get());
        return Taken(stage, out);
      }},
 };

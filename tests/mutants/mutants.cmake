@@ -2,8 +2,8 @@
 
 mutant(lost_reference
   FILE pixels/picture_writers.cpp
-  FROM [[return PictureReference::Retained(editor.picture).Release();]]
-  TO [[return editor.picture;]]
+  FROM [[AddReference(editor.picture) ||]]
+  TO [[editor.picture != nullptr ||]]
   TESTS Storages/Methods.PutPixelsWhereTheyBelong/Console)
 
 mutant(missing_unlock

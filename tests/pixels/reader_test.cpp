@@ -46,11 +46,12 @@ const ReaderCase kCases[] = {
     {"UnknownEdited", kUnknown, kBlock, false, 'e', 2012.0, "12 6 10 hold", 8, 'c'},
     {"OldUnknown", kUnknown, kBlock, false, 'r', 2011.99, "12 unlock 6 unlock 10 hold", 8, 'c'},
     {"UnknownAlpha", kUnknown, kBlock, true, 'c', 2012.0, "12 10 hold", 8, 'c'},
-    {"UnknownCopied", kUnknown, kBlock, false, 'c', 2012.0,
-     "12 6 " COPY "kinds alpha? 12 6 10 hold drop", 8, 'c'},
+    {"UnknownNotCopied", kUnknown, kBlock, false, 'c', 2012.0, "12 6 10 hold", 8, 'c'},
+    {"UnknownCopied", kUnknown, kNone, false, 'c', 2012.0,
+     "12 6 10 " COPY "kinds alpha? 12 6 10 hold drop", 8, 'c'},
     {"UnknownNotLockable", kUnknown, kNone, false, 'r', 2012.0, "12 6 10", 0, '-'},
     {"CopyNotCopiedAgain", kUnknown, kNone, false, 'c', 2012.0,
-     "12 6 " COPY "kinds alpha? 12 6 10 drop", 0, '-', kNone},
+     "12 6 10 " COPY "kinds alpha? 12 6 10 drop", 0, '-', kNone},
     {"DesktopRefusesConsole", kDesktop, kBlock, false, 'r', 2012.0, "12 6", 0, 'd'},
     {"DesktopRefusesConsoleAlpha", kDesktop, kBlock, true, 'c', 2012.0, "12", 0, 'd'},
     {"DesktopCopiesNothingToEdit", kDesktop, kNone, false, 'e', 2011.99, "12 unlock 6 unlock", 0,
@@ -193,8 +194,9 @@ TEST(ReaderChecks, ConsoleBlocksMustBeInOrder) {
 TEST(ReaderChecks, LibrariesThatGiveNothingAreRefused) {
   SKIP_WITHOUT(kCairo);
   SKIP_WITHOUT(kGdk);
-  static int unrefs;
+  static int unrefs, held;
   static uintptr_t answer;
+  static const sim::Picture* shown;
   static void (*unref)(void*);
   struct Silent {
     StorageKind storage;
@@ -210,7 +212,8 @@ TEST(ReaderChecks, LibrariesThatGiveNothingAreRefused) {
                              {kCairo, "_cairo_image_surface_get_data", 0},
                              {kCairo, "_cairo_get_target", 0},
                              {kGdk, "_gdk_pixbuf_get_from_drawable", 0},
-                             {kGdk, "_gdk_pixbuf_get_pixels", 1}}) {
+                             {kGdk, "_gdk_pixbuf_get_pixels", 1},
+                             {kGdk, "_gdk_pixbuf_get_rowstride", 1}}) {
     SCOPED_TRACE(each.entry);
     PixelSession session({.application = kDesktop});
     ASSERT_TRUE(session.Call<bool()>("LoadCairo") && session.Call<bool()>("LoadGTK"));
@@ -223,12 +226,21 @@ TEST(ReaderChecks, LibrariesThatGiveNothingAreRefused) {
     if (each.pixbufs == 0) Variable<void*>(session.plugin, "_gdk_pixbuf_get_pixels") = nullptr;
     // Whatever the entry is asked, it answers alike.
     answer = each.answer;
-    Variable<uintptr_t (*)()>(session.plugin, each.entry) = [] { return answer; };
+    Variable<uintptr_t (*)()>(session.plugin, each.entry) = [] {
+      held = shown->references();
+      return answer;
+    };
     const auto picture = session.host.MakePicture(sim::Image(2, 2), {.storage = each.storage});
+    shown = picture.get();
     PictureEditor editor;
-    EXPECT_FALSE(session.Read(editor, picture->handle()));
-    EXPECT_EQ(session.Steps(),
-              std::string("kinds alpha? 12 ") + (each.storage == kGdk ? "6 unlock" : "unlock"));
+    // A rowstride alone is as the library says, and asked once the picture is held.
+    const bool opens = session.Read(editor, picture->handle());
+    EXPECT_EQ(opens, each.entry == std::string("_gdk_pixbuf_get_rowstride"));
+    EXPECT_EQ(held, opens ? 2 : 1);
+    if (opens) session.Close(editor);
+    EXPECT_EQ(session.Steps(), std::string("kinds alpha? 12 ") +
+                                   (each.storage == kGdk ? "6 " : "") +
+                                   (opens ? "hold unlock drop" : "unlock"));
     EXPECT_EQ(unrefs, each.pixbufs);
     EXPECT_EQ(session.host.Imbalance(), "");
   }
@@ -258,15 +270,21 @@ TEST(ReaderChecks, FlagsAlphaAndNull) {
 }
 
 TEST(PictureLocks, AreGivenBackAfterAFailureOnOldHostsOnly) {
-  for (const double version : {2011.99, 2012.0}) {
-    PixelSession session({.version = version});
+  for (const auto& [version, missing] : {std::pair{2011.99, ""},
+                                         {2012.0, ""},
+                                         {2011.99, "REALLockPictureDescription"},
+                                         {2012.0, "REALLockPictureDescription"}}) {
+    PixelSession session({.version = version, .missing = {missing}});
     const auto picture = session.host.MakePicture(sim::Image(2, 2));
     const bool isOld = version < 2012.0;
     REALpictureDescription description{};
     using Lock = bool(Picture*, REALpictureDescription*, long);
     EXPECT_FALSE(session.Call<Lock>("REALLockPictureDescriptionX", picture->handle(), &description,
                                     kStorageGdkDrawable));
-    EXPECT_EQ(session.Steps(), isOld ? "6 unlock" : "6");
+    EXPECT_EQ(session.Steps(),
+              std::string(*missing == 0 ? "6" : "") + (!isOld          ? ""
+                                                       : *missing == 0 ? " unlock"
+                                                                       : "unlock"));
     picture->owedUnlocks = isOld ? 1 : 0;
     session.Call<void(Picture*)>("REALUnlockPictureDescriptionAfterFailure", picture->handle());
     EXPECT_EQ(session.Steps(), isOld ? "unlock" : "");

@@ -120,6 +120,7 @@ TEST_P(Builders, MemoryBlocksAndRecognisers) {
   };
   const auto block = build("a\0b", 3);
   EXPECT_EQ(block->bytes(), "a\0b"s);
+  EXPECT_EQ(build("a", 1)->bytes(), "a");
   EXPECT_FALSE(build("a", 0) || build(nullptr, 3));
 
   const auto item = host.MakeObject("FolderItem");
@@ -143,6 +144,11 @@ TEST_P(Builders, RaisesWithAMessageSetAfterwards) {
     host.log.Clear();
     Call<void(const char*, const char*)>("RaiseException", name, message);
   };
+  host.settings.missing.insert("RuntimeRaiseException");
+  raise("RuntimeException", "kept");
+  EXPECT_EQ(host.log.Lookups("RuntimeRaiseException"), 1);
+  EXPECT_EQ(host.Imbalance(), "");
+  host.settings.missing.erase("RuntimeRaiseException");
   raise("RuntimeException", "too \xE9");
   raise("NoSuchClass", nullptr);
   EXPECT_EQ(host.log.Calls("REALUnlockString"), 0);

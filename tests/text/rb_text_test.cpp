@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/host/plugin_function.h"
 #include "tests/text/views.h"
 
 namespace {
@@ -127,6 +128,14 @@ TEST_P(RbText, NullAndHostsWithoutConversionReadAsEmpty) {
 TEST_P(RbText, CopiesAndAssignmentsStandAlone) {
   auto first = session.host.MakeString(kSamples[1].bytes, kSamples[1].encoding);
   auto second = session.host.MakeString(kSamples[2].bytes, kSamples[2].encoding);
+  {
+    // A view that is assigned to itself keeps what nobody can add a reference to.
+    session.host.settings.missing.insert("REALLockString");
+    Text text(session.plugin, second.get());
+    text.Assign(text);
+    ExpectText(text, kSamples[2]);
+    session.host.settings.missing.erase("REALLockString");
+  }
   Text text(session.plugin, first.get());
   ExpectText(text, kSamples[1]);
   text.Length("UTF32");
@@ -164,20 +173,43 @@ TEST(RbTextRelease, FollowsTheFieldOrder) {
             "REALUnlockString(string#3) REALUnlockString(string#2) REALUnlockString(string#6) ");
 }
 
-TEST(RbTextLimits, TextWhoseUtf32SizeWrapsAroundIsEmpty) {
-  // A text of a billion units, of which only the first is ever looked at.
-  const char storage[] = " A";
-  const REALstringLegacyLayout huge = {0, storage, 0, 0x80000000U};
-  const auto handle = reinterpret_cast<uintptr_t>(&huge);
-  Session session({.version = 2011.99});
-  session.host.Record("REALGetStringEncoding", kEncodingUtf8);
-  session.host.Record("REALConvertString", handle);
-  session.host.Record("REALLockString");
-  session.host.Record("REALUnlockString");
-  Text text(session.plugin, reinterpret_cast<void*>(handle));
-  EXPECT_EQ(text.Length("UTF16"), 0x40000000);
-  EXPECT_EQ(text.Length("UTF32"), 0);
-  EXPECT_EQ(text.Get("UTF32Nil"), nullptr);
+TEST(RbTextLimits, LengthsOfAMalformedHostStayInBounds) {
+  static const char storage[] = " A";
+  static uint32_t length;
+  static void* const lend = reinterpret_cast<void*>(
+      +[](void*, unsigned long encoding, REALstringData* out) -> unsigned char {
+        *out = {storage + 1, length, static_cast<uint32_t>(encoding), {}};
+        return 1;
+      });
+  for (const bool lends : {false, true}) {
+    // Of a text of a billion units, whose UTF-32 size wraps around, only the first is looked at.
+    for (const uint32_t each : {0x7FFFFFFEU, 0x80000000U, 0xFFFFFFFFU}) {
+      SCOPED_TRACE(each);
+      length = each;
+      const REALstringLegacyLayout layout = {0, storage, 0, length};
+      const auto handle = reinterpret_cast<uintptr_t>(&layout);
+      Session session({.version = lends ? 2012.0 : 2011.99});
+      session.host.Record("REALGetStringEncoding", kEncodingUtf8);
+      session.host.Record("REALConvertString", handle);
+      session.host.Record("REALLockString");
+      const sim::Recorder& unlock = session.host.Record("REALUnlockString");
+      const sim::Recorder& dispose = session.host.Record("PluginDisposeStringData");
+      Variable<void* (*)(const char*)>(session.plugin, "gResolver") = [](const char* name) {
+        return name == std::string("PluginGetStringData") ? lend : sim::Host::Resolve(name);
+      };
+      const bool negative = static_cast<int32_t>(length) < 0;
+      Text text(session.plugin, reinterpret_cast<void*>(handle));
+      EXPECT_EQ(text.Length("UTF16"), negative ? 0 : 0x3FFFFFFF);
+      EXPECT_EQ(text.Get("UTF32Nil"), nullptr);
+      EXPECT_EQ(text.Length("UTF8"), negative ? 0 : 0x7FFFFFFE);
+      EXPECT_EQ(*text.Get("UTF8"), negative ? '\0' : 'A');
+      EXPECT_EQ(Data(session.plugin, reinterpret_cast<void*>(handle)).length(),
+                negative ? 0U : length);
+      text.Destroy();
+      // The source, two conversions, and the view of bytes.
+      EXPECT_EQ(unlock.calls.size() + dispose.calls.size(), 4U);
+    }
+  }
 }
 
 }  // namespace

@@ -82,6 +82,15 @@ TEST(StringData, AFailureLeavesTheRecordAlone) {
     EXPECT_EQ(l.record.data, nullptr);
     EXPECT_EQ(l.record.length, 77U);
   }
+  // A malformed host's bytes are nowhere, or fewer than none.
+  for (const char* malformed : {"StringGetCString", "REALLoadGlobalMethod"}) {
+    Lending l({kGet, kDispose}, "abc", kEncodingUtf8);
+    long (*const fewer)(void*) = [](void*) { return -1L; };
+    l.host.Record(malformed, *malformed == 'S' ? 0 : reinterpret_cast<uintptr_t>(fewer));
+    EXPECT_FALSE(l.Get(kEncodingUtf8));
+    EXPECT_EQ(l.record.length, 77U);
+    EXPECT_EQ(l.host.Imbalance(), "");
+  }
   // An encoding that cannot be asked counts as 0.
   Lending l({kGet, kDispose, "REALGetStringEncoding"}, "\x80", kEncodingUtf8);
   EXPECT_TRUE(l.Get(kEncodingMacRoman));
