@@ -22,9 +22,8 @@ std::optional<Format> PictureHost::Open(sim::StorageKind kind, bool alpha) {
 
 std::optional<Raster> PictureHost::Read(const sim::Picture& picture) {
   const sim::Storage& storage = *picture.storage;
-  const bool isLocked = storage.kind() == sim::StorageKind::kCairo ||
-                        (storage.kind() == sim::StorageKind::kConsole && !isDesktop_);
-  if (isConsole_ || storage.alpha() || isLocked) {
+  if (isConsole_ || storage.alpha() || storage.kind() == sim::StorageKind::kCairo ||
+      (storage.kind() == sim::StorageKind::kConsole && !isDesktop_)) {
     if (!Open(storage.kind(), storage.alpha())) return std::nullopt;
     return Raster::Of(picture);
   }

@@ -24,7 +24,7 @@ void Handle::CheckLayout() {
 #pragma GCC diagnostic pop
 
 String::String(std::string_view bytes, uint32_t textEncoding)
-    : encoding(textEncoding), text_(new char[bytes.size() + 2]) {
+    : encoding(textEncoding), size_(bytes.size()), text_(new char[bytes.size() + 2]) {
   // One odd byte before the text, one NUL after it, and not a byte more.
   text_[0] = static_cast<char>(kGuardByte);
   std::memcpy(text_.get() + 1, bytes.data(), bytes.size());

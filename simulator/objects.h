@@ -66,13 +66,17 @@ class String final : public Handle {
   REALstringStruct* handle() { return reinterpret_cast<REALstringStruct*>(this); }
 
   const char* text() const { return text_.get() + 1; }
-  std::string_view bytes() const { return {text(), static_cast<size_t>(word3_)}; }
+  std::string_view bytes() const { return {text(), size_}; }
+  /// What the host says of the length in bytes; a malformed one may claim anything.
+  int32_t length() const { return word3_; }
+  void Claim(int32_t length) { word3_ = length; }
 
   uint32_t encoding;
 
  private:
   bool ShowsReferences() const override { return false; }
   void Clear() override;
+  size_t size_;
   std::unique_ptr<char[]> text_;
 };
 

@@ -63,18 +63,27 @@ void SetEncoding(Host& host, String* string, uint32_t encoding) {
   if (string != nullptr) string->encoding = encoding;
 }
 
+/// The length of a string's bytes once they are converted: what is claimed of it stays claimed.
+int32_t ConvertedLength(const String& string, std::string_view converted) {
+  const bool isClaimed = string.length() != static_cast<int32_t>(string.bytes().size());
+  return isClaimed ? string.length() : static_cast<int32_t>(converted.size());
+}
+
 String* ConvertString(Host& host, String* string, uint32_t encoding) {
   CheckEncoding(host, encoding);
   if (string == nullptr) return nullptr;
   const auto converted = ConvertText(string->bytes(), string->encoding, encoding);
-  return converted ? NewString(host, *converted, encoding) : nullptr;
+  if (!converted) return nullptr;
+  String* const made = NewString(host, *converted, encoding);
+  made->Claim(ConvertedLength(*string, *converted));
+  return made;
 }
 
 const void* GetCString(Host&, String* string) {
   return string == nullptr ? nullptr : string->text();
 }
 
-int LenB(Host&, String* string) { return static_cast<int>(BytesOf(string).size()); }
+int LenB(Host&, String* string) { return string == nullptr ? 0 : string->length(); }
 
 bool GetStringData(Host& host, String* string, uint32_t encoding, REALstringData* out) {
   CheckEncoding(host, encoding);
@@ -82,7 +91,7 @@ bool GetStringData(Host& host, String* string, uint32_t encoding, REALstringData
   const auto converted = ConvertText(string->bytes(), string->encoding, encoding);
   if (!converted) return false;
   *out = {host.Borrow(*converted),
-          static_cast<uint32_t>(converted->size()),
+          static_cast<uint32_t>(ConvertedLength(*string, *converted)),
           encoding,
           {MarkOf(out), ~MarkOf(out)}};
   return true;

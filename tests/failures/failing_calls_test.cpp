@@ -145,12 +145,7 @@ class FailureTest : public testing::Test {
       sim::Settings settings = settings_;
       settings.missing.insert(name);
       Stage stage(*setup_, settings);
-      const std::string outcome = story.Run(stage);
-      Check(story, stage, outcome, {name});
-      // Nothing needs a reference of its own.
-      if (name.starts_with("REALLock") && name != "REALLockPictureDescription") {
-        EXPECT_EQ(outcome, usual_);
-      }
+      Check(story, stage, story.Run(stage), {name});
       ++failures_;
     }
   }
@@ -158,6 +153,10 @@ class FailureTest : public testing::Test {
  private:
   bool IsDocumented(const Story& story, const std::string& outcome,
                     const std::set<std::string>& failed) const {
+    // Nothing needs a reference of its own.
+    if (failed.contains("REALLockObject") || failed.contains("REALLockString")) {
+      return outcome == usual_;
+    }
     if (outcome == usual_ || IsFailure(outcome)) return true;
     if (std::string_view(story.alternatives).find("[" + outcome + "]") != std::string::npos) {
       return true;

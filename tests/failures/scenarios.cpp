@@ -195,9 +195,12 @@ const Story kTextStories[] = {
      [](Stage& stage, const char*) {
        std::string told;
        {
-         Text view(stage.plugin, stage.string.get());
+         const auto bytes = stage.host.MakeString("bytes", kEncodingUndefined);
+         Text view(stage.plugin, bytes.get());
+         view.Assign(view);
          Texts(view);
-         Text copy(stage.plugin, view);
+         Text other(stage.plugin, stage.string.get());
+         Text copy(stage.plugin, other);
          Texts(copy);
          view.Assign(copy);
          told = Texts(view);

@@ -74,22 +74,19 @@ TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
 }
 
 TEST(StringData, AFailureLeavesTheRecordAlone) {
-  for (const char* missing :
-       {"StringGetCString", "LenB( s as string ) as integer", "REALConvertString"}) {
-    SCOPED_TRACE(missing);
+  for (const auto& [missing, failing, claim] : {std::tuple{"StringGetCString", "", 2},
+                                                {"LenB( s as string ) as integer", "", 2},
+                                                {"REALConvertString", "", 2},
+                                                {"", "StringGetCString", 2},
+                                                {"", "malloc", 2},
+                                                {"", "", -1}}) {
+    SCOPED_TRACE(std::string(missing) + failing);
     Lending l({kGet, kDispose, missing}, "\xC3\xA9", kEncodingUtf8);
+    l.host.faults.failing = {failing};
+    l.string->Claim(claim);
     EXPECT_FALSE(l.Get(kEncodingWindowsLatin1));
     EXPECT_EQ(l.record.data, nullptr);
     EXPECT_EQ(l.record.length, 77U);
-  }
-  // A malformed host's bytes are nowhere, or fewer than none.
-  for (const char* malformed : {"StringGetCString", "REALLoadGlobalMethod"}) {
-    Lending l({kGet, kDispose}, "abc", kEncodingUtf8);
-    long (*const fewer)(void*) = [](void*) { return -1L; };
-    l.host.Record(malformed, *malformed == 'S' ? 0 : reinterpret_cast<uintptr_t>(fewer));
-    EXPECT_FALSE(l.Get(kEncodingUtf8));
-    EXPECT_EQ(l.record.length, 77U);
-    EXPECT_EQ(l.host.Imbalance(), "");
   }
   // An encoding that cannot be asked counts as 0.
   Lending l({kGet, kDispose, "REALGetStringEncoding"}, "\x80", kEncodingUtf8);
@@ -163,10 +160,12 @@ TEST_P(RbDataOfStrings, HoldTheStringOrItsBytes) {
     auto string = session.host.MakeString(bytes, kEncodingUtf16);
     Data data(session.plugin, string.get());
     EXPECT_EQ(data.bytes(), bytes);
+    EXPECT_NE(data.data(), nullptr);
     EXPECT_EQ(string->references(), borrows ? 1 : 2);
     EXPECT_EQ(data.At(0) != 0, !borrows);
     EXPECT_EQ(data.At<uint8_t>(28), borrows ? 1 : 0);
     data.Destroy();
+    for (size_t field = 0; field < 40; field += 4) EXPECT_EQ(data.At(field), 0U) << field;
     data.Destroy();
     EXPECT_EQ(session.host.Imbalance(), "");
   }
