@@ -46,6 +46,8 @@ function(velpicture_plugin target)
     POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
+  # Its own name: plugins linked with it find it loaded, wherever the host loaded it from.
+  target_link_options(${target} PRIVATE -Wl,-soname,VelPicture.so)
   # The older form of the symbol table is all that C libraries before 2.5 know.
   target_link_options(${target} PRIVATE -Wl,--hash-style=both -Wl,-Bsymbolic -Wl,-z,relro,-z,now
     -Wl,--exclude-libs,ALL -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/plugin.map)

@@ -9,6 +9,9 @@ bool gHasControls = false;
 
 namespace {
 
+// Nobody reads it here: it tells whoever looks into the file which version that is.
+[[gnu::used]] constexpr char kVersion[] = "VelPicture " VELPICTURE_VERSION;
+
 // Below this version the host does not parse colour literals with an alpha byte.
 constexpr double kFirstVersionWithColorAlpha = 2011.04;
 

@@ -5,6 +5,13 @@
 #include "host/export.h"
 #include "host/host_types.h"
 
+namespace velpicture {
+
+/// Declared to the host at start-up and in every class record.
+constexpr int kPluginInterfaceVersion = 9;
+
+}  // namespace velpicture
+
 /// Set once a control was registered.
 VEL_EXPORT extern bool gHasControls;
 

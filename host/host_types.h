@@ -55,7 +55,7 @@ struct REALmethodDefinition {
   const char* declaration;
   uint32_t flags;
 };
-static_assert(IsHostLayout(sizeof(REALmethodDefinition), 16));
+static_assert(IsHostLayout(sizeof(REALmethodDefinition), 16), "");
 
 /// A 40-byte member entry of a class or module record. Only its flags are of interest here.
 struct REALmemberDefinition {
@@ -63,8 +63,8 @@ struct REALmemberDefinition {
   uint32_t flags;
   uint32_t hostWords2[6];
 };
-static_assert(IsHostLayout(sizeof(REALmemberDefinition), 40));
-static_assert(IsHostLayout(offsetof(REALmemberDefinition, flags), 12));
+static_assert(IsHostLayout(sizeof(REALmemberDefinition), 40), "");
+static_assert(IsHostLayout(offsetof(REALmemberDefinition, flags), 12), "");
 
 struct REALclassDefinition {
   uint32_t version;
@@ -83,12 +83,12 @@ struct REALclassDefinition {
   REALmethodDefinition* sharedMethods;
   int32_t sharedMethodCount;
 };
-static_assert(IsHostLayout(sizeof(REALclassDefinition), 100));
-static_assert(IsHostLayout(offsetof(REALclassDefinition, size), 12));
-static_assert(IsHostLayout(offsetof(REALclassDefinition, members), 28));
-static_assert(IsHostLayout(offsetof(REALclassDefinition, methods), 36));
-static_assert(IsHostLayout(offsetof(REALclassDefinition, flags), 80));
-static_assert(IsHostLayout(offsetof(REALclassDefinition, sharedMethods), 92));
+static_assert(IsHostLayout(sizeof(REALclassDefinition), 100), "");
+static_assert(IsHostLayout(offsetof(REALclassDefinition, size), 12), "");
+static_assert(IsHostLayout(offsetof(REALclassDefinition, members), 28), "");
+static_assert(IsHostLayout(offsetof(REALclassDefinition, methods), 36), "");
+static_assert(IsHostLayout(offsetof(REALclassDefinition, flags), 80), "");
+static_assert(IsHostLayout(offsetof(REALclassDefinition, sharedMethods), 92), "");
 
 struct REALmoduleDefinition {
   uint32_t hostWords0[2];
@@ -98,21 +98,21 @@ struct REALmoduleDefinition {
   REALmemberDefinition* members;
   int32_t memberCount;
 };
-static_assert(IsHostLayout(offsetof(REALmoduleDefinition, methods), 8));
-static_assert(IsHostLayout(offsetof(REALmoduleDefinition, members), 24));
+static_assert(IsHostLayout(offsetof(REALmoduleDefinition, methods), 8), "");
+static_assert(IsHostLayout(offsetof(REALmoduleDefinition, members), 24), "");
 
 /// A control's record, as far as registering one needs it.
 struct REALcontrol {
   uint32_t hostWords0[2];
   uint32_t size;
 };
-static_assert(IsHostLayout(offsetof(REALcontrol, size), 8));
+static_assert(IsHostLayout(offsetof(REALcontrol, size), 8), "");
 
 struct REALevent {
   uint32_t hostWord0;
   uint32_t instanceKey;
 };
-static_assert(IsHostLayout(offsetof(REALevent, instanceKey), 4));
+static_assert(IsHostLayout(offsetof(REALevent, instanceKey), 4), "");
 
 /// Kinds of native storage a picture description can be locked for.
 enum REALpictureStorage : int32_t {
@@ -130,8 +130,8 @@ struct REALpictureDescription {
   /// The host fills fields beyond the four above; this is room for them, never read.
   uint32_t hostWords[60];
 };
-static_assert(IsHostLayout(sizeof(REALpictureDescription), 256));
-static_assert(IsHostLayout(offsetof(REALpictureDescription, height), 12));
+static_assert(IsHostLayout(sizeof(REALpictureDescription), 256), "");
+static_assert(IsHostLayout(offsetof(REALpictureDescription, height), 12), "");
 
 /// The pixel block behind a console picture: 32-bit pixels, rows wherever the row table says.
 struct ConsolePixelBlock {
@@ -142,22 +142,22 @@ struct ConsolePixelBlock {
   void* storage;
   uint8_t** rowTable;
 };
-static_assert(IsHostLayout(offsetof(ConsolePixelBlock, storage), 7224));
-static_assert(IsHostLayout(offsetof(ConsolePixelBlock, rowTable), 7228));
+static_assert(IsHostLayout(offsetof(ConsolePixelBlock, storage), 7224), "");
+static_assert(IsHostLayout(offsetof(ConsolePixelBlock, rowTable), 7228), "");
 
 /// The start of a host object, as far as it is read.
 struct REALobjectHeader {
   uint32_t hostWords[3];
   int32_t lockCount;
 };
-static_assert(IsHostLayout(offsetof(REALobjectHeader, lockCount), 12));
+static_assert(IsHostLayout(offsetof(REALobjectHeader, lockCount), 12), "");
 
 /// A host array, as far as the built-in element procedures read it.
 struct REALarrayStruct {
   uint32_t hostWords[2];
   void* elements;
 };
-static_assert(IsHostLayout(offsetof(REALarrayStruct, elements), 8));
+static_assert(IsHostLayout(offsetof(REALarrayStruct, elements), 8), "");
 
 /// The older layout of a host string, read directly below version 2012.0.
 struct REALstringLegacyLayout {
@@ -166,8 +166,8 @@ struct REALstringLegacyLayout {
   uint32_t hostWord2;
   uint32_t lengthBytes;
 };
-static_assert(IsHostLayout(offsetof(REALstringLegacyLayout, storage), 4));
-static_assert(IsHostLayout(offsetof(REALstringLegacyLayout, lengthBytes), 12));
+static_assert(IsHostLayout(offsetof(REALstringLegacyLayout, storage), 4), "");
+static_assert(IsHostLayout(offsetof(REALstringLegacyLayout, lengthBytes), 12), "");
 
 /// A string's bytes, borrowed in a chosen encoding; filled by REALGetStringData and released by
 /// REALDisposeStringData.
@@ -177,7 +177,7 @@ struct REALstringData {
   uint32_t encoding;
   uint32_t reserved[2];  ///< the host's own
 };
-static_assert(IsHostLayout(sizeof(REALstringData), 20));
+static_assert(IsHostLayout(sizeof(REALstringData), 20), "");
 
 /// The host's numbers of text encodings.
 enum REALtextEncoding : uint32_t {

@@ -4,6 +4,7 @@
 #include "host/picture_extension.h"
 
 #include "host/console_flags.h"
+#include "host/entry.h"
 #include "pixels/picture_helpers.h"
 #include "transforms/mirror.h"
 #include "transforms/quarter_turns.h"

@@ -7,9 +7,6 @@
 
 namespace velpicture {
 
-/// Declared to the host at start-up and in every class record.
-constexpr int kPluginInterfaceVersion = 9;
-
 REALclassDefinition& PictureExtension();
 
 /// Replaces RotateVel's declaration by the one whose colour default has six digits, for hosts that

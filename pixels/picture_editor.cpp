@@ -4,6 +4,7 @@
 
 #include "host/host_references.h"
 #include "pixels/gtk_cairo.h"
+#include "pixels/pixel_formats.h"
 
 using namespace velpicture;
 

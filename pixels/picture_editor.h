@@ -13,7 +13,7 @@
 
 #include "host/export.h"
 #include "host/host_types.h"
-#include "pixels/pixel_formats.h"
+#include "pixels/pixel_types.h"
 
 struct PictureEditor {
   int32_t rowBytes;            ///< stride: bytes from one row's first byte to the next row's
@@ -35,8 +35,9 @@ struct PictureEditor {
   bool writable;       ///< the pixels will change: closing clears the picture's cache
   bool unreferenced;   ///< the host let nobody add the reference on `picture`
 };
-static_assert(IsHostLayout(offsetof(PictureEditor, description), 36));
-static_assert(IsHostLayout(offsetof(PictureEditor, pixbuf), 36 + sizeof(REALpictureDescription)));
+static_assert(IsHostLayout(offsetof(PictureEditor, description), 36), "");
+static_assert(IsHostLayout(offsetof(PictureEditor, pixbuf), 36 + sizeof(REALpictureDescription)),
+              "");
 
 /// Entries of the format tables for the editor's pixelType: bytes per pixel, and the byte offset of
 /// a channel inside a pixel. 0 for a code outside 0 to 16.

@@ -4,6 +4,7 @@
 
 #include "host/host_references.h"
 #include "host/resolver.h"
+#include "pixels/description_lock.h"
 #include "pixels/picture_lock.h"
 
 using namespace velpicture;

@@ -1,5 +1,6 @@
 #include "pixels/picture_lock.h"
 
+#include "host/host_calls.h"
 #include "host/resolver.h"
 
 namespace {

@@ -3,7 +3,8 @@
 // Locking a picture's description: the host then says where the picture's native storage is, and
 // keeps it there until the lock is given back.
 
-#include "host/host_calls.h"
+#include "host/export.h"
+#include "host/host_types.h"
 
 /// Locks the description for one kind of storage (a REALpictureStorage) through the host's
 /// three-argument entry. A host below version 2012.0 keeps its lock even when it reports failure,
@@ -16,22 +17,3 @@ VEL_EXPORT void REALUnlockPictureDescriptionAfterFailure(REALpictureStruct* pict
 
 /// The host object's lock count; 0 for null.
 VEL_EXPORT int GetPictureLockCount(REALpictureStruct* picture);
-
-namespace velpicture {
-
-/// Gives one locked description back at the end of the scope, unless it was passed on with Keep.
-class DescriptionLock {
- public:
-  explicit DescriptionLock(REALpictureStruct* lockedPicture) : picture_(lockedPicture) {}
-  DescriptionLock(const DescriptionLock&) = delete;
-  DescriptionLock& operator=(const DescriptionLock&) = delete;
-  ~DescriptionLock() noexcept(false) {
-    if (picture_ != nullptr) REALUnlockPictureDescription(picture_);
-  }
-  void Keep() { picture_ = nullptr; }
-
- private:
-  REALpictureStruct* picture_;
-};
-
-}  // namespace velpicture

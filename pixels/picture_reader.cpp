@@ -1,6 +1,7 @@
 #include "pixels/picture_reader.h"
 
 #include "host/application.h"
+#include "pixels/description_lock.h"
 #include "pixels/editor_guard.h"
 #include "pixels/gtk_cairo.h"
 #include "pixels/picture_helpers.h"

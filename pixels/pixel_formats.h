@@ -7,22 +7,9 @@
 #include <cstdint>
 #include <cstring>
 
-/// The codes of PictureEditor::pixelType that occur.
-enum PixelType : uint32_t {
-  kPixelConsole = 8,  ///< 32-bit word, 7-bit alpha in bits 24 to 30, bit 31 written as 0
-  kPixelRgb24 = 11,   ///< three bytes: red, green, blue
-  kPixelArgb32 = 14,  ///< 32-bit word, alpha in bits 24 to 31
-  kPixelRgb32 = 15,   ///< 32-bit word, bits 24 to 31 read as opaque and written as 0xFF
-};
+#include "pixels/pixel_types.h"
 
 namespace velpicture {
-
-struct Rgba {
-  int red;
-  int green;
-  int blue;
-  int alpha;
-};
 
 inline uint32_t LoadWord(const uint8_t* bytes) {
   uint32_t word;

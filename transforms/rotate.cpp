@@ -5,11 +5,12 @@
 
 #include "host/host_references.h"
 #include "pixels/picture_helpers.h"
+#include "pixels/pixel_formats.h"
 #include "transforms/floating_point_scope.h"
 #include "transforms/picture_scopes.h"
 #include "transforms/quarter_turns.h"
 #include "transforms/rotation_angle.h"
-#include "transforms/shear.h"
+#include "transforms/shear_blocks.h"
 
 using namespace velpicture;
 

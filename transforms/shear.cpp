@@ -4,7 +4,9 @@
 
 #include <emmintrin.h>
 
+#include "pixels/pixel_formats.h"
 #include "transforms/kernels/kernels.h"
+#include "transforms/shear_blocks.h"
 #include "transforms/streaming.h"
 
 namespace velpicture {

@@ -18,7 +18,6 @@
 
 #include "host/export.h"
 #include "pixels/picture_editor.h"
-#include "transforms/kernels/shear_kernels.h"
 
 /// Shears one row, or one column. 0 <= weight <= 1; the background's channels are 0 to 255. The row
 /// cursors of both editors end up where reading and writing pixel by pixel would leave them.
@@ -26,17 +25,3 @@ VEL_EXPORT void SkewRow(PictureEditor& source, PictureEditor& destination, int l
                         double weight, int red, int green, int blue, int alpha);
 VEL_EXPORT void SkewColumn(PictureEditor& source, PictureEditor& destination, int line, int offset,
                            double weight, int red, int green, int blue, int alpha);
-
-namespace velpicture {
-
-/// Lines to hand over at a time: columns are sheared fastest in blocks that are wide and whose
-/// offsets change little from one to the next.
-constexpr int kShearBlockLines = 1024;
-
-/// Shears `count` neighbouring lines, firstRow or firstColumn taking lines[0].
-void SkewRows(const PictureEditor& source, PictureEditor& destination, int firstRow,
-              const ShearLine* lines, int count, const Rgba& background);
-void SkewColumns(const PictureEditor& source, PictureEditor& destination, int firstColumn,
-                 const ShearLine* lines, int count, const Rgba& background);
-
-}  // namespace velpicture

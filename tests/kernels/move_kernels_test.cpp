@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "pixels/pixel_formats.h"
 #include "tests/kernels/guarded_bytes.h"
 #include "transforms/kernels/kernels.h"
 #include "transforms/pixel_moves.h"

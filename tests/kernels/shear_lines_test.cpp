@@ -10,8 +10,10 @@
 #include <random>
 #include <vector>
 
+#include "pixels/pixel_formats.h"
 #include "transforms/kernels/kernels.h"
 #include "transforms/shear.h"
+#include "transforms/shear_blocks.h"
 
 namespace velpicture {
 namespace {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "tests/pixels/odd_storage.h"
 #include "tests/pixels/picture_functions.h"
 

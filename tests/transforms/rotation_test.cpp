@@ -4,6 +4,7 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <cstring>
 
 #include "tests/pixels/odd_storage.h"
 #include "tests/pixels/picture_functions.h"
