@@ -17,7 +17,8 @@ struct NamedType {
 };
 constexpr NamedType kTypes[] = {{"double", Type::kDouble},   {"integer", Type::kInteger},
                                 {"Int64", Type::kInt64},     {"color", Type::kColor},
-                                {"boolean", Type::kBoolean}, {"picture", Type::kPicture}};
+                                {"boolean", Type::kBoolean}, {"picture", Type::kPicture},
+                                {"string", Type::kString}};
 
 bool SameWord(std::string_view left, std::string_view right) {
   return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
@@ -192,6 +193,9 @@ std::optional<Argument> Convert(const Argument& value, Type type) {
       break;
     case Type::kColor:
       if (std::holds_alternative<Color>(value)) return value;
+      break;
+    case Type::kString:
+      if (std::holds_alternative<String*>(value)) return value;
       break;
     default:
       break;

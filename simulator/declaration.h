@@ -12,15 +12,17 @@
 
 namespace sim {
 
+class String;
+
 /// A colour as the plugin receives it: red in bits 16 to 23, green, blue, and bits 24 to 31 on top.
 struct Color {
   uint32_t value;
   friend bool operator==(const Color&, const Color&) = default;
 };
 
-using Argument = std::variant<double, int64_t, Color>;
+using Argument = std::variant<double, int64_t, Color, String*>;
 
-enum class Type { kNone, kDouble, kInteger, kInt64, kColor, kBoolean, kPicture };
+enum class Type { kNone, kDouble, kInteger, kInt64, kColor, kBoolean, kPicture, kString };
 
 const char* TypeName(Type type);
 

@@ -125,9 +125,9 @@ class Host {
   /// Exceptions that the plugin raised, in order. Raising one hands its reference to the host.
   std::vector<Ref<Object>> raised;
 
-  /// The class record that the plugin registered, null before.
+  /// The class record that the plugin started last registered, null before.
   const REALclassDefinition* extension = nullptr;
-  /// What the plugin declared with "RegisterPluginVersion"; 0 before.
+  /// What that plugin declared with "RegisterPluginVersion"; 0 before.
   int pluginVersion = 0;
   /// The version that the plugin was told; what it never asked for is 0.
   double reportedVersion = 0.0;

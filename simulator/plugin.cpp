@@ -12,6 +12,7 @@ namespace {
 void Push(RawCall& call, const Argument& value, Type type) {
   if (const auto* number = std::get_if<double>(&value)) call.Push(*number);
   if (const auto* colour = std::get_if<Color>(&value)) call.Push(colour->value);
+  if (const auto* string = std::get_if<String*>(&value)) call.Push(*string);
   if (const auto* whole = std::get_if<int64_t>(&value)) {
     if (type == Type::kInt64) {
       call.Push(*whole);
@@ -51,6 +52,8 @@ void* Plugin::Address(const char* mangled) const { return dlsym(library_, mangle
 void Plugin::Start(Host& host) {
   auto* const main = Symbol<void(void* (*)(const char*))>("REALPluginMain");
   if (main == nullptr) throw PluginError(path_ + " has no REALPluginMain");
+  host.pluginVersion = 0;
+  host.extension = nullptr;
   main(Host::Resolve);
   methods_.clear();
   if (host.extension == nullptr) return;
@@ -121,6 +124,7 @@ Result Plugin::Call(const Method& method, Picture* picture,
       break;
     case Type::kNone:
     case Type::kDouble:
+    case Type::kString:
       break;
   }
   return result;

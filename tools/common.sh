@@ -36,6 +36,23 @@ runs_i386() {
   [ "$status" = 0 ] || [ "$status" = 3 ]
 }
 
+# The one place of the version is the CMake project.
+project_version() { sed -n 's/^project(VelPicture VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt; }
+
+# Of pages of documentation: the lines of the blocks of one kind. Blocks of sh are commands in a
+# checkout, those of bash commands in the folder of a release.
+block() { awk -v kind="$1" '$1 == "```" kind { on = 1; next } $1 == "```" { on = 0 } on' "${@:2}"; }
+
+# Dies when a page refers to a file that is not there.
+follow_links() {
+  local page link target
+  while IFS=: read -r page link; do
+    case "$link" in http*) continue ;; esac
+    target="${link%%#*}"
+    [ -z "$target" ] || [ -e "$(dirname "$page")/$target" ] || die "$page refers to $link: not there"
+  done < <(grep -oHE '\]\([^)]+\)' "$@" | sed -E 's/\]\(([^)]*)\)/\1/')
+}
+
 # Configures the preset if that was not done yet and builds the given targets (all when none).
 build_targets() {
   local targets=()

@@ -4,7 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <sstream>
+
 namespace {
+
+const std::filesystem::path kProject =
+    std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
 
 class SharedObject : public testing::Test {
  protected:
@@ -24,6 +30,32 @@ TEST_F(SharedObject, ExportsExactlyTheNamesOfTheTable) {
     if (found != exported.end()) exported.erase(found);
   }
   for (const auto& [name, symbol] : exported) ADD_FAILURE() << "exported, too: " << name;
+}
+
+// Its table rows: the header, the names that it declares, and what they do.
+TEST(SupportPage, NamesEveryExportBesideItsHeader) {
+  std::multimap<std::string, std::string> headers;
+  std::ifstream page(kProject / "docs/support.md");
+  const std::regex row(R"(\| `(\w+/\w+\.h)` \| ([^|]*) \|.*)"), name("`([^`]+)`");
+  for (std::string line; std::getline(page, line);) {
+    std::smatch cells;
+    if (!std::regex_match(line, cells, row)) continue;
+    std::stringstream header;
+    header << std::ifstream(kProject / cells.str(1)).rdbuf();
+    const std::string names = cells[2];
+    for (std::sregex_iterator it(names.begin(), names.end(), name), end; it != end; ++it) {
+      const std::string plain = std::regex_replace(it->str(1), std::regex(".*::"), "");
+      EXPECT_TRUE(std::regex_search(header.str(), std::regex("\\b" + plain + "\\b")))
+          << cells[1] << " does not declare " << plain;
+      headers.emplace(it->str(1), cells[1]);
+    }
+  }
+  for (const TableRow& exported : ReadExportTable()) {
+    // Without its parameters; what makes, copies and destroys an object goes by its class.
+    const std::string plain = std::regex_replace(
+        exported.name, std::regex(R"(\(.*|::(rbText|rbData|~\w+|operator=)\(.*)"), "");
+    EXPECT_TRUE(headers.contains(plain)) << "docs/support.md does not name " << exported.name;
+  }
 }
 
 TEST_F(SharedObject, NeedsTheCAndMathematicsLibrariesOnly) {
