@@ -11,13 +11,15 @@
 namespace velhost {
 namespace {
 
-constexpr int kColumns = 5;
-constexpr int kFrame = 304;
+constexpr int kRowWidth = 1280;  // a sheet is not wider, unless one picture is
+constexpr int kSmallSide = 304;  // smaller than this pictures are not made, but for their row
 constexpr int kCaption = 58;
 constexpr int kMargin = 12;
-constexpr sim::Rgba kPaper{250, 250, 248};
+constexpr int kFrame = 3;
+constexpr sim::Rgba kPaper{226, 228, 231};
 constexpr sim::Rgba kInk{30, 34, 40};
-constexpr sim::Rgba kFaint{110, 116, 124};
+constexpr sim::Rgba kFaint{92, 98, 106};
+constexpr sim::Rgba kInPlace{196, 84, 16};
 
 // Half the size; each pixel is the average of four, weighted by their alphas.
 Image Halved(const Image& image) {
@@ -58,31 +60,102 @@ std::string CallOf(const sim::Method& method, const Image& image) {
 }
 
 struct Cell {
-  Image shown;
+  Image shown;  ///< empty where a method makes no picture
   std::string title;
   std::string detail;
+  bool inPlace = false;
 };
 
-// All cells share one scale, so that sizes can be compared.
-int Halvings(const std::vector<Cell>& cells) {
+/// How pictures are shown: one scale for all, so that sizes can be compared.
+struct Scale {
+  int halvings = 0;
+  int multiple = 1;
+};
+
+int LongestSide(const std::vector<Cell>& cells) {
   int longest = 1;
   for (const Cell& cell : cells) {
     longest = std::max({longest, cell.shown.width, cell.shown.height});
   }
-  int halvings = 0;
-  while (longest >> halvings > kFrame) ++halvings;
-  return halvings;
+  return longest;
 }
 
-void DrawCell(Image& sheet, int x, int y, const Cell& cell, int halvings) {
-  Image shown = cell.shown;
-  for (int i = 0; i < halvings; ++i) shown = Halved(shown);
-  const int left = x + (kFrame - shown.width) / 2;
-  const int top = y + (kFrame - shown.height) / 2;
-  FillCheckerboard(sheet, left, top, shown.width, shown.height);
-  DrawImage(sheet, shown, left, top);
-  DrawText(sheet, x, y + kFrame + 8, 2, cell.title, kInk);
-  DrawText(sheet, x, y + kFrame + 32, 2, cell.detail, kFaint);
+int CellWidth(const Cell& cell, Scale scale) {
+  return std::max({(cell.shown.width >> scale.halvings) * scale.multiple, TextWidth(2, cell.title),
+                   TextWidth(2, cell.detail)});
+}
+
+int CellHeight(const Cell& cell, Scale scale) {
+  return (cell.shown.height >> scale.halvings) * scale.multiple + kCaption;
+}
+
+// As large as they are where they fit into one row. A photograph is made smaller, until it fits or
+// is small; what is smaller than that anyway is made larger, so that its pixels show.
+Scale ScaleFor(const std::vector<Cell>& cells) {
+  const int longest = LongestSide(cells);
+  const auto rowWidth = [&](Scale scale) {
+    int width = kMargin;
+    for (const Cell& cell : cells) width += CellWidth(cell, scale) + kMargin;
+    return width;
+  };
+  Scale scale;
+  while (longest >> scale.halvings > kSmallSide && rowWidth(scale) > kRowWidth) ++scale.halvings;
+  if (longest < kSmallSide) scale.multiple = kSmallSide / longest;
+  return scale;
+}
+
+Image Scaled(const Image& image, Scale scale) {
+  Image half = image;
+  for (int i = 0; i < scale.halvings; ++i) half = Halved(half);
+  if (scale.multiple == 1) return half;
+  Image larger(half.width * scale.multiple, half.height * scale.multiple);
+  for (int y = 0; y < larger.height; ++y) {
+    for (int x = 0; x < larger.width; ++x) {
+      larger.At(x, y) = half.At(x / scale.multiple, y / scale.multiple);
+    }
+  }
+  return larger;
+}
+
+void DrawCell(Image& sheet, int x, int y, const Cell& cell, Scale scale) {
+  if (cell.shown.width > 0) {
+    const Image shown = Scaled(cell.shown, scale);
+    if (cell.inPlace) {
+      FillRectangle(sheet, x - kFrame, y - kFrame, shown.width + 2 * kFrame,
+                    shown.height + 2 * kFrame, kInPlace);
+    }
+    FillCheckerboard(sheet, x, y, shown.width, shown.height);
+    DrawImage(sheet, shown, x, y);
+    y += shown.height;
+  }
+  DrawText(sheet, x, y + 8, 2, cell.title, kInk);
+  DrawText(sheet, x, y + 32, 2, cell.detail, cell.inPlace ? kInPlace : kFaint);
+}
+
+/// Where the cells go, row by row, and how large that makes the sheet.
+struct Layout {
+  std::vector<std::pair<int, int>> corners;
+  int width = 0;
+  int height = 0;
+};
+
+Layout Arrange(const std::vector<Cell>& cells, Scale scale) {
+  Layout layout;
+  int x = kMargin, y = kMargin, rowHeight = 0;
+  for (const Cell& cell : cells) {
+    const int width = CellWidth(cell, scale);
+    if (x > kMargin && x + width + kMargin > kRowWidth) {
+      x = kMargin;
+      y += rowHeight + kMargin;
+      rowHeight = 0;
+    }
+    layout.corners.emplace_back(x, y);
+    x += width + kMargin;
+    rowHeight = std::max(rowHeight, CellHeight(cell, scale));
+    layout.width = std::max(layout.width, x);
+    layout.height = y + rowHeight;
+  }
+  return layout;
 }
 
 std::string Detail(const Step& step, bool times) {
@@ -93,12 +166,15 @@ std::string Detail(const Step& step, bool times) {
 }
 
 Cell CellOf(Session& session, const PreparedCall& call, const Image& image, bool times) {
+  const sim::Type result = call.method->result;
   std::vector<Step> steps;
   try {
     Image after = session.Run(image, {call}, &steps);
-    return {std::move(after), call.text, Detail(steps.back(), times)};
+    if (result == sim::Type::kInt64) after = Image();
+    return {std::move(after), call.text, Detail(steps.back(), times),
+            result == sim::Type::kBoolean};
   } catch (const MethodFailed&) {
-    return {image, call.text, "not on this host"};
+    return {{}, call.text, "not on this host"};
   }
 }
 
@@ -115,17 +191,11 @@ Image ContactSheet(Session& session, const Image& image, std::vector<PreparedCal
       {image, "before", std::to_string(image.width) + " x " + std::to_string(image.height)}};
   for (const PreparedCall& call : calls) cells.push_back(CellOf(session, call, image, times));
 
-  const int count = static_cast<int>(cells.size());
-  const int rows = (count + kColumns - 1) / kColumns;
-  Image sheet(kMargin + std::min(count, kColumns) * (kFrame + kMargin),
-              kMargin + rows * (kFrame + kCaption + kMargin), kPaper);
-  const int halvings = Halvings(cells);
-  int x = kMargin, y = kMargin;
+  const Scale scale = ScaleFor(cells);
+  const Layout layout = Arrange(cells, scale);
+  Image sheet(layout.width, layout.height, kPaper);
   for (size_t i = 0; i < cells.size(); ++i) {
-    DrawCell(sheet, x, y, cells[i], halvings);
-    const bool lastOfRow = (i + 1) % kColumns == 0;
-    x = lastOfRow ? kMargin : x + kFrame + kMargin;
-    if (lastOfRow) y += kFrame + kCaption + kMargin;
+    DrawCell(sheet, layout.corners[i].first, layout.corners[i].second, cells[i], scale);
   }
   return sheet;
 }

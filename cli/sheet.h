@@ -8,8 +8,8 @@
 namespace velhost {
 
 /// Methods on one picture: `image` itself, then for each of the calls (where none is given, for
-/// each method of the plugin) what it makes of it, with size and (if `times`) milliseconds. Large
-/// pictures are shown smaller.
+/// each method of the plugin) what it makes of it, with size and (if `times`) milliseconds. What
+/// was changed in place has a frame. Large pictures are shown smaller, tiny ones larger.
 Image ContactSheet(Session& session, const Image& image, std::vector<PreparedCall> calls,
                    bool times);
 
