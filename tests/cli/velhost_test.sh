@@ -133,8 +133,11 @@ hosts() {
       same plain.png turned.png "$picture, $host"
     done
   done
-  LD_LIBRARY_PATH='' expect 2 sample.png -m MirrorVel --host cairo
-  says 'libcairo.so.2.*cannot open'
+  # A Cairo of the system's own cannot be taken away.
+  if ! /sbin/ldconfig -p | grep -q 'libcairo\.so\.2 (libc6)'; then
+    LD_LIBRARY_PATH='' expect 2 sample.png -m MirrorVel --host cairo
+    says 'libcairo.so.2.*cannot open'
+  fi
   DISPLAY='' expect 2 sample.png -m MirrorVel --host gdk
   says 'no X display'
 }
