@@ -16,7 +16,8 @@ constexpr int kPluginInterfaceVersion = 9;
 VEL_EXPORT extern bool gHasControls;
 
 /// Called once by the host, before anything else: stores the resolver, declares the interface
-/// version, asks the host's version and registers what the plugin offers.
+/// version, asks the host's version and registers what the plugin offers. Other plugins that
+/// include this header define their own.
 extern "C" VEL_EXPORT void REALPluginMain(void* (*resolver)(const char* name));
 
 /// Registers the Picture extension, adjusted to the host's version.
