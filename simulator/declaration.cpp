@@ -173,7 +173,9 @@ std::optional<Argument> ParseLiteral(std::string_view text) {
   double number = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
+  if (text.empty() || error != std::errc() || stop != end || !std::isfinite(number)) {
+    return std::nullopt;
+  }
   return number;
 }
 
@@ -216,8 +218,11 @@ std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
       const std::string_view literal = scanner.Literal();
       const auto value = ParseLiteral(literal);
       if (!value) {
-        *why = "\"" + std::string(literal) +
-               "\" is neither a number nor a colour such as &cFF2040 or &cFFFF2040";
+        // "#FF2040" is opaque where it is known; what is written so here is not.
+        const bool foreign = literal.size() == 7 && literal.starts_with('#');
+        const std::string digits(foreign ? literal.substr(1) : "FF2040");
+        *why = "\"" + std::string(literal) + "\" is neither a number nor a colour such as &cFF" +
+               digits + " (opaque); six digits, &c" + digits + ", leave alpha 0 (transparent)";
         return std::nullopt;
       }
       call.arguments.push_back(*value);

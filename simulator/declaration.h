@@ -46,7 +46,8 @@ struct Method {
 
 /// Empty when the text is no declaration of types known here; `why` then says what is wrong.
 std::optional<Method> ParseDeclaration(std::string_view text, std::string* why);
-/// "30", "-7.5e3", "&cFF2040", "&c80FF2040" (the first two of eight digits are bits 24 to 31).
+/// "30", "-7.5e3", "&cFF2040", "&c80FF2040" (the first two of eight digits are bits 24 to 31, which
+/// six leave 0). Nothing is infinite.
 std::optional<Argument> ParseLiteral(std::string_view text);
 /// The value as a parameter of that type takes it (a whole number also fits a double); empty when
 /// it does not fit.

@@ -3,6 +3,10 @@
 #include <dlfcn.h>
 #include <strings.h>
 
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
 #include "simulator/entry_table.h"
 #include "simulator/raw_call.h"
 
@@ -35,6 +39,22 @@ std::optional<std::vector<Argument>> Fit(const Method& method,
     fitted.push_back(*value);
   }
   return fitted;
+}
+
+/// How many letters must be taken out or put in to make one name of the other. Changing a letter is
+/// both: names that merely lack an ending are nearer.
+size_t Distance(std::string_view left, std::string_view right) {
+  std::vector<size_t> row(right.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (const char letter : left) {
+    size_t above = row[0]++;
+    for (size_t i = 0; i < right.size(); ++i) {
+      const bool same = strncasecmp(&letter, &right[i], 1) == 0;
+      const size_t change = std::exchange(above, row[i + 1]) + (same ? 0 : 2);
+      row[i + 1] = std::min({change, above + 1, row[i] + 1});
+    }
+  }
+  return row.back();
 }
 
 }  // namespace
@@ -82,8 +102,15 @@ const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>&
     throw PluginError("the arguments of " + std::string(name) + " do not fit; it is declared as " +
                       forms);
   }
-  for (const Method& method : methods_) forms += (forms.empty() ? "" : ", ") + method.name;
-  throw PluginError("there is no method " + std::string(name) + "; there are " + forms);
+  const auto nearest = std::min_element(
+      methods_.begin(), methods_.end(), [name](const Method& left, const Method& right) {
+        return Distance(name, left.name) < Distance(name, right.name);
+      });
+  if (nearest != methods_.end()) forms = "; the nearest is " + nearest->name + " of ";
+  for (const Method& method : methods_) {
+    forms += (&method == methods_.data() ? "" : ", ") + method.name;
+  }
+  throw PluginError("there is no method " + std::string(name) + forms);
 }
 
 Result Plugin::Call(std::string_view name, Picture* picture,

@@ -45,7 +45,8 @@ TEST(Call, IsTakenApart) {
   EXPECT_EQ(call->name, "RotateVel");
   EXPECT_EQ(call->arguments,
             (std::vector<Argument>{-75.0, Color{0x80FF2040}, Argument(int64_t{3})}));
-  for (const char* wrong : {"", "A(", "A(1,)", "A(&cFFF)", "A(1) B", "A(0x10)", "A(1e)"}) {
+  for (const char* wrong :
+       {"", "A(", "A(1,)", "A(&cFFF)", "A(1) B", "A(0x10)", "A(1e)", "A(inf)"}) {
     EXPECT_FALSE(ParseCall(wrong, &why)) << wrong;
   }
 }
