@@ -3,23 +3,41 @@
 #include <unistd.h>
 
 #include <biosoup/progress_bar.hpp>
+#include <chrono>
+#include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <new>
 
+#include "cli/exif.h"
 #include "cli/image_file.h"
+#include "cli/output_file.h"
 #include "cli/problem.h"
+#include "cli/sheet.h"
+#include "cli/test_card.h"
 
 namespace velhost {
 namespace {
 
 namespace fs = std::filesystem;
 
-void PrintHost(const Session& session) {
-  std::printf("%s: %zu methods registered, %s\n",
-              fs::path(session.plugin().path()).filename().c_str(),
-              session.plugin().methods().size(), session.HostName().c_str());
+constexpr const char* kClearLine = "\r\x1b[K";
+
+volatile std::sig_atomic_t caughtSignal = 0;
+
+// The batch then ends before the next file is written; a second signal ends it at once.
+void Catch(int signal) {
+  caughtSignal = signal;
+  std::signal(signal, SIG_DFL);
+}
+
+void CatchSignals() {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    if (std::signal(signal, Catch) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
 }
 
 void PrintSteps(const std::vector<PreparedCall>& calls, const std::vector<Step>& steps,
@@ -32,124 +50,182 @@ void PrintSteps(const std::vector<PreparedCall>& calls, const std::vector<Step>&
   }
 }
 
-void PrintPeakMemory(Session& session) {
-  std::printf("peak picture memory: %.1f MB\n",
-              static_cast<double>(session.host().memory.peakBytes) / 1e6);
-}
-
-// Drawn on a terminal only; elsewhere it would be noise.
+// One line, drawn on a terminal only; elsewhere it would be noise.
 class Progress {
  public:
   explicit Progress(size_t count)
-      : bar_(static_cast<uint32_t>(count), 40), shown_(isatty(STDERR_FILENO) != 0) {
-    Draw();
-  }
+      : bar_(static_cast<uint32_t>(count), 24), shown_(count > 1 && isatty(STDERR_FILENO) != 0) {}
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  ~Progress() {
-    if (shown_) std::cerr << '\n';
+
+  void Show(const std::string& name) const {
+    if (!shown_) return;
+    const uint32_t done = bar_.event_counter(), all = bar_.num_events();
+    std::cerr << kClearLine << '[' << bar_ << "] " << done + 1 << " of " << all;
+    if (done > 0) {
+      const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start_;
+      std::cerr << ", " << std::lround(time.count() / done * (all - done)) << " s left";
+    }
+    // A long name is cut at the terminal's edge: wrapped, the line could not be cleared.
+    std::cerr << ": \x1b[?7l" << name << "\x1b[?7h" << std::flush;
   }
-  void Step() {
-    ++bar_;
-    Draw();
+  void Clear() const {
+    if (shown_) std::cerr << kClearLine << std::flush;
   }
+  void Step() { ++bar_; }
 
  private:
-  void Draw() const {
-    if (!shown_) return;
-    std::cerr << "\r[" << bar_ << "] " << bar_.event_counter() << " of " << bar_.num_events()
-              << std::flush;
-  }
-
   biosoup::ProgressBar bar_;
   bool shown_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
 struct Job {
   std::string input;
-  std::string output;
+  std::string output;  ///< empty for none
 };
 
+// What can be seen to be wrong with an output before any work is done.
+void CheckOutput(const Options& options, const std::string& path) {
+  if (path.empty()) return;
+  CheckImageName(path, options.format);
+  CheckOutputPath(path, options.force);
+}
+
 std::vector<Job> PlanJobs(const Options& options) {
+  const bool intoFolder = options.output.ends_with('/') ||
+                          (!options.output.empty() && fs::is_directory(options.output));
+  if (!intoFolder && options.inputs.size() > 1) {
+    throw Problem("several pictures need a folder to go to: -o FOLDER/");
+  }
   std::vector<Job> jobs;
-  std::map<fs::path, std::string> inputOfOutput;
+  std::map<std::string, std::string> inputOfOutput;
   for (const std::string& input : options.inputs) {
-    const fs::path output = fs::path(options.output) / fs::path(input).stem().concat(".png");
+    std::string output = options.output;
+    if (intoFolder) {
+      fs::path name = fs::path(input).filename();
+      output = fs::path(output) /
+               (options.format.empty() ? name : name.replace_extension(options.format));
+    }
     const auto [other, isNew] = inputOfOutput.emplace(output, input);
     if (!isNew) {
-      throw Problem(input + " and " + other->second + " would both become " + output.string() +
+      throw Problem(input + " and " + other->second + " would both become " + output +
                     ": run them into different folders");
     }
-    for (const std::string& original : options.inputs) {
-      std::error_code error;
-      if (fs::equivalent(output, original, error)) {
-        throw Problem(output.string() + " would replace an input: give another folder");
-      }
-    }
-    jobs.push_back({input, output.string()});
+    jobs.push_back({input, output});
   }
+  if (intoFolder) {
+    std::error_code error;
+    fs::create_directories(options.output, error);
+    if (error) throw Problem(options.output + " cannot be made: " + error.message());
+  }
+  for (const Job& job : jobs) CheckOutput(options, job.output);
   return jobs;
 }
 
-void RunJob(Session& session, const Job& job, const std::vector<PreparedCall>& calls) {
-  const Image result = session.Run(ReadImage(job.input), calls);
-  const fs::path folder = fs::path(job.output).parent_path();
-  std::error_code error;
-  fs::create_directories(folder, error);
-  if (error) throw Problem(folder.string() + " cannot be made: " + error.message());
-  WriteImage(job.output, result);
+// A picture as it is meant to be seen.
+Image LoadImage(Session& session, const Options& options, const std::string& path) {
+  constexpr const char* kUpright[][2] = {{},
+                                         {"HMirrorVel"},
+                                         {"Rotate180Vel"},
+                                         {"VMirrorVel"},
+                                         {"Rotate270Vel", "HMirrorVel"},
+                                         {"Rotate270Vel"},
+                                         {"Rotate90Vel", "HMirrorVel"},
+                                         {"Rotate90Vel"}};
+  if (path == kTestCardInput) return TestCard();
+  const std::string file = ReadImageFile(path);
+  Image image = DecodeImage(path, file);
+  if (image.sixteenBits) PrintError("note: " + path + " has 16 bits a channel, 8 are kept");
+  const int orientation = options.orient ? ExifOrientation(file) : 1;
+  if (orientation == 1) return image;
+  std::vector<PreparedCall> calls;
+  for (const char* method : kUpright[orientation - 1]) {
+    if (method != nullptr) calls.push_back(session.Prepare(method));
+  }
+  if (options.stats) {
+    PrintError("note: " + path + " is turned upright, EXIF orientation " +
+               std::to_string(orientation));
+  }
+  return session.Run(std::move(image), calls);
+}
+
+// False when a signal came before the result could be written.
+bool RunJob(Session& session, const Options& options, const std::vector<PreparedCall>& calls,
+            const Job& job) {
+  const bool detailed = options.inputs.size() == 1;
+  if (caughtSignal != 0) return false;
+  Image image = LoadImage(session, options, job.input);
+  if (detailed) {
+    std::printf("%s: %d x %d%s\n", job.input.c_str(), image.width, image.height,
+                !image.hasAlpha        ? ""
+                : session.KeepsAlpha() ? ", with alpha channel"
+                                       : ", shown on white (this host's pictures have no alpha)");
+  }
+  std::vector<Step> steps;
+  image = options.sheet ? ContactSheet(session, image, calls, options.times)
+                        : session.Run(std::move(image), calls, &steps);
+  if (caughtSignal != 0) return false;
+  if (detailed) PrintSteps(calls, steps, options.stats);
+  if (job.output.empty()) {
+    std::puts("nothing written: no -o FILE");
+  } else {
+    SaveImage(options, job.output, std::move(image), detailed);
+  }
+  return true;
 }
 
 }  // namespace
 
-void RunOnFile(Session& session, const Options& options, const std::vector<PreparedCall>& calls) {
-  const std::string& input = options.inputs.front();
-  const Image image = ReadImage(input);
-  PrintHost(session);
-  std::printf("%s: %d x %d%s\n", input.c_str(), image.width, image.height,
-              !image.hasAlpha        ? ""
-              : session.KeepsAlpha() ? ", with alpha channel"
-                                     : ", shown on white (this host's pictures have no alpha)");
-  std::vector<Step> steps;
-  const Image result = session.Run(image, calls, &steps);
-  PrintSteps(calls, steps, options.stats);
-  if (options.stats) PrintPeakMemory(session);
-  if (options.output.empty()) {
-    std::puts("nothing written: no -o FILE");
-  } else {
-    WriteImage(options.output, result);
-    std::printf("%s: written, %d x %d\n", options.output.c_str(), result.width, result.height);
-  }
+void PrintError(const std::string& text) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "%svelhost: %s\n", isatty(STDERR_FILENO) != 0 ? kClearLine : "",
+               text.c_str());
 }
 
-bool RunOnMany(Session& session, const Options& options, const std::vector<PreparedCall>& calls) {
+void SaveImage(const Options& options, const std::string& path, Image image, bool told) {
+  CheckOutput(options, path);  // Others may write there, too.
+  const int width = image.width, height = image.height;
+  WriteImage(path, std::move(image), options.format);
+  if (told) std::printf("%s: written, %d x %d\n", path.c_str(), width, height);
+}
+
+int RunBatch(Session& session, const Options& options, const std::vector<PreparedCall>& calls) {
   const std::vector<Job> jobs = PlanJobs(options);
-  PrintHost(session);
-  std::vector<std::string> failures;
-  {
-    Progress progress(jobs.size());
-    for (const Job& job : jobs) {
-      try {
-        RunJob(session, job, calls);
-      } catch (const Problem& problem) {
-        failures.emplace_back(problem.what());
-      } catch (const MethodFailed& failed) {
-        failures.push_back(job.input + ": " + failed.what());
-      }
-      progress.Step();
+  std::printf("%s: %zu methods registered, %s\n",
+              fs::path(session.plugin().path()).filename().c_str(),
+              session.plugin().methods().size(), session.HostName().c_str());
+  CatchSignals();
+  size_t written = 0, tried = 0;
+  Progress progress(jobs.size());
+  for (const Job& job : jobs) {
+    progress.Show(job.input);
+    try {
+      if (!RunJob(session, options, calls, job)) break;
+      ++written;
+    } catch (const Problem& problem) {
+      PrintError(problem.what());
+    } catch (const std::bad_alloc&) {
+      PrintError(job.input + ": memory is short: give a smaller picture");
+    } catch (const std::exception& reason) {
+      PrintError(job.input + ": " + reason.what());
     }
+    progress.Step();
+    ++tried;
   }
-  std::printf("%zu of %zu pictures written to %s\n", jobs.size() - failures.size(), jobs.size(),
-              options.output.c_str());
-  for (const std::string& failure : failures) std::printf("failed: %s\n", failure.c_str());
-  if (options.stats) PrintPeakMemory(session);
-  return failures.empty();
-}
-
-bool ReportBalance(Session& session) {
+  progress.Clear();
+  if (jobs.size() > 1 || caughtSignal != 0) {
+    std::printf("%zu of %zu pictures written to %s, %zu failed\n", written, jobs.size(),
+                options.output.c_str(), tried - written);
+  }
+  if (options.stats) {
+    std::printf("peak picture memory: %.1f MB\n",
+                static_cast<double>(session.host().memory.peakBytes) / 1e6);
+  }
   const std::string left = session.host().Imbalance();
   std::printf("references and locks left: %s\n", left.empty() ? "none" : left.c_str());
-  return left.empty();
+  if (caughtSignal != 0) return kSignal + caughtSignal;
+  return written == jobs.size() && left.empty() ? kDone : kFailed;
 }
 
 }  // namespace velhost

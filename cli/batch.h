@@ -1,6 +1,6 @@
 #pragma once
 
-// The work on picture files: one with all details told, or many into a folder.
+// The work on picture files. A single picture is a batch of one, with all details told.
 
 #include <string>
 #include <vector>
@@ -10,16 +10,20 @@
 
 namespace velhost {
 
-/// Runs the calls on one picture file, says what was done, and writes the result. Throws what
-/// Session::Run, ReadImage and WriteImage throw.
-void RunOnFile(Session& session, const Options& options, const std::vector<PreparedCall>& calls);
+/// What velhost returns; 128 + N when signal N ended the work.
+enum ExitStatus { kDone = 0, kFailed = 1, kWrong = 2, kSignal = 128 };
 
-/// Runs the calls on each file and writes the results into the output folder as PNG files of the
-/// same names. Goes on after a failure. Returns false when any failed. Throws Problem, with nothing
-/// done, when two results would share a name or take the place of an input.
-bool RunOnMany(Session& session, const Options& options, const std::vector<PreparedCall>& calls);
+/// Prints one line about what is wrong, or worth a note, to standard error.
+void PrintError(const std::string& text);
 
-/// What is out of balance after the work, as one line; false when anything is.
-bool ReportBalance(Session& session);
+/// Writes a result and, if `told`, says so. Throws Problem, also when the file exists and may not
+/// be replaced.
+void SaveImage(const Options& options, const std::string& path, Image image, bool told = true);
+
+/// Runs the calls on each picture and writes the results, each as soon as it is there. Says what
+/// failed and goes on; stops when a signal asks for it; says what is out of balance in the host.
+/// Returns an exit status. Throws Problem, with nothing done, when results would share a name or
+/// replace a file unasked.
+int RunBatch(Session& session, const Options& options, const std::vector<PreparedCall>& calls);
 
 }  // namespace velhost

@@ -14,6 +14,7 @@ struct Image : sim::Image {
   explicit Image(sim::Image image, bool alpha) : sim::Image(std::move(image)), hasAlpha(alpha) {}
 
   bool hasAlpha = false;
+  bool sixteenBits = false;  ///< The file had more than these pixels hold.
 };
 
 }  // namespace velhost

@@ -9,14 +9,18 @@
 
 namespace velhost {
 
-/// Reads a picture file. Throws Problem when there is none at `path` or it cannot be read whole.
-Image ReadImage(const std::string& path);
+/// The bytes of a picture file, or of standard input for "-". Throws Problem when there is none, or
+/// when it is not whole; what follows the picture in the file is nobody's business.
+std::string ReadImageFile(const std::string& path);
 
-/// Throws Problem unless the name ends in one of the formats that WriteImage can write.
-void CheckImageName(const std::string& path);
+/// The picture of a file read so. Throws Problem, which names `path`, when it cannot be decoded.
+Image DecodeImage(const std::string& path, const std::string& bytes);
 
-/// Writes `image` in the format that the name asks for; alpha goes into PNG only. The file appears,
+/// Throws Problem unless WriteImage can write `format` (or what the name asks for, if empty).
+void CheckImageName(const std::string& path, const std::string& format = "");
+
+/// Writes `image` as `format`, or as the name asks for; alpha goes into PNG only. The file appears,
 /// or replaces an older one, complete or not at all; throws Problem in the latter case.
-void WriteImage(const std::string& path, const Image& image);
+void WriteImage(const std::string& path, Image image, const std::string& format = "");
 
 }  // namespace velhost

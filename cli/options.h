@@ -8,27 +8,31 @@
 
 namespace velhost {
 
-enum class HostKind { kConsole, kWeb, kCairo, kGdk };
+/// Stands for the test card among the names of pictures.
+constexpr const char* kTestCardInput = "(test card)";
 
 /// What the command line asks for.
 struct Options {
   std::vector<std::string> inputs;
   std::vector<std::string> calls;
   std::string output;
-  HostKind host = HostKind::kConsole;
-  double hostVersion = 0;
+  std::string format;            ///< of what is written; empty for what the name says
+  std::string host = "console";  ///< or "web", "cairo", "gdk"
+  double hostVersion = 2012.01;
   std::string plugin;  ///< empty for VelPicture.so beside the executable
   std::string kernels;
+  bool force = false;
+  bool orient = true;
   bool list = false;
   bool log = false;
   bool stats = false;
-  bool sheet = false;
+  bool sheet = false;  ///< instead of running the calls one after the other
   bool times = true;
   bool testCard = false;
 };
 
 /// Reads the command line. Empty when only help was asked for (and given); throws Problem when the
-/// options cannot be understood.
+/// options cannot be understood or lack something.
 std::optional<Options> ParseOptions(int argc, const char* const* argv);
 
 }  // namespace velhost

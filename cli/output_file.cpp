@@ -14,6 +14,30 @@
 namespace velhost {
 namespace {
 
+namespace fs = std::filesystem;
+
+int standardOutput = STDOUT_FILENO;
+
+bool Write(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = write(descriptor, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return false;
+    bytes.remove_prefix(count);
+  }
+  return true;
+}
+
+// Where a link leads, also when nothing is there yet.
+fs::path LinkTarget(fs::path path) {
+  constexpr int kMostLinks = 40;  // As many as the kernel follows.
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
+    path = path.parent_path() / fs::read_symlink(path, error);
+  }
+  return path;
+}
+
 // A file under a name of its own; removed again unless it was moved into place.
 class TemporaryFile {
  public:
@@ -30,8 +54,8 @@ class TemporaryFile {
 
   /// Whether every step succeeded; errno tells which error it was.
   bool WriteAndMoveTo(const std::string& target, std::string_view bytes) {
-    return descriptor_ >= 0 && UsualPermissions() && Write(bytes) && fsync(descriptor_) == 0 &&
-           MoveTo(target);
+    return descriptor_ >= 0 && UsualPermissions() && Write(descriptor_, bytes) &&
+           fsync(descriptor_) == 0 && MoveTo(target);
   }
 
  private:
@@ -40,16 +64,6 @@ class TemporaryFile {
     const mode_t mask = umask(0);
     umask(mask);
     return fchmod(descriptor_, 0666 & ~mask) == 0;
-  }
-
-  bool Write(std::string_view bytes) const {
-    while (!bytes.empty()) {
-      const ssize_t count = write(descriptor_, bytes.data(), bytes.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0) return false;
-      bytes.remove_prefix(count);
-    }
-    return true;
   }
 
   bool MoveTo(const std::string& target) {
@@ -64,12 +78,15 @@ class TemporaryFile {
 
 }  // namespace
 
-void CheckOutputPath(const std::string& path) {
-  namespace fs = std::filesystem;
+void CheckOutputPath(const std::string& path, bool replace) {
+  if (path == kStandardOutput) return;
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::exists(status) && !fs::is_regular_file(status)) {
     throw Problem("the output " + path + " is no file: give the name of a picture file");
+  }
+  if (fs::exists(status) && !replace) {
+    throw Problem(path + " is there already: give another name, or --force");
   }
   const fs::path folder = fs::path(path).parent_path();
   if (!folder.empty() && !fs::is_directory(folder, error)) {
@@ -77,15 +94,20 @@ void CheckOutputPath(const std::string& path) {
   }
 }
 
+void KeepStandardOutput() {
+  standardOutput = dup(STDOUT_FILENO);
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
 void ReplaceFile(const std::string& path, std::string_view bytes) {
-  CheckOutputPath(path);
-  // A link stays, and what it points to is replaced.
-  std::error_code error;
-  const std::string target = std::filesystem::weakly_canonical(path, error).string();
-  TemporaryFile file(error ? path : target);
-  if (!file.WriteAndMoveTo(error ? path : target, bytes)) {
-    throw Problem(path + " cannot be written: " + std::strerror(errno));
+  bool done = false;
+  if (path == kStandardOutput) {
+    done = Write(standardOutput, bytes);
+  } else {
+    const std::string target = LinkTarget(path);
+    done = TemporaryFile(target).WriteAndMoveTo(target, bytes);
   }
+  if (!done) throw Problem(path + " cannot be written: " + std::strerror(errno));
 }
 
 }  // namespace velhost

@@ -1,5 +1,6 @@
 #include "cli/session.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -23,7 +24,7 @@ struct HostTraits {
   sim::StorageKind alpha;
 };
 
-const HostTraits& TraitsOf(HostKind kind) {
+const HostTraits& TraitsOf(const Options& options) {
   using enum sim::StorageKind;
   static constexpr HostTraits kTraits[] = {
       {"console", sim::AppKind::kConsole, kConsole, kConsole},
@@ -31,21 +32,24 @@ const HostTraits& TraitsOf(HostKind kind) {
       {"cairo", sim::AppKind::kDesktop, kCairo, kCairo},
       {"gdk", sim::AppKind::kDesktop, kGdk, kNone},
   };
-  return kTraits[static_cast<int>(kind)];
+  // One of them: no other name is taken from the command line.
+  return *std::find_if(kTraits, std::end(kTraits) - 1, [&options](const HostTraits& traits) {
+    return traits.name == options.host;
+  });
 }
 
-void InstallStorage(HostKind kind) {
+void InstallStorage(const Options& options) {
   std::string missing;
-  if (kind == HostKind::kCairo) missing = sim::InstallCairoStorage();
-  if (kind == HostKind::kGdk) missing = sim::InstallGdkStorage();
+  if (options.host == "cairo") missing = sim::InstallCairoStorage();
+  if (options.host == "gdk") missing = sim::InstallGdkStorage();
   if (missing.empty()) return;
-  throw Problem(std::string("--host ") + TraitsOf(kind).name + " cannot start: " + missing +
+  throw Problem("--host " + options.host + " cannot start: " + missing +
                 " (./run fetches the 32-bit libraries and starts a display)");
 }
 
 sim::Settings SettingsFor(const Options& options) {
-  InstallStorage(options.host);
-  const HostTraits& traits = TraitsOf(options.host);
+  InstallStorage(options);
+  const HostTraits& traits = TraitsOf(options);
   sim::Settings settings;
   settings.version = options.hostVersion;
   settings.application = traits.application;
@@ -57,8 +61,7 @@ sim::Settings SettingsFor(const Options& options) {
 
 std::string NameOf(const Options& options) {
   char text[64];
-  std::snprintf(text, sizeof text, "%s host %.7g", TraitsOf(options.host).name,
-                options.hostVersion);
+  std::snprintf(text, sizeof text, "%s host %.7g", options.host.c_str(), options.hostVersion);
   return text;
 }
 
@@ -93,7 +96,7 @@ std::string SizeText(int width, int height) {
 
 Session::Session(const Options& options)
     : hostName_(NameOf(options)),
-      keepsAlpha_(TraitsOf(options.host).alpha != sim::StorageKind::kNone &&
+      keepsAlpha_(TraitsOf(options).alpha != sim::StorageKind::kNone &&
                   options.hostVersion >= kAlphaSince),
       log_(options.log),
       host_(SettingsFor(options)),
@@ -111,15 +114,15 @@ PreparedCall Session::Prepare(const std::string& text) const {
   return {text, &method, std::move(call->arguments)};
 }
 
-Image Session::Run(const Image& image, const std::vector<PreparedCall>& calls,
-                   std::vector<Step>* steps) {
+Image Session::Run(Image image, const std::vector<PreparedCall>& calls, std::vector<Step>* steps) {
   const bool alpha = image.hasAlpha && keepsAlpha_;
-  sim::Ref<sim::Picture> picture =
-      host_.MakePicture(image.hasAlpha && !alpha ? Flattened(image) : image, alpha);
+  if (image.hasAlpha && !alpha) image = Flattened(image);
+  sim::Ref<sim::Picture> picture = host_.MakePicture(image, alpha);
   if (!picture) {
-    throw Problem("the " + hostName_ + " cannot hold a picture of " +
-                  SizeText(image.width, image.height) + ": give a smaller one");
+    throw MethodFailed("the " + hostName_ + " cannot hold a picture of " +
+                       SizeText(image.width, image.height) + ": give a smaller one");
   }
+  image = {};  // Where addresses have 32 bits, large pictures leave no room for another copy.
   for (const PreparedCall& call : calls) {
     const Step step = RunOne(call, picture);
     if (steps != nullptr) steps->push_back(step);

@@ -28,7 +28,7 @@ struct Step {
   int hostCalls;
 };
 
-/// A call that came back with null or false.
+/// A picture that the host cannot hold, or a call that came back with null or false.
 struct MethodFailed : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -42,10 +42,9 @@ class Session {
   PreparedCall Prepare(const std::string& text) const;
 
   /// Makes `image` a picture of the host, runs the calls on it one after the other, each on the
-  /// picture that the one before returned (or changed), and returns the last. Throws Problem when
-  /// the host cannot hold the picture and MethodFailed when a call fails. `steps`, if given, gets
-  /// one entry per call.
-  Image Run(const Image& image, const std::vector<PreparedCall>& calls,
+  /// picture that the one before returned (or changed), and returns the last. Throws MethodFailed.
+  /// `steps`, if given, gets one entry per call.
+  Image Run(Image image, const std::vector<PreparedCall>& calls,
             std::vector<Step>* steps = nullptr);
 
   /// False where the host's pictures have no alpha channel; Run then shows `image` on white.

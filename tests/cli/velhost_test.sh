@@ -1,60 +1,149 @@
 #!/usr/bin/env bash
 # velhost_test.sh GROUP VELHOST SAMPLE: one group of cases, in a folder of its own that goes away.
 set -u
-group="$1" velhost="$(realpath "$2")" sample="$(realpath "$3")"
-work="$(mktemp -d)"
-trap 'rm -rf "$work"' EXIT
+script="$(realpath "$0")" group="$1" velhost="$(realpath "$2")" sample="$(realpath "$3")"
+work="$(mktemp -d)" said="$(mktemp)" errors="$(mktemp)"
+trap 'rm -rf "$work" "$said" "$errors"' EXIT
 cd "$work" || exit 1
-cp "$sample" sample.png
-head -c 5000 sample.png >cut.png
-{ head -c 3000 sample.png; printf X; tail -c +3002 sample.png; } >damaged.png
-echo "not a picture" >text.png
 
 failures=0
 fail() { echo "FAILED: $*"; failures=$((failures + 1)); }
 
-# expect STATUS ARGS...: runs velhost; its output, both streams, is left in $output.
+# expect STATUS ARGS...: runs velhost; what it prints is left in $said and $errors.
 expect() {
   local wanted="$1" status=0
   shift
-  output="$("$velhost" "$@" 2>&1)" || status=$?
-  [ "$status" = "$wanted" ] || fail "status $status instead of $wanted: velhost $*: $output"
+  "${within[@]}" "$velhost" "$@" >"$said" 2>"$errors" || status=$?
+  [ "$status" = "$wanted" ] || fail "status $status, not $wanted: velhost $*: $(cat "$said" "$errors")"
 }
-says() { grep -q -- "$1" <<<"$output" || fail "no '$1' in: $output"; }
+within=()
+says() { grep -q -- "$1" "$said" || fail "no '$1' in: $(cat "$said")"; }
+complains() {
+  [ "$(wc -l <"$errors")" = 1 ] && grep -q -- "$1" "$errors" ||
+    fail "not one line with '$1': $(cat "$errors")"
+}
 same() { cmp -s "$1" "$2" || fail "$1 and $2 differ${3:+: $3}"; }
+fits() { ! grep -E '^.{81}|[{]|TEXT' "$said"; }
+state() { find . -exec cksum {} + 2>&1 | sort; }
 
-errors() {
-  local -r before=(*)
-  # What the one line must say, then the arguments.
-  while IFS='|' read -r pattern arguments; do
-    eval "expect 2 $arguments"
-    says "$pattern"
-    [ "$(wc -l <<<"$output")" = 1 ] || fail "more than one line: $output"
-  done <<'CASES'
-no picture given|
-no method given|sample.png
-nope.png: No such file.*PNG, JPEG or BMP|nope.png -m Rotate90Vel -o out.png
-is a folder|. -m Rotate90Vel -o out.png
-text.png is no picture|text.png -m Rotate90Vel -o out.png
-cut off or damaged|cut.png -m Rotate90Vel -o out.png
-cut off or damaged|damaged.png -m Rotate90Vel -o out.png
-no method TurnVel.*Rotate90Vel|sample.png -m TurnVel -o out.png
-declared as RotateVel(angle as double|sample.png -m RotateVel -o out.png
-declared as RotateVel(angle as double|sample.png -m "RotateVel(1, 2, 3)" -o out.png
-declared as CloneVel|sample.png -m "CloneVel(1.5, 2)" -o out.png
-"x" is neither a number nor a colour|sample.png -m "RotateVel(x)" -o out.png
-parenthesis|sample.png -m "RotateVel(30" -o out.png
-use .png, .jpg or .bmp|sample.png -m MirrorVel -o out.gif
-folder nodir is missing|sample.png -m MirrorVel -o nodir/out.png
-need a folder|sample.png sample.png -m MirrorVel -o out.png
-give console, web, cairo or gdk|sample.png -m MirrorVel --host mac -o out.png
-such as 2011.04|sample.png -m MirrorVel --host-version new -o out.png
-no plugin .*nope.so|sample.png -m MirrorVel --plugin nope.so -o out.png
---kernels|sample.png -m MirrorVel --kernels abacus -o out.png
-not expected: --bogus|sample.png -m MirrorVel --bogus -o out.png
+# try <<CASES: a case per line. Its status, what its one line on standard error says (nothing: no
+# line), a check of what it did, and the arguments.
+try() {
+  local status pattern check arguments
+  while IFS='|' read -r status pattern check arguments; do
+    eval "expect $status $arguments"
+    if [ -n "$pattern" ]; then complains "$pattern"; else same "$errors" /dev/null "$arguments"; fi
+    eval "$check" || fail "$check: velhost $arguments: $(cat "$said")"
+  done
+}
+
+# As a phone writes it: a note of how it was held (1 to 8), and a film behind the picture, here one
+# that has a scan but no end.
+phone() {
+  printf '\xff\xd8\xff\xe1\0\x22Exif\0\0II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0\x0'"$1"'\0\0\0\0\0\0\0'
+  tail -c +3 plain.jpg
+  head -c 9000 plain.jpg
+}
+
+cp "$sample" sample.png
+cp sample.png other.png
+head -c 5000 sample.png >cut.png
+{ head -c 3000 sample.png; printf X; tail -c +3002 sample.png; } >damaged.png
+echo "not a picture" >text.png
+expect 0 sample.png -m BitmapVel -o plain.jpg
+phone 6 >phone.jpg
+head -c 30000 phone.jpg >cut.jpg
+# 1 x 1 with 16 bits a channel; 20000 x 20000.
+base64 -d >deep.png <<<iVBORw0KGgoAAAANSUhEUgAAAAEAAAABEAAAAABq7kcWAAAAC0lEQVR42mMQMgEAAFsARwVfbIIAAAAASUVORK5CYII=
+base64 -d >huge.png <<<iVBORw0KGgoAAAANSUhEUgAATiAAAE4gCAYAAADjcEY5AAAACUlEQVR42mMAAAABAAGxDbaTAAAAAElFTkSuQmCC
+
+# What is refused leaves everything as it was.
+refusals() {
+  mkdir copies
+  cp sample.png copies/
+  local -r before="$(state)"
+  try <<'CASES'
+2|no picture given||
+2|no method given||sample.png
+1|nope.png: No such file.*PNG, JPEG or BMP||nope.png -m Rotate90Vel -o out.png
+1|is a folder||. -m Rotate90Vel -o out.png
+1|text.png is no picture||text.png -m Rotate90Vel -o out.png
+1|- is no picture||- -m Rotate90Vel -o out.png </dev/null
+1|cut off or damaged||cut.png -m Rotate90Vel -o out.png
+1|cut off or damaged||damaged.png -m Rotate90Vel -o out.png
+1|cut off or damaged||cut.jpg -m Rotate90Vel -o out.png
+1|too large to decode in 32 bits||huge.png -m Rotate90Vel -o out.png
+1|sample.png: CloneVel(0, 5) returned no picture|says 'references and locks left: none'|sample.png -m "CloneVel(0, 5)" -o out.png
+2|no method Rotate90; the nearest is Rotate90Vel of RotateVel, ||sample.png -m Rotate90 -o out.png
+2|declared as RotateVel(angle as double||sample.png -m RotateVel -o out.png
+2|declared as RotateVel(angle as double||sample.png -m "RotateVel(1, 2, 3)" -o out.png
+2|declared as CloneVel||sample.png -m "CloneVel(1.5, 2)" -o out.png
+2|"inf" is neither a number nor a colour||sample.png -m "RotateVel(inf)" -o out.png
+2|#ff2040.*&cFFff2040 (opaque).*&cff2040.*alpha 0||sample.png -m "RotateVel(30, #ff2040)" -o out.png
+2|parenthesis||sample.png -m "RotateVel(30" -o out.png
+2|use .png, .jpg or .bmp||sample.png -m MirrorVel -o out.gif
+2|gif not in {png,jpg,bmp}||sample.png -m MirrorVel --format gif -o out.png
+2|folder nodir is missing||sample.png -m MirrorVel -o nodir/out.png
+2|need a folder||sample.png sample.png -m MirrorVel -o out.png
+2|sample.png is there already.*--force||sample.png -m MirrorVel -o sample.png
+2|other.png is there already.*--force||sample.png -m MirrorVel -o other.png
+2|/sample.png is there already.*--force||sample.png other.png -m MirrorVel -o .
+2|would both become new/sample.png||sample.png copies/sample.png -m MirrorVel -o new/
+2|mac not in {console,web,cairo,gdk}||sample.png -m MirrorVel --host mac -o out.png
+2|--host-version||sample.png -m MirrorVel --host-version new -o out.png
+2|no plugin .*nope.so||sample.png -m MirrorVel --plugin nope.so -o out.png
+2|--kernels||sample.png -m MirrorVel --kernels abacus -o out.png
+2|not expected: --bogus||sample.png -m MirrorVel --bogus -o out.png
 CASES
-  local -r after=(*)
-  [ "${before[*]}" = "${after[*]}" ] || fail "files were written: ${after[*]}"
+  same <(state) <(echo "$before") "what was refused left a trace"
+}
+
+habits() {
+  expect 0 sample.png -m Rotate90Vel -o quarter.png
+  cp sample.png "Grüße aus Köln.png"
+  ln -s target.png dangling.png
+  ln -s replaced.png link.png
+  echo old >replaced.png
+  try <<'CASES'
+0||same a.png quarter.png|-m Rotate90Vel sample.png -o a.png
+0||same b.png quarter.png|-o b.png -m Rotate90Vel sample.png
+0||same c.png quarter.png|-m Rotate180Vel -m HMirrorVel sample.png -m VMirrorVel -o c.png --method=Rotate90Vel
+0||[ -L dangling.png ] && same target.png quarter.png|sample.png -m Rotate90Vel -o dangling.png
+2|link.png is there already|[ "$(cat replaced.png)" = old ]|sample.png -m Rotate90Vel -o link.png
+0||[ -L link.png ] && same replaced.png quarter.png|sample.png -m Rotate90Vel -o link.png --force
+0||same other.png quarter.png|other.png -m Rotate90Vel -o other.png --force
+0||same "Aus gabe/Grüße aus Köln.png" quarter.png|"Grüße aus Köln.png" -m Rotate90Vel -o "Aus gabe/"
+0||same new/sample.png quarter.png && same new/plain.jpg <("$velhost" - <plain.jpg -m Rotate90Vel --format jpg -o - 2>/dev/null)|sample.png plain.jpg -m Rotate90Vel -o new/
+0||same new/plain.png <("$velhost" plain.jpg -m Rotate90Vel -o - 2>/dev/null)|sample.png plain.jpg -m Rotate90Vel -o new/ --format png --force
+0|note: deep.png has 16 bits||deep.png -m MirrorVel
+0|upright, EXIF orientation 6||phone.jpg -m MirrorVel --stats
+0||says '^velhost [0-9]*[.][0-9]*[.][0-9]*$'|--version
+0||fits && says '^  -m,--method CALL '|--help
+CASES
+  "$velhost" - -m Rotate90Vel -o - <sample.png 2>"$errors" >"$said" || fail "no picture in a pipe"
+  same "$said" quarter.png
+  grep -q 'Rotate90Vel: 320 x 480' "$errors" || fail "the words do not go to standard error"
+  compgen -G '*png.*' && fail "temporary files are left"
+}
+
+# By other ways than the tool's own.
+orientation() {
+  while read -r held methods; do
+    phone "$held" >held.jpg
+    expect 0 held.jpg -m BitmapVel -o upright.png --force
+    eval "expect 0 held.jpg --no-orient -m BitmapVel $methods -o model.png --force"
+    same upright.png model.png "orientation $held"
+  done <<'CASES'
+1
+2 -m Rotate180Vel -m VMirrorVel
+3 -m HMirrorVel -m VMirrorVel
+4 -m Rotate180Vel -m HMirrorVel
+5 -m Rotate90Vel -m VMirrorVel
+6 -m Rotate90Vel -m Rotate180Vel
+7 -m Rotate270Vel -m VMirrorVel
+8 -m Rotate270Vel -m Rotate180Vel
+9
+CASES
 }
 
 results() {
@@ -63,8 +152,6 @@ results() {
   says 'with alpha channel'
   says 'host calls'
   says 'references and locks left: none'
-  expect 0 sample.png -m Rotate90Vel -m Rotate90Vel -m Rotate180Vel -o turned.png
-  same plain.png turned.png
   expect 0 sample.png -m HMirrorPictureVel -o mirrored.png
   cmp -s plain.png mirrored.png && fail "an in-place change was lost"
   expect 0 mirrored.png -m hmirrorpicturevel -o back.png
@@ -82,53 +169,87 @@ results() {
   expect 0 sample.png -m MirrorVel --log
   says 'call  REALLockPictureDescription(picture#1'
   expect 0 --list
-  [ "$(grep -c 'Vel.* as ' <<<"$output")" = 14 ] || fail "--list: $output"
+  [ "$(grep -c 'Vel.* as ' "$said")" = 14 ] || fail "--list: $(cat "$said")"
   expect 0 --test-card -o card.png
   same card.png sample.png "the sample is no longer the test card"
-}
-
-replacement() {
-  echo precious >out.png
-  cp out.png precious
-  expect 2 cut.png -m MirrorVel -o out.png
-  expect 1 sample.png -m "CloneVel(0, 5)" -o out.png
-  says 'returned no picture'
-  says 'references and locks left: none'
-  # A full disk, as far as one can be had: the file may not grow beyond a few blocks.
-  output="$( (trap '' XFSZ; ulimit -f 4; "$velhost" sample.png -m MirrorVel -o out.png) 2>&1)" &&
-    fail "a file too large was written"
-  says 'out.png cannot be written: File too large'
-  same out.png precious
-  ln -s out.png link.png
-  expect 0 sample.png -m BitmapVel -o link.png
-  [ -L link.png ] || fail "the link was replaced"
-  expect 0 out.png -m BitmapVel
-  compgen -G '*png.*' && fail "temporary files are left"
+  expect 0 --sheet --no-times -o sheet.png
+  expect 0 sample.png --sheet --no-times -o sheet2.png
+  same sheet.png sheet2.png
 }
 
 batch() {
-  cp sample.png other.png
-  expect 1 sample.png cut.png other.png -m Rotate90Vel -o finished/
-  says '^2 of 3 pictures written to finished/$'
-  says '^failed: cut.png is cut off'
-  grep -q $'\r' <<<"$output" && fail "a progress bar in a pipe"
+  local pictures=() number status=0
+  expect 1 sample.png cut.png nope.png other.png -m Rotate90Vel -o finished/
+  says '^2 of 4 pictures written to finished/, 2 failed$'
+  grep -q '^velhost: cut.png is cut off' "$errors" && grep -q '^velhost: nope.png: No' "$errors" ||
+    fail "not on standard error: $(cat "$errors")"
+  grep -q $'\r' "$errors" && fail "a progress bar in a pipe"
   [ "$(cd finished && echo *)" = "other.png sample.png" ] || fail "in the folder: $(ls finished)"
-  mkdir copies && cp sample.png copies/
-  expect 2 sample.png copies/sample.png -m MirrorVel -o new/
-  says 'would both become new/sample.png'
-  expect 2 sample.png other.png -m MirrorVel -o .
-  says 'would replace an input'
-  same sample.png other.png
-  [ ! -e new ] || fail "a folder was made"
+
+  script -qec "'$velhost' sample.png cut.png other.png -m MirrorVel -o bar/" "$said" >/dev/null
+  says '\[.*\] 3 of 3, [0-9]* s left: .*other.png'
+
+  for number in {1..99}; do
+    ln -s sample.png "$number.png"
+    pictures+=("$number.png")
+  done
+  set -m  # Otherwise what runs in the background is told to ignore the signal.
+  "$velhost" "${pictures[@]}" -m Rotate90Vel -o stopped/ >"$said" 2>"$errors" &
+  until [ -e stopped/2.png ]; do sleep 0.01; done
+  kill -INT $!
+  wait $! || status=$?
+  set +m
+  [ "$status" = 130 ] || fail "status $status after a signal"
+  number="$(find stopped -name '*.png' | wc -l)"
+  [ "$number" -lt 99 ] && says "^$number of 99 pictures written to stopped/, 0 failed$"
+  [ "$(find stopped -type f | wc -l)" = "$number" ] || fail "temporary files: $(ls stopped)"
+  same stopped/1.png finished/sample.png
+  same "stopped/$number.png" finished/sample.png
+}
+
+# In namespaces of its own, to have a file system that is full and a user whom rights bind.
+disk() {
+  unshare -rm true 2>/dev/null || {
+    echo "SKIPPED: this machine gives no namespaces"
+    exit 77
+  }
+  [ -n "${OWN_DISK:-}" ] || {
+    OWN_DISK=1 unshare -rm bash "$script" disk "$velhost" "$sample"
+    exit
+  }
+  mkdir full locked
+  mount -t tmpfs -o size=64k tmpfs full
+  chmod 555 locked
+  within=(setpriv --bounding-set=-dac_override --inh-caps=-dac_override)
+  try <<'CASES'
+1|full/out.png cannot be written: No space left|[ -z "$(ls full)" ]|sample.png -m MirrorVel -o full/out.png
+1|locked/out.png cannot be written: Permission denied|[ -z "$(ls locked)" ]|sample.png -m MirrorVel -o locked/out.png
+2|locked/new/ cannot be made: Permission denied||sample.png -m MirrorVel -o locked/new/
+CASES
+  umount full
+}
+
+memory() {
+  local -r enough=60000  # For the sample, not for 16 million pixels.
+  (ulimit -v $enough && "$velhost" --version >/dev/null 2>&1) ||
+    { echo "SKIPPED: this build, or its emulator, needs more memory to start"; exit 77; }
+  expect 0 sample.png -m "CloneVel(4000, 4000)" -o large.png
+  ulimit -v $enough
+  expect 1 sample.png large.png other.png -m Rotate90Vel -o finished/
+  complains 'large.png: memory is short'
+  says '^2 of 3 pictures written to finished/, 1 failed$'
+  says 'references and locks left: none'
+  expect 1 sample.png -m "CloneVel(3000, 3000)" -o out.png
+  complains 'sample.png: memory is short'
 }
 
 hosts() {
   expect 0 sample.png -m BitmapVel --host gdk -o flat.png
   for host in console web cairo gdk; do
     for picture in sample flat; do
-      expect 0 "$picture.png" -m BitmapVel --host "$host" -o plain.png
+      expect 0 "$picture.png" -m BitmapVel --host "$host" -o plain.png --force
       expect 0 "$picture.png" -m Rotate90Vel -m HMirrorVel -m Rotate90Vel -m HMirrorVel \
-        --host "$host" -o turned.png
+        --host "$host" -o turned.png --force
       says 'references and locks left: none'
       same plain.png turned.png "$picture, $host"
     done
@@ -136,10 +257,10 @@ hosts() {
   # A Cairo of the system's own cannot be taken away.
   if ! /sbin/ldconfig -p | grep -q 'libcairo\.so\.2 (libc6)'; then
     LD_LIBRARY_PATH='' expect 2 sample.png -m MirrorVel --host cairo
-    says 'libcairo.so.2.*cannot open'
+    complains 'libcairo.so.2.*cannot open'
   fi
   DISPLAY='' expect 2 sample.png -m MirrorVel --host gdk
-  says 'no X display'
+  complains 'no X display'
 }
 
 "$group"
