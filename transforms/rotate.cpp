@@ -1,5 +1,6 @@
 #include "transforms/rotate.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
@@ -28,25 +29,30 @@ ShearLine SplitOffset(double offset) {
   return {static_cast<int>(whole), offset - whole};
 }
 
-/// Calls skew(first line, lines, count) for blocks of lines, whose real offsets come from
-/// nextOffset(line) in order.
-template <class NextOffset, class Skew>
-void ShearLines(int lineCount, NextOffset nextOffset, Skew skew) {
+/// The first pass: row y moves by (y - origin + 0.5) * tangent, computed afresh for each row.
+void ShearRowsAround(double origin, double tangent, const PictureEditor& source,
+                     PictureEditor& target, const Rgba& background) {
   ShearLine lines[kShearBlockLines];
-  for (int first = 0; first < lineCount; first += kShearBlockLines) {
-    const int remaining = lineCount - first;
-    const int count = remaining < kShearBlockLines ? remaining : kShearBlockLines;
-    for (int i = 0; i < count; ++i) lines[i] = SplitOffset(nextOffset(first + i));
-    skew(first, lines, count);
+  for (int first = 0; first < source.height; first += kShearBlockLines) {
+    const int count = std::min(kShearBlockLines, source.height - first);
+    for (int i = 0; i < count; ++i) lines[i] = SplitOffset((first + i - origin + 0.5) * tangent);
+    SkewRows(source, target, first, lines, count, background);
   }
 }
 
-/// MakeFrom(picture, make), which also takes over the caller's reference on the picture.
-template <class Make>
-REALpictureStruct* MakeFromTaken(PictureReference& taken, Make make) {
-  PictureReference result(MakeFrom(taken.get(), make));
-  taken.Reset();
-  return result.Release();
+/// The other passes: line 0 moves by `offset`, every line by `step` more than the one before. The
+/// offset is carried from line to line: recomputing it would round differently.
+void ShearLinesFrom(double offset, double step, int lineCount, decltype(SkewRows)& skew,
+                    const PictureEditor& source, PictureEditor& target, const Rgba& background) {
+  ShearLine lines[kShearBlockLines];
+  for (int first = 0; first < lineCount; first += kShearBlockLines) {
+    const int count = std::min(kShearBlockLines, lineCount - first);
+    for (int i = 0; i < count; ++i) {
+      lines[i] = SplitOffset(offset);
+      offset += step;
+    }
+    skew(source, target, first, lines, count, background);
+  }
 }
 
 /// MakePicture(model, width, height, fill), fill computing apart from what the host is called for.
@@ -56,9 +62,8 @@ REALpictureStruct* MakeSheared(PictureEditor& model, int width, int height, Fill
                      [&](PictureEditor& target) { ComputeInScope([&] { fill(target); }); });
 }
 
-/// The three shears of one picture: sizes and offsets, decided once from its size and the angle.
-/// Offsets are carried from line to line where the recurrence is given, since recomputing them
-/// would round differently.
+/// The three shears of one picture: sizes and offsets, decided from its size and the angle. Each
+/// makes a new picture of its source, with alpha like the one picture, or null.
 class ThreeShears {
  public:
   ThreeShears(PictureEditor& picture, double angleDegrees, Rgba background)
@@ -72,59 +77,32 @@ class ThreeShears {
         finalHeight_(SideLength(width_ * std::fabs(factors_.sine) + height_ * factors_.cosine, 1)) {
   }
 
-  /// The rows sheared by the half tangent.
+  /// The picture's rows by the half tangent.
   REALpictureStruct* ShearRows() {
-    const double t = factors_.halfTangent;
     return MakeSheared(picture_, firstWidth_, picture_.height, [&](PictureEditor& target) {
-      const double origin = t >= 0.0 ? 0.0 : height_;
-      ShearLines(
-          picture_.height, [&](int row) { return (row - origin + 0.5) * t; },
-          [&](int first, const ShearLine* lines, int count) {
-            SkewRows(picture_, target, first, lines, count, background_);
-          });
+      const double t = factors_.halfTangent;
+      ShearRowsAround(t >= 0.0 ? 0.0 : height_, t, picture_, target, background_);
     });
   }
 
-  /// The columns of `sheared` sheared by the sine. Takes over the reference.
-  REALpictureStruct* ShearColumns(PictureReference& sheared) {
-    return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
-      return MakeSheared(picture_, pixels.width, finalHeight_, [&](PictureEditor& target) {
-        const double sine = factors_.sine;
-        double offset = sine > 0.0 ? (width_ - 1.0) * sine : -sine * (width_ - pixels.width);
-        ShearLines(
-            pixels.width,
-            [&](int) {
-              const double current = offset;
-              offset -= sine;
-              return current;
-            },
-            [&](int first, const ShearLine* lines, int count) {
-              SkewColumns(pixels, target, first, lines, count, background_);
-            });
-      });
+  /// The columns of what ShearRows made, by the sine.
+  REALpictureStruct* ShearColumns(const PictureEditor& source) {
+    return MakeSheared(picture_, source.width, finalHeight_, [&](PictureEditor& target) {
+      const double sine = factors_.sine;
+      const double offset = sine > 0.0 ? (width_ - 1.0) * sine : -sine * (width_ - source.width);
+      ShearLinesFrom(offset, -sine, source.width, SkewColumns, source, target, background_);
     });
   }
 
-  /// The rows of `sheared` sheared by the half tangent again. Takes over the reference.
-  REALpictureStruct* ShearRowsBack(PictureReference& sheared) {
-    return MakeFromTaken(sheared, [&](PictureEditor& pixels) {
-      return MakeSheared(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
-        const double sine = factors_.sine;
-        const double t = factors_.halfTangent;
-        double offset = sine >= 0.0 ? (width_ - 1.0) * sine * -t
-                                    : ((1.0 - finalHeight_) - (width_ - 1.0) * sine) * t;
-        const int rowCount = pixels.height < finalHeight_ ? pixels.height : finalHeight_;
-        ShearLines(
-            rowCount,
-            [&](int) {
-              const double current = offset;
-              offset += t;
-              return current;
-            },
-            [&](int first, const ShearLine* lines, int count) {
-              SkewRows(pixels, target, first, lines, count, background_);
-            });
-      });
+  /// The rows of what ShearColumns made, by the half tangent again.
+  REALpictureStruct* ShearRowsBack(const PictureEditor& source) {
+    return MakeSheared(picture_, finalWidth_, finalHeight_, [&](PictureEditor& target) {
+      const double sine = factors_.sine;
+      const double t = factors_.halfTangent;
+      const double offset = sine >= 0.0 ? (width_ - 1.0) * sine * -t
+                                        : ((1.0 - finalHeight_) - (width_ - 1.0) * sine) * t;
+      const int rowCount = std::min(source.height, finalHeight_);
+      ShearLinesFrom(offset, t, rowCount, SkewRows, source, target, background_);
     });
   }
 
@@ -139,6 +117,14 @@ class ThreeShears {
   int finalHeight_;
 };
 
+/// MakeFrom(picture, make), which also takes over the caller's reference on the picture.
+template <class Make>
+REALpictureStruct* MakeFromOwned(PictureReference& picture, Make make) {
+  PictureReference result(MakeFrom(picture.get(), make));
+  picture.Reset();
+  return result.Release();
+}
+
 REALpictureStruct* QuarterTurned(REALpictureStruct* picture, int quarterTurns) {
   switch (quarterTurns) {
     case 1:
@@ -152,14 +138,16 @@ REALpictureStruct* QuarterTurned(REALpictureStruct* picture, int quarterTurns) {
 
 /// Takes over the reference on the picture.
 REALpictureStruct* ShearRotated(PictureReference& picture, double angleDegrees, Rgba background) {
-  return MakeFromTaken(picture, [&](PictureEditor& source) -> REALpictureStruct* {
+  return MakeFromOwned(picture, [&](PictureEditor& upright) -> REALpictureStruct* {
     ThreeShears shears =
-        ComputeInScope([&] { return ThreeShears(source, angleDegrees, background); });
+        ComputeInScope([&] { return ThreeShears(upright, angleDegrees, background); });
     PictureReference first(shears.ShearRows());
     if (!first) return nullptr;
-    PictureReference second(shears.ShearColumns(first));
+    PictureReference second(
+        MakeFromOwned(first, [&](PictureEditor& source) { return shears.ShearColumns(source); }));
     if (!second) return nullptr;
-    return shears.ShearRowsBack(second);
+    return MakeFromOwned(second,
+                         [&](PictureEditor& source) { return shears.ShearRowsBack(source); });
   });
 }
 
