@@ -1,15 +1,13 @@
 #include "host/console_flags.h"
 
-#include "host/resolver.h"
+#include "host/versions.h"
 
 using namespace velpicture;
 
 namespace {
 
-constexpr double kFirstVersionWithConsoleFlags = 2010.029;
-
 void FixFlags(uint32_t& flags) {
-  if (rbversion_rbversion < kFirstVersionWithConsoleFlags) return;
+  if (!KnowsConsoleFlags()) return;
   if ((flags & kMarkConsoleSafe) != 0) flags |= kFlagConsoleSafe;
   if ((flags & kMarkConsoleOnly) != 0) flags |= kFlagConsoleOnly;
 }

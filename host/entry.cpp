@@ -4,6 +4,7 @@
 #include "host/host_calls.h"
 #include "host/picture_extension.h"
 #include "host/resolver.h"
+#include "host/versions.h"
 
 bool gHasControls = false;
 
@@ -11,9 +12,6 @@ namespace {
 
 // Nobody reads it here: it tells whoever looks into the file which version that is.
 [[gnu::used]] constexpr char kVersion[] = "VelPicture " VELPICTURE_VERSION;
-
-// Below this version the host does not parse colour literals with an alpha byte.
-constexpr double kFirstVersionWithColorAlpha = 2011.04;
 
 void RoundUpSize(uint32_t& size) {
   if (size % 16 != 0) size += 16 - size % 16;
@@ -33,7 +31,7 @@ void REALPluginMain(void* (*resolver)(const char* name)) {
 
 void PluginEntry() {
   REALclassDefinition& extension = velpicture::PictureExtension();
-  if (rbversion_rbversion < kFirstVersionWithColorAlpha) velpicture::DeclareRotationWithoutAlpha();
+  if (!velpicture::ParsesColorAlpha()) velpicture::DeclareRotationWithoutAlpha();
   FixConsoleFlags(&extension);
   MyREALRegisterClassExtension(&extension);
 }

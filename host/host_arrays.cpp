@@ -6,32 +6,28 @@
 #include <cstring>
 #include <type_traits>
 
-#include "host/at_exit.h"
 #include "host/host_calls.h"
 #include "host/host_entry.h"
 #include "host/host_references.h"
+#include "host/scope_exit.h"
 
 using velpicture::AddReference;
-using velpicture::AtExit;
 using velpicture::DropReference;
 using velpicture::HostEntry;
 using velpicture::hostEntry;
 using velpicture::LockEntry;
+using velpicture::Promoted;
+using velpicture::ScopeExit;
 
 namespace {
 
-/// How a value travels through the registers and stack of a host call: nothing is narrower than 32
-/// bits, and what the host leaves above a narrow result is cut off.
 template <class T>
-using Wide = std::conditional_t<std::is_integral_v<T> && sizeof(T) < 4, unsigned long, T>;
-
+using InsertProcedure = void (*)(REALarrayStruct* array, long index, Promoted<T> value);
 template <class T>
-using InsertProcedure = void (*)(REALarrayStruct* array, long index, Wide<T> value);
-template <class T>
-using GetProcedure = Wide<T> (*)(REALarrayStruct* array, long index);
+using GetProcedure = T (*)(REALarrayStruct* array, long index);
 /// The value stands before the index here.
 template <class T>
-using SetProcedure = void (*)(REALarrayStruct* array, Wide<T> value, long index);
+using SetProcedure = void (*)(REALarrayStruct* array, Promoted<T> value, long index);
 
 template <class Procedure>
 using Provider = Procedure (*)(REALarrayStruct* array);
@@ -49,7 +45,7 @@ T LoadElement(REALarrayStruct* array, long index) {
 }
 
 template <class T>
-Wide<T> ReadElement(REALarrayStruct* array, long index) {
+T ReadElement(REALarrayStruct* array, long index) {
   const T value = LoadElement<T>(array, index);
   if constexpr (std::is_pointer_v<T>) {
     if (value != nullptr) AddReference(value);
@@ -70,7 +66,7 @@ void WriteElement(REALarrayStruct* array, T value, long index) {
     const auto lock = LockEntry(value);
     if (value != nullptr && lock != nullptr) lock(value);
     // The array owns that reference even when the host throws while it destroys the old element.
-    const AtExit store([=] { StoreElement(array, value, index); });
+    const ScopeExit store([=] { StoreElement(array, value, index); });
     // Where nobody can add a reference, the old element may never have had one.
     if (old != nullptr && lock != nullptr) DropReference(old);
   } else {
@@ -104,7 +100,7 @@ void GetValue(REALarrayStruct* array, long index, T* out, Provider<GetProcedure<
   if (provider == nullptr) provider = builtIn;
   if (provider == nullptr) return;
   const GetProcedure<T> get = provider(array);
-  if (get != nullptr && out != nullptr) *out = static_cast<T>(get(array, index));
+  if (get != nullptr && out != nullptr) *out = get(array, index);
 }
 
 template <class T>
@@ -178,7 +174,7 @@ void REALGetArrayValue(REALarrayStruct* array, long index, unsigned long* out) {
   GetValue(array, index, out, ProvideReadElement<unsigned long>);
 }
 void REALGetArrayValue(REALarrayStruct* array, long index, unsigned short* out) {
-  GetValue(array, index, out, nullptr);
+  GetValue<unsigned short>(array, index, out, nullptr);
 }
 void REALGetArrayValue(REALarrayStruct* array, long index, unsigned char* out) {
   GetValue(array, index, out, ProvideReadElement<unsigned char>);

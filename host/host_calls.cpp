@@ -1,9 +1,9 @@
-// Entry names are spelled exactly as the host spells them, case included. Each entry and signature
-// pair below is used by one wrapper alone, so each wrapper has a cache of its own.
+// Entry names are spelled exactly as the host spells them, case included.
 
 #include "host/host_calls.h"
 
 #include "host/host_entry.h"
+#include "host/shared_entries.h"
 
 using velpicture::HostBool;
 using velpicture::hostEntry;
@@ -78,24 +78,18 @@ void* REALGetEventInstance(REALcontrolInstanceStruct* instance, REALevent* event
   if (entry.Address() == nullptr) return nullptr;
   return entry(instance, event->instanceKey);
 }
-void REALRaiseException(REALobjectStruct* exception) {
-  hostEntry<"RuntimeRaiseException", void(REALobjectStruct*)>(exception);
-}
+void REALRaiseException(REALobjectStruct* exception) { velpicture::raiseExceptionEntry(exception); }
 void REALMessageBox(REALstringStruct* message) {
   hostEntry<"RuntimeMsgBox", void(REALstringStruct*)>(message);
 }
 
 // Objects and strings.
 
-void REALLockObject(REALobjectStruct* object) {
-  hostEntry<"REALLockObject", void(REALobjectStruct*)>(object);
-}
+void REALLockObject(REALobjectStruct* object) { velpicture::lockObjectEntry(object); }
 void REALUnlockObject(REALobjectStruct* object) {
   hostEntry<"REALUnlockObject", void(REALobjectStruct*)>(object);
 }
-void REALLockString(REALstringStruct* string) {
-  hostEntry<"REALLockString", void(REALstringStruct*)>(string);
-}
+void REALLockString(REALstringStruct* string) { velpicture::lockStringEntry(string); }
 void REALUnlockString(REALstringStruct* string) {
   hostEntry<"REALUnlockString", void(REALstringStruct*)>(string);
 }
@@ -195,7 +189,7 @@ bool REALSetPropValue(REALobjectStruct* object, const char* name, unsigned long 
 }
 bool REALSetPropValue(REALobjectStruct* object, const char* name, unsigned char value) {
   return hostEntry<"REALSetPropValueBoolean", HostBool(REALobjectStruct*, const char*,
-                                                       unsigned int)>(object, name, value) != 0;
+                                                       unsigned char)>(object, name, value) != 0;
 }
 bool REALSetPropValue(REALobjectStruct* object, const char* name, double value) {
   return hostEntry<"REALSetPropValueDouble", HostBool(REALobjectStruct*, const char*, double)>(
@@ -234,7 +228,7 @@ REALobjectStruct* REALNewVariantDouble(double value) {
   return hostEntry<"DoubleToVariant", REALobjectStruct*(double)>(value);
 }
 REALobjectStruct* REALNewVariantBoolean(unsigned char value) {
-  return hostEntry<"BooleanToVariant", REALobjectStruct*(unsigned int)>(value);
+  return hostEntry<"BooleanToVariant", REALobjectStruct*(unsigned char)>(value);
 }
 REALobjectStruct* REALNewVariantColor(unsigned int value) {
   return hostEntry<"ColorToVariant", REALobjectStruct*(unsigned int)>(value);
@@ -252,14 +246,14 @@ REALpictureStruct* REALBuildPictureFromBuffer(long width, long height, RBPixelTy
                                                                              buffer, rowBytes);
 }
 REALpictureStruct* REALBuildPictureFromGWorld(void* world, unsigned char transparent) {
-  return hostEntry<"REALBuildPictureFromGWorld", REALpictureStruct*(void*, unsigned int)>(
+  return hostEntry<"REALBuildPictureFromGWorld", REALpictureStruct*(void*, unsigned char)>(
       world, transparent);
 }
 REALgraphicsStruct* REALGetPictureGraphics(REALpictureStruct* picture) {
   return hostEntry<"pluginPictureGraphicsGetter", REALgraphicsStruct*(REALpictureStruct*)>(picture);
 }
 REALpictureStruct* REALGetPictureMask(REALpictureStruct* picture, unsigned char create) {
-  return hostEntry<"REALGetPictureMask", REALpictureStruct*(REALpictureStruct*, unsigned int)>(
+  return hostEntry<"REALGetPictureMask", REALpictureStruct*(REALpictureStruct*, unsigned char)>(
       picture, create);
 }
 void REALPictureClearCache(REALpictureStruct* picture) {

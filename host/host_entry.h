@@ -4,6 +4,7 @@
 // the look-up rule; every wrapper is a line around it.
 
 #include <cstddef>
+#include <type_traits>
 
 #include "host/resolver.h"
 
@@ -12,16 +13,20 @@ namespace velpicture {
 /// A boolean as the host returns it: only this byte of the result register is defined.
 using HostBool = unsigned char;
 
+/// An argument as it travels to the host and back: nothing is narrower than 32 bits, so that an
+/// unsigned one arrives zero-extended.
+template <class T>
+using Promoted = std::conditional_t<std::is_integral_v<T> && sizeof(T) < 4, unsigned long, T>;
+
 template <class Signature>
 class HostEntry;
 
 /// The host function `name`. A found address is kept for the life of the process; a missing one is
-/// asked for again at every call. Arguments narrower than 32 bits are declared 32 bits wide in the
-/// signature, so that they reach the host zero-extended.
+/// asked for again at every call. The signature is the host's own; its arguments are promoted here.
 template <class Result, class... Args>
 class HostEntry<Result(Args...)> {
  public:
-  using Function = Result (*)(Args...);
+  using Function = Result (*)(Promoted<Args>...);
 
   constexpr explicit HostEntry(const char* name) : name_(name) {}
   HostEntry(const HostEntry&) = delete;
@@ -54,7 +59,8 @@ struct EntryName {
   char text[kSize];
 };
 
-/// The entry of that name and signature, shared by everything that uses exactly this pair.
+/// The entry of a wrapper, named where it is called. One that several files look at stands in
+/// shared_entries.h instead: two that are spelled alike here would be one, otherwise two.
 template <EntryName kName, class Signature>
 inline constinit HostEntry<Signature> hostEntry{kName.text};
 

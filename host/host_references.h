@@ -5,7 +5,7 @@
 // beyond a scope notes beside it whether a reference was to be had.
 
 #include "host/host_calls.h"
-#include "host/host_entry.h"
+#include "host/shared_entries.h"
 
 namespace velpicture {
 
@@ -21,12 +21,8 @@ inline REALobjectStruct* AsObject(REALmemoryBlockStruct* block) {
 inline REALobjectStruct* AsObject(REALobjectStruct* object) { return object; }
 
 /// The host's entry that adds a reference to handles of that type, which may be null.
-inline auto LockEntry(REALstringStruct*) {
-  return hostEntry<"REALLockString", void(REALstringStruct*)>.Address();
-}
-inline auto LockEntry(REALobjectStruct*) {
-  return hostEntry<"REALLockObject", void(REALobjectStruct*)>.Address();
-}
+inline auto LockEntry(REALstringStruct*) { return lockStringEntry.Address(); }
+inline auto LockEntry(REALobjectStruct*) { return lockObjectEntry.Address(); }
 
 /// Adds a reference to what is not null; false where the host lets nobody add any.
 inline bool AddReference(REALstringStruct* string) {

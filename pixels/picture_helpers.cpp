@@ -4,15 +4,15 @@
 
 #include "host/host_references.h"
 #include "host/resolver.h"
+#include "host/versions.h"
 #include "pixels/description_lock.h"
 #include "pixels/picture_lock.h"
+#include "pixels/picture_writers.h"
 
 using namespace velpicture;
 
 namespace {
 
-constexpr long kPictureDepth = 32;
-constexpr double kFirstVersionWithDrawPicture = 2012.0;
 constexpr char kDrawPictureDeclaration[] =
     "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
     "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
@@ -38,9 +38,7 @@ bool DrawByHost(REALgraphicsStruct* graphics, REALpictureStruct* source, const D
   if (draw == nullptr) {
     // Older hosts may have a drawing entry instead, whose arguments nobody has written down: asking
     // for it is part of the protocol, calling it is not.
-    if (rbversion_rbversion < kFirstVersionWithDrawPicture) {
-      HCallResolver("RuntimeGraphicsDrawPicture");
-    }
+    if (!DrawsByMethodOnly()) HCallResolver("RuntimeGraphicsDrawPicture");
     return false;
   }
   draw(graphics, source, r.x, r.y, r.w, r.h, r.sx, r.sy, r.sw, r.sh);
@@ -67,8 +65,8 @@ const ConsolePixelBlock* BlockOf(const REALpictureDescription& description) {
 /// A new picture of width x height with the picture's top left drawn into it by `draw`.
 template <class Draw>
 REALpictureStruct* NewCopy(REALpictureStruct* picture, int width, int height, Draw draw) {
-  if (picture == nullptr || width < 1 || height < 1) return nullptr;
-  PictureReference copy(REALNewPicture(width, height, kPictureDepth));
+  if (picture == nullptr) return nullptr;
+  PictureReference copy(NewPicture(width, height, false));
   if (!copy) return nullptr;
   draw(copy.get());
   return copy.Release();

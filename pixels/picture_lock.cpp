@@ -1,13 +1,7 @@
 #include "pixels/picture_lock.h"
 
 #include "host/host_calls.h"
-#include "host/resolver.h"
-
-namespace {
-
-constexpr double kFirstVersionWithCleanFailedLocks = 2012.0;
-
-}  // namespace
+#include "host/versions.h"
 
 bool REALLockPictureDescriptionX(REALpictureStruct* picture, REALpictureDescription* description,
                                  long type) {
@@ -17,9 +11,7 @@ bool REALLockPictureDescriptionX(REALpictureStruct* picture, REALpictureDescript
 }
 
 void REALUnlockPictureDescriptionAfterFailure(REALpictureStruct* picture) {
-  if (rbversion_rbversion < kFirstVersionWithCleanFailedLocks) {
-    REALUnlockPictureDescription(picture);
-  }
+  if (!velpicture::FailedLocksHoldNothing()) REALUnlockPictureDescription(picture);
 }
 
 int GetPictureLockCount(REALpictureStruct* picture) {

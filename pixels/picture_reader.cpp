@@ -164,9 +164,7 @@ bool GetPictureReader(PictureEditor& editor, REALpictureStruct* picture, signed 
   editor.allowCopy = allowCopy != 0;
   if (!IsConsole && !IsDesktop) CheckApplication();
 
-  unsigned char hasAlpha = 0;
-  const bool known = REALGetPropValue(AsObject(picture), "HasAlphaChannel", &hasAlpha);
-  editor.hasAlpha = known && hasAlpha != 0;
+  editor.hasAlpha = PictureHasAlphaChannel(picture);
   return editor.hasAlpha ? OpenWithAlpha(editor, picture) : OpenOpaque(editor, picture);
 }
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "host/host_references.h"
-#include "host/resolver.h"
+#include "host/versions.h"
 #include "pixels/editor_guard.h"
 #include "pixels/picture_helpers.h"
 #include "pixels/picture_reader.h"
@@ -15,7 +15,6 @@ namespace {
 
 constexpr int kLongestOpaqueSide = 32767;
 constexpr long kPictureDepth = 32;
-constexpr double kFirstVersionWithAlphaPictures = 2011.04;
 constexpr int64_t kLargestBuffer = 0x7FFFFFFF;
 
 /// Replaces an editor that only holds a copy of its picture's pixels by an own-buffer writer.
@@ -118,9 +117,7 @@ REALpictureStruct* RenderPictureWriter(PictureEditor& editor) {
 }
 
 REALpictureStruct* NewPictureWithAlphaChannel(int width, int height) {
-  if (width < 1 || height < 1 || !(rbversion_rbversion >= kFirstVersionWithAlphaPictures)) {
-    return nullptr;
-  }
+  if (width < 1 || height < 1 || !MakesAlphaPictures()) return nullptr;
   HostReference<REALobjectStruct> instance(REALnewInstance("Picture"));
   if (!instance) return nullptr;
   const auto construct = reinterpret_cast<void (*)(REALobjectStruct*, long, long)>(

@@ -4,12 +4,11 @@
 #include <ctime>
 
 #include "host/host_calls.h"
-#include "host/host_entry.h"
 #include "host/host_references.h"
+#include "host/shared_entries.h"
 #include "text/builders.h"
 #include "text/rb_text.h"
 
-using velpicture::hostEntry;
 using velpicture::HostReference;
 using velpicture::StringReference;
 
@@ -29,9 +28,7 @@ void RaiseException(const char* className, const char* message) {
   REALobjectStruct* const raised = exception.get();
   // Raising passes the instance on to the host, which looks at its message only later; a host that
   // cannot raise leaves it with us.
-  if (const auto raise = hostEntry<"RuntimeRaiseException", void(REALobjectStruct*)>.Address()) {
-    raise(exception.Release());
-  }
+  if (const auto raise = velpicture::raiseExceptionEntry.Address()) raise(exception.Release());
   REALSetPropValue(raised, "Message", text.get());
 }
 

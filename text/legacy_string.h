@@ -8,13 +8,8 @@
 #include <cstring>
 
 #include "host/host_types.h"
-#include "host/resolver.h"
 
 namespace velpicture {
-
-/// Whether string bytes are borrowed through REALGetStringData; else their layout is read directly.
-/// A version that the host did not report, or a NaN, counts as below.
-inline bool BorrowsStringData() { return rbversion_rbversion >= 2012.0; }
 
 struct TextBytes {
   const char* data = nullptr;

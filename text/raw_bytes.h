@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "host/host_types.h"
+#include "host/versions.h"
 #include "text/legacy_string.h"
 #include "text/string_data.h"
 

@@ -1,15 +1,16 @@
 #include "text/rb_data.h"
 
-#include "host/at_exit.h"
 #include "host/host_calls.h"
 #include "host/host_references.h"
+#include "host/scope_exit.h"
+#include "host/versions.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
 #include "text/string_data.h"
 
 using velpicture::AddReference;
-using velpicture::AtExit;
 using velpicture::HostReference;
+using velpicture::ScopeExit;
 using velpicture::StringReference;
 
 static_assert(IsHostLayout(sizeof(rbData), 40));
@@ -55,7 +56,7 @@ rbData::rbData(REALstringStruct* viewed) : rbData() {
 
 rbData::~rbData() noexcept(false) {
   // Released from the bottom up, each even when the host throws while it releases another.
-  const AtExit clear([this] {
+  const ScopeExit clear([this] {
     string = nullptr;
     block = nullptr;
     stringData = {};
@@ -65,7 +66,7 @@ rbData::~rbData() noexcept(false) {
     length = 0;
     velpicture::KeepStores(this);
   });
-  const AtExit dispose([this] {
+  const ScopeExit dispose([this] {
     if (ownsStringData) REALDisposeStringData(&stringData);
   });
   const HostReference<REALmemoryBlockStruct> heldBlock(block, !unreferenced);

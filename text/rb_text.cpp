@@ -3,17 +3,18 @@
 #include <cstdlib>
 #include <utility>
 
-#include "host/at_exit.h"
 #include "host/host_calls.h"
 #include "host/host_references.h"
+#include "host/scope_exit.h"
+#include "host/versions.h"
 #include "text/builders.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
 #include "text/rb_data.h"
 #include "text/string_data.h"
 
-using velpicture::AtExit;
 using velpicture::LoadUnaligned;
+using velpicture::ScopeExit;
 using velpicture::StringReference;
 using velpicture::TextBytes;
 
@@ -73,7 +74,7 @@ void ReleaseFrom(rbText& text, int first) {
   constexpr int kFirstRecord = 1 + rbText::kHostSlots;
   constexpr int kEnd = kFirstRecord + rbText::kHostSlots;
   if (first == kEnd) return;
-  const AtExit releaseRest([&] { ReleaseFrom(text, first + 1); });
+  const ScopeExit releaseRest([&] { ReleaseFrom(text, first + 1); });
   if (first >= kFirstRecord) {
     const int slot = first - kFirstRecord;
     if (text.ownsRecord[slot]) REALDisposeStringData(&text.records[slot]);
@@ -85,7 +86,7 @@ void ReleaseFrom(rbText& text, int first) {
 
 /// Releases everything and leaves the view empty, even when the host throws meanwhile.
 void Empty(rbText& text) {
-  const AtExit clear([&] {
+  const ScopeExit clear([&] {
     if (text.lengths[rbText::kUtf32] > 0) std::free(const_cast<void*>(text.texts[rbText::kUtf32]));
     text.source = nullptr;
     text.unreferenced = false;
@@ -143,7 +144,7 @@ rbText& rbText::operator=(const rbText& other) {
   // A reference that could not be added is the one that this view has on the same string, if any.
   if (fresh.unreferenced && fresh.source == source) std::swap(unreferenced, fresh.unreferenced);
   // The records stay where the host filled them until it has them back.
-  const AtExit become([&] {
+  const ScopeExit become([&] {
     std::swap(source, fresh.source);
     std::swap(unreferenced, fresh.unreferenced);
   });

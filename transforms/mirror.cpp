@@ -17,7 +17,7 @@ REALpictureStruct* MirroredCopy(REALpictureStruct* picture, bool flipColumns, bo
 
 /// Runs mirror(editor), which says whether it could, on the picture itself.
 bool MirroredInPlace(REALpictureStruct* picture, bool (*mirror)(PictureEditor&)) {
-  EditedPicture edited(picture);
+  OpenedPicture edited(picture, GetPictureEditor);
   return edited && mirror(edited.editor());
 }
 

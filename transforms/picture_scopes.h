@@ -9,14 +9,14 @@
 
 namespace velpicture {
 
-/// A picture opened for reading, closed at the end of the scope.
-class PictureSource {
+/// A picture opened with GetPictureReader or GetPictureEditor, closed at the end of the scope.
+class OpenedPicture {
  public:
-  explicit PictureSource(REALpictureStruct* picture)
-      : opened_(GetPictureReader(editor_, picture)) {}
-  PictureSource(const PictureSource&) = delete;
-  PictureSource& operator=(const PictureSource&) = delete;
-  ~PictureSource() noexcept(false) { Close(); }
+  OpenedPicture(REALpictureStruct* picture, bool (*open)(PictureEditor&, REALpictureStruct*))
+      : opened_(open(editor_, picture)) {}
+  OpenedPicture(const OpenedPicture&) = delete;
+  OpenedPicture& operator=(const OpenedPicture&) = delete;
+  ~OpenedPicture() noexcept(false) { Close(); }
 
   explicit operator bool() const { return opened_; }
   PictureEditor& editor() { return editor_; }
@@ -26,25 +26,6 @@ class PictureSource {
     opened_ = false;
     ClosePictureReader(editor_);
   }
-
- private:
-  PictureEditor editor_;
-  bool opened_;
-};
-
-/// A picture opened for changes in place, closed at the end of the scope.
-class EditedPicture {
- public:
-  explicit EditedPicture(REALpictureStruct* picture)
-      : opened_(GetPictureEditor(editor_, picture)) {}
-  EditedPicture(const EditedPicture&) = delete;
-  EditedPicture& operator=(const EditedPicture&) = delete;
-  ~EditedPicture() noexcept(false) {
-    if (opened_) ClosePictureEditor(editor_);
-  }
-
-  explicit operator bool() const { return opened_; }
-  PictureEditor& editor() { return editor_; }
 
  private:
   PictureEditor editor_;
@@ -89,7 +70,7 @@ REALpictureStruct* MakePicture(PictureEditor& model, int width, int height, Fill
 /// cannot be opened.
 template <class Make>
 REALpictureStruct* MakeFrom(REALpictureStruct* picture, Make make) {
-  PictureSource source(picture);
+  OpenedPicture source(picture, GetPictureReader);
   if (!source) return nullptr;
   // Closing calls the host, which may throw: the result must not be lost then.
   PictureReference result(make(source.editor()));

@@ -20,8 +20,8 @@ mutant(leaking_writer
 
 mutant(lost_alpha
   FILE pixels/picture_reader.cpp
-  FROM [[editor.hasAlpha = known && hasAlpha != 0;]]
-  TO [[editor.hasAlpha = false && known;]]
+  FROM [[editor.hasAlpha = PictureHasAlphaChannel(picture);]]
+  TO [[editor.hasAlpha = PictureHasAlphaChannel(picture) && false;]]
   TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/ConsoleScatteredAlpha)
 
 mutant(row_too_long

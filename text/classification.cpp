@@ -1,4 +1,4 @@
-#include "text/recognisers.h"
+#include "text/classification.h"
 
 #include "host/host_calls.h"
 #include "text/raw_bytes.h"

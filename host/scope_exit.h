@@ -5,12 +5,12 @@ namespace velpicture {
 /// Does something when the scope ends, also when a host call throws through it. What it does may
 /// call the host, so its destructor is not noexcept.
 template <class Action>
-class AtExit {
+class ScopeExit {
  public:
-  explicit AtExit(Action action) : action_(action) {}
-  AtExit(const AtExit&) = delete;
-  AtExit& operator=(const AtExit&) = delete;
-  ~AtExit() noexcept(false) { action_(); }
+  explicit ScopeExit(Action action) : action_(action) {}
+  ScopeExit(const ScopeExit&) = delete;
+  ScopeExit& operator=(const ScopeExit&) = delete;
+  ~ScopeExit() noexcept(false) { action_(); }
 
  private:
   Action action_;
