@@ -6,7 +6,7 @@ set(VEL_PUBLIC_HEADERS
   host/host_calls.h host/host_types.h host/resolver.h
   pixels/gtk_cairo.h pixels/picture_editor.h pixels/picture_helpers.h pixels/picture_lock.h
   pixels/picture_reader.h pixels/picture_writers.h pixels/pixel_types.h
-  text/builders.h text/diagnostics.h text/rb_data.h text/rb_text.h text/recognisers.h
+  text/builders.h text/classification.h text/diagnostics.h text/rb_data.h text/rb_text.h
   text/string_data.h
   transforms/mirror.h transforms/quarter_turns.h transforms/rotate.h transforms/rotate_memory.h
   transforms/select_kernels.h transforms/shear.h)

@@ -9,7 +9,8 @@
 #include "host/export.h"
 #include "host/host_types.h"
 
-// Plain forwards: 0 or null when the host lacks the entry.
+// Plain forwards: 0 or null when the host lacks the entry. A new array, and a string or object that
+// is read, comes with one reference for the caller.
 
 VEL_EXPORT long REALGetArrayUBound(void* array);
 VEL_EXPORT REALarrayStruct* REALCreateArray(REALArrayType type, long upperBound);

@@ -9,7 +9,8 @@
 /// to 31, red, green, blue below) fills what the picture does not cover, and its edges blend into
 /// it. Exact multiples of 90 degrees move pixels unchanged and show no background.
 ///
-/// A quarter turn brings the angle to at most 45 degrees either way; three shears do the rest. Each
+/// A quarter turn brings the angle to at most 45 degrees either way; three shears do the rest (A.
+/// Paeth, "A Fast Algorithm for General Raster Rotation", Graphics Interface 1986). Each
 /// intermediate is a host picture, released as soon as the next one stands.
 ///
 /// The result has an alpha channel when the picture has one, and one reference for the caller. Null
