@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "benchmarks/report.h"
 #include "cli/canvas.h"

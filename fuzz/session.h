@@ -3,7 +3,6 @@
 // One fuzz input's host and plugin, and the complaint that ends the process when the two disagree
 // with what they ought to do.
 
-#include <optional>
 #include <string>
 
 #include "fuzz/input.h"

@@ -4,7 +4,6 @@
 // outcome as text: what came back, down to the last pixel or byte. The failure tests run every
 // story again and again, with another call failing each time.
 
-#include <ostream>
 #include <span>
 #include <string>
 
