@@ -8,14 +8,14 @@
 #include <exception>
 #include <map>
 
+#include "benchmarks/method_timer.h"
 #include "benchmarks/options.h"
 #include "benchmarks/peers/peers.h"
 #include "benchmarks/report.h"
-#include "benchmarks/session.h"
 #include "benchmarks/timing.h"
-#include "cli/image_file.h"
-#include "cli/output_file.h"
-#include "cli/problem.h"
+#include "cli/imaging/image_file.h"
+#include "cli/imaging/output_file.h"
+#include "cli/imaging/user_error.h"
 
 namespace velbench {
 namespace {
@@ -110,7 +110,7 @@ class GroupRun {
   const Group& group_;
   const std::vector<Peer>& peers_;
   Effort effort_;
-  Session session_;
+  MethodTimer session_;
   size_t byteCount_;
   std::unique_ptr<uint8_t[]> pixels_;
 };
@@ -132,7 +132,8 @@ void KeepAvailable(std::vector<Group>& groups, Report& report) {
 ExitStatus Run(Options options) {
   std::vector<Group> groups = SelectGroups(options.quick, options.filter);
   if (groups.empty()) {
-    throw velhost::Problem("--filter matches no row: rows are Rotate90Vel/1920x1080/console/warm");
+    throw velhost::UserError(
+        "--filter matches no row: rows are Rotate90Vel/1920x1080/console/warm");
   }
   options.kernels = ResolveKernels(options.kernels);
   Report report = {ThisMachine(), options.kernels, {}};
@@ -144,7 +145,7 @@ ExitStatus Run(Options options) {
     }
   }
   KeepAvailable(groups, report);
-  if (groups.empty()) throw velhost::Problem(report.missing.back());
+  if (groups.empty()) throw velhost::UserError(report.missing.back());
 
   Table table(report);
   bool good = true;

@@ -2,9 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/image_file.h"
-#include "cli/output_file.h"
-#include "cli/problem.h"
+#include "cli/imaging/image_file.h"
+#include "cli/imaging/output_file.h"
+#include "cli/imaging/user_error.h"
 
 namespace velbench {
 namespace {
@@ -47,12 +47,12 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
     app.exit(help);
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    throw velhost::Problem(std::string(error.what()) + " (velbench --help shows what there is)");
+    throw velhost::UserError(std::string(error.what()) + " (velbench --help shows what there is)");
   }
   try {
     options.filter = std::regex(filter);
   } catch (const std::regex_error&) {
-    throw velhost::Problem("--filter " + filter + " is no regular expression");
+    throw velhost::UserError("--filter " + filter + " is no regular expression");
   }
   CheckFiles(options);
   return options;

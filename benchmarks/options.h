@@ -16,8 +16,8 @@ struct Options {
   std::regex filter;
 };
 
-/// Reads the command line. Empty when only help was asked for (and given); throws velhost::Problem
-/// when the options cannot be understood, or name files that cannot be written.
+/// Reads the command line. Empty when only help was asked for (and given); throws
+/// velhost::UserError when the options cannot be understood, or name files that cannot be written.
 std::optional<Options> ParseOptions(int argc, const char* const* argv);
 
 }  // namespace velbench

@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include "benchmarks/report.h"
-#include "cli/canvas.h"
+#include "cli/imaging/canvas.h"
 
 namespace velbench {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "benchmarks/cases.h"
 #include "benchmarks/machine.h"
-#include "cli/image.h"
+#include "cli/imaging/image.h"
 
 namespace velbench {
 

@@ -13,9 +13,9 @@
 #include <new>
 
 #include "cli/exif.h"
-#include "cli/image_file.h"
-#include "cli/output_file.h"
-#include "cli/problem.h"
+#include "cli/imaging/image_file.h"
+#include "cli/imaging/output_file.h"
+#include "cli/imaging/user_error.h"
 #include "cli/sheet.h"
 #include "cli/test_card.h"
 
@@ -96,7 +96,7 @@ std::vector<Job> PlanJobs(const Options& options) {
   const bool intoFolder = options.output.ends_with('/') ||
                           (!options.output.empty() && fs::is_directory(options.output));
   if (!intoFolder && options.inputs.size() > 1) {
-    throw Problem("several pictures need a folder to go to: -o FOLDER/");
+    throw UserError("several pictures need a folder to go to: -o FOLDER/");
   }
   std::vector<Job> jobs;
   std::map<std::string, std::string> inputOfOutput;
@@ -109,22 +109,22 @@ std::vector<Job> PlanJobs(const Options& options) {
     }
     const auto [other, isNew] = inputOfOutput.emplace(output, input);
     if (!isNew) {
-      throw Problem(input + " and " + other->second + " would both become " + output +
-                    ": run them into different folders");
+      throw UserError(input + " and " + other->second + " would both become " + output +
+                      ": run them into different folders");
     }
     jobs.push_back({input, output});
   }
   if (intoFolder) {
     std::error_code error;
     fs::create_directories(options.output, error);
-    if (error) throw Problem(options.output + " cannot be made: " + error.message());
+    if (error) throw UserError(options.output + " cannot be made: " + error.message());
   }
   for (const Job& job : jobs) CheckOutput(options, job.output);
   return jobs;
 }
 
 // A picture as it is meant to be seen.
-Image LoadImage(Session& session, const Options& options, const std::string& path) {
+Image LoadImage(MethodRunner& runner, const Options& options, const std::string& path) {
   constexpr const char* kUpright[][2] = {{},
                                          {"HMirrorVel"},
                                          {"Rotate180Vel"},
@@ -141,30 +141,30 @@ Image LoadImage(Session& session, const Options& options, const std::string& pat
   if (orientation == 1) return image;
   std::vector<PreparedCall> calls;
   for (const char* method : kUpright[orientation - 1]) {
-    if (method != nullptr) calls.push_back(session.Prepare(method));
+    if (method != nullptr) calls.push_back(runner.Prepare(method));
   }
   if (options.stats) {
     PrintError("note: " + path + " is turned upright, EXIF orientation " +
                std::to_string(orientation));
   }
-  return session.Run(std::move(image), calls);
+  return runner.Run(std::move(image), calls);
 }
 
 // False when a signal came before the result could be written.
-bool RunJob(Session& session, const Options& options, const std::vector<PreparedCall>& calls,
+bool RunJob(MethodRunner& runner, const Options& options, const std::vector<PreparedCall>& calls,
             const Job& job) {
   const bool detailed = options.inputs.size() == 1;
   if (caughtSignal != 0) return false;
-  Image image = LoadImage(session, options, job.input);
+  Image image = LoadImage(runner, options, job.input);
   if (detailed) {
     std::printf("%s: %d x %d%s\n", job.input.c_str(), image.width, image.height,
-                !image.hasAlpha        ? ""
-                : session.KeepsAlpha() ? ", with alpha channel"
-                                       : ", shown on white (this host's pictures have no alpha)");
+                !image.hasAlpha       ? ""
+                : runner.KeepsAlpha() ? ", with alpha channel"
+                                      : ", shown on white (this host's pictures have no alpha)");
   }
   std::vector<Step> steps;
-  image = options.sheet ? ContactSheet(session, image, calls, options.times)
-                        : session.Run(std::move(image), calls, &steps);
+  image = options.sheet ? ContactSheet(runner, image, calls, options.times)
+                        : runner.Run(std::move(image), calls, &steps);
   if (caughtSignal != 0) return false;
   if (detailed) PrintSteps(calls, steps, options.stats);
   if (job.output.empty()) {
@@ -190,20 +190,20 @@ void SaveImage(const Options& options, const std::string& path, Image image, boo
   if (told) std::printf("%s: written, %d x %d\n", path.c_str(), width, height);
 }
 
-int RunBatch(Session& session, const Options& options, const std::vector<PreparedCall>& calls) {
+int RunBatch(MethodRunner& runner, const Options& options, const std::vector<PreparedCall>& calls) {
   const std::vector<Job> jobs = PlanJobs(options);
   std::printf("%s: %zu methods registered, %s\n",
-              fs::path(session.plugin().path()).filename().c_str(),
-              session.plugin().methods().size(), session.HostName().c_str());
+              fs::path(runner.plugin().path()).filename().c_str(), runner.plugin().methods().size(),
+              runner.HostName().c_str());
   CatchSignals();
   size_t written = 0, tried = 0;
   Progress progress(jobs.size());
   for (const Job& job : jobs) {
     progress.Show(job.input);
     try {
-      if (!RunJob(session, options, calls, job)) break;
+      if (!RunJob(runner, options, calls, job)) break;
       ++written;
-    } catch (const Problem& problem) {
+    } catch (const UserError& problem) {
       PrintError(problem.what());
     } catch (const std::bad_alloc&) {
       PrintError(job.input + ": memory is short: give a smaller picture");
@@ -220,9 +220,9 @@ int RunBatch(Session& session, const Options& options, const std::vector<Prepare
   }
   if (options.stats) {
     std::printf("peak picture memory: %.1f MB\n",
-                static_cast<double>(session.host().memory.peakBytes) / 1e6);
+                static_cast<double>(runner.host().memory.peakBytes) / 1e6);
   }
-  const std::string left = session.host().Imbalance();
+  const std::string left = runner.host().Imbalance();
   std::printf("references and locks left: %s\n", left.empty() ? "none" : left.c_str());
   if (caughtSignal != 0) return kSignal + caughtSignal;
   return written == jobs.size() && left.empty() ? kDone : kFailed;

@@ -5,9 +5,9 @@
 #include <exception>
 
 #include "cli/batch.h"
+#include "cli/imaging/output_file.h"
+#include "cli/method_runner.h"
 #include "cli/options.h"
-#include "cli/output_file.h"
-#include "cli/session.h"
 #include "cli/test_card.h"
 
 namespace velhost {
@@ -19,16 +19,16 @@ int Run(const Options& options) {
     SaveImage(options, options.output, TestCard());
     return kDone;
   }
-  Session session(options);
+  MethodRunner runner(options);
   if (options.list) {
-    for (const sim::Method& method : session.plugin().methods()) {
+    for (const sim::Method& method : runner.plugin().methods()) {
       std::puts(method.declaration.c_str());
     }
     return kDone;
   }
   std::vector<PreparedCall> calls;
-  for (const std::string& text : options.calls) calls.push_back(session.Prepare(text));
-  return RunBatch(session, options, calls);
+  for (const std::string& text : options.calls) calls.push_back(runner.Prepare(text));
+  return RunBatch(runner, options, calls);
 }
 
 }  // namespace

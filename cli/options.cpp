@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/problem.h"
+#include "cli/imaging/user_error.h"
 
 namespace velhost {
 namespace {
@@ -23,11 +23,11 @@ void Complete(Options& options) {
   if (options.sheet && options.inputs.empty()) options.inputs = {kTestCardInput};
   if (options.sheet && options.output.empty()) options.output = "out/sheet.png";
   if (options.testCard) {
-    if (options.output.empty()) throw Problem("--test-card needs a file to write: -o FILE");
+    if (options.output.empty()) throw UserError("--test-card needs a file to write: -o FILE");
   } else if (options.inputs.empty()) {
-    throw Problem("no picture given: velhost photo.jpg -m Rotate90Vel -o turned.png");
+    throw UserError("no picture given: velhost photo.jpg -m Rotate90Vel -o turned.png");
   } else if (options.calls.empty() && !options.sheet) {
-    throw Problem("no method given: add -m Rotate90Vel, or see velhost --list");
+    throw UserError("no method given: add -m Rotate90Vel, or see velhost --list");
   }
 }
 
@@ -90,7 +90,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
     app.exit(help);
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    throw Problem(std::string(error.what()) + " (velhost --help shows what there is)");
+    throw UserError(std::string(error.what()) + " (velhost --help shows what there is)");
   }
   Complete(options);
   return options;

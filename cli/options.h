@@ -31,8 +31,8 @@ struct Options {
   bool testCard = false;
 };
 
-/// Reads the command line. Empty when only help was asked for (and given); throws Problem when the
-/// options cannot be understood or lack something.
+/// Reads the command line. Empty when only help was asked for (and given); throws UserError when
+/// the options cannot be understood or lack something.
 std::optional<Options> ParseOptions(int argc, const char* const* argv);
 
 }  // namespace velhost

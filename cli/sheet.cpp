@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/canvas.h"
+#include "cli/imaging/canvas.h"
 
 namespace velhost {
 namespace {
@@ -165,11 +165,11 @@ std::string Detail(const Step& step, bool times) {
   return text;
 }
 
-Cell CellOf(Session& session, const PreparedCall& call, const Image& image, bool times) {
+Cell CellOf(MethodRunner& runner, const PreparedCall& call, const Image& image, bool times) {
   const sim::Type result = call.method->result;
   std::vector<Step> steps;
   try {
-    Image after = session.Run(image, {call}, &steps);
+    Image after = runner.Run(image, {call}, &steps);
     if (result == sim::Type::kInt64) after = Image();
     return {std::move(after), call.text, Detail(steps.back(), times),
             result == sim::Type::kBoolean};
@@ -180,16 +180,16 @@ Cell CellOf(Session& session, const PreparedCall& call, const Image& image, bool
 
 }  // namespace
 
-Image ContactSheet(Session& session, const Image& image, std::vector<PreparedCall> calls,
+Image ContactSheet(MethodRunner& runner, const Image& image, std::vector<PreparedCall> calls,
                    bool times) {
   if (calls.empty()) {
-    for (const sim::Method& method : session.plugin().methods()) {
-      calls.push_back(session.Prepare(CallOf(method, image)));
+    for (const sim::Method& method : runner.plugin().methods()) {
+      calls.push_back(runner.Prepare(CallOf(method, image)));
     }
   }
   std::vector<Cell> cells = {
       {image, "before", std::to_string(image.width) + " x " + std::to_string(image.height)}};
-  for (const PreparedCall& call : calls) cells.push_back(CellOf(session, call, image, times));
+  for (const PreparedCall& call : calls) cells.push_back(CellOf(runner, call, image, times));
 
   const Scale scale = ScaleFor(cells);
   const Layout layout = Arrange(cells, scale);

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "cli/canvas.h"
+#include "cli/imaging/canvas.h"
 
 namespace velhost {
 namespace {

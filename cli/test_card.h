@@ -2,7 +2,7 @@
 
 // The sample picture's source, so that it can be made again and varied.
 
-#include "cli/image.h"
+#include "cli/imaging/image.h"
 
 namespace velhost {
 

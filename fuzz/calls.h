@@ -2,9 +2,9 @@
 
 // What one input calls of the plugin.
 
-#include "fuzz/session.h"
+#include "fuzz/fuzz_case.h"
 
 /// One picture and up to three methods called on it.
-void FuzzPictures(FuzzSession& session);
+void FuzzPictures(FuzzCase& fuzzCase);
 /// One call of the text and data functions.
-void FuzzText(FuzzSession& session);
+void FuzzText(FuzzCase& fuzzCase);

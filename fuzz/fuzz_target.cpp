@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "fuzz/calls.h"
-#include "fuzz/session.h"
+#include "fuzz/fuzz_case.h"
 #include "simulator/cairo_storage.h"
 #include "simulator/plugin_snapshot.h"
 
@@ -49,7 +49,7 @@ const std::vector<std::string>& MissableNames() {
 
 const bool hasCairo = sim::InstallCairoStorage().empty();
 
-sim::StorageKind TakeStorage(Input& input, sim::StorageKind usual) {
+sim::StorageKind PickStorage(Input& input, sim::StorageKind usual) {
   using enum sim::StorageKind;
   const int choice = input.Below(16);
   sim::StorageKind kind = choice == 0   ? kNone
@@ -60,20 +60,20 @@ sim::StorageKind TakeStorage(Input& input, sim::StorageKind usual) {
   return kind;
 }
 
-sim::Settings TakeSettings(Input& input) {
+sim::Settings PickSettings(Input& input) {
   constexpr double kVersions[] = {0.0,     2010.028, 2010.029, 2011.03,
                                   2011.04, 2011.99,  2012.0,   2013.0};
   sim::Settings settings;
   const uint8_t version = input.Byte();
-  settings.version = version < 224 ? kVersions[version % 8] : input.Take<double>();
+  settings.version = version < 224 ? kVersions[version % 8] : input.Next<double>();
   settings.application = static_cast<sim::AppKind>(input.Below(4));
   const auto usual = settings.application == sim::AppKind::kDesktop ? sim::StorageKind::kCairo
                                                                     : sim::StorageKind::kConsole;
-  settings.newPictures = TakeStorage(input, usual);
-  settings.newAlphaPictures = TakeStorage(input, usual);
+  settings.newPictures = PickStorage(input, usual);
+  settings.newAlphaPictures = PickStorage(input, usual);
   settings.rows = static_cast<sim::RowLayout>(input.Below(4));
   settings.extraStrideBytes = 4 * input.Below(5);
-  const auto blank = input.Take<uint32_t>();
+  const auto blank = input.Next<uint32_t>();
   settings.blank = {static_cast<uint8_t>(blank), static_cast<uint8_t>(blank >> 8),
                     static_cast<uint8_t>(blank >> 16), 255};
   settings.masks = !input.Flag();
@@ -109,7 +109,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   loaded.fresh.Restore();
 
   Input input(data, size);
-  sim::Settings settings = TakeSettings(input);
+  sim::Settings settings = PickSettings(input);
   bool disturbed = false;
   for (int lacking = input.Below(4); lacking > 1; --lacking) {
     const std::string& name = input.OneOf(MissableNames());
@@ -124,11 +124,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     host.faults.failing.insert(input.OneOf(MissableNames()));
     disturbed = true;
   }
-  FuzzSession session{host, loaded.plugin, input, disturbed};
+  FuzzCase fuzzCase{host, loaded.plugin, input, disturbed};
   if (input.Below(4) == 3) {
-    FuzzText(session);
+    FuzzText(fuzzCase);
   } else {
-    FuzzPictures(session);
+    FuzzPictures(fuzzCase);
   }
   return 0;
 }

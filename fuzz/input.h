@@ -1,7 +1,7 @@
 #pragma once
 
 // The bytes of one fuzz input, taken from the front as values; zeros once they are used up, so that
-// every input is a complete story.
+// every input is a valid one.
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@ class Input {
 
   bool empty() const { return size_ == 0; }
   template <class T>
-  T Take() {
+  T Next() {
     T value{};
     const size_t count = size_ < sizeof value ? size_ : sizeof value;
     std::memcpy(&value, data_, count);
@@ -23,13 +23,13 @@ class Input {
     size_ -= count;
     return value;
   }
-  uint8_t Byte() { return Take<uint8_t>(); }
+  uint8_t Byte() { return Next<uint8_t>(); }
   /// 0 to count - 1.
   int Below(int count) { return Byte() % count; }
   bool Flag() { return (Byte() & 1) != 0; }
   template <class List>
   const auto& OneOf(const List& list) {
-    return *std::next(std::begin(list), Take<uint16_t>() % std::size(list));
+    return *std::next(std::begin(list), Next<uint16_t>() % std::size(list));
   }
   std::string Bytes(size_t most) {
     const size_t wanted = Byte() % (most + 1);

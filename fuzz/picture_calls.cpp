@@ -28,18 +28,18 @@ enum Operation {
 };
 
 /// Sizes that reach whole vectors and their tails, in pictures that stay small.
-std::pair<int, int> TakeSize(Input& input) {
+std::pair<int, int> PickSize(Input& input) {
   const int longSide = 1 + input.Byte();
   const int shortSide = 1 + input.Below(longSide > 32 ? 12 : 32);
   return input.Flag() ? std::pair(longSide, shortSide) : std::pair(shortSide, longSide);
 }
 
-double TakeAngle(Input& input) {
+double PickAngle(Input& input) {
   constexpr double kSteps[] = {1, 15, 45, 90, 360, 0.1, 1e-7, 1e-20};
   const int form = input.Below(4);
-  if (form == 0) return input.Take<double>();
-  if (form == 1) return input.Take<int16_t>() / 64.0;
-  return input.Take<int8_t>() * kSteps[input.Below(8)] + (form == 2 ? 0.0 : 1e-13 * input.Byte());
+  if (form == 0) return input.Next<double>();
+  if (form == 1) return input.Next<int16_t>() / 64.0;
+  return input.Next<int8_t>() * kSteps[input.Below(8)] + (form == 2 ? 0.0 : 1e-13 * input.Byte());
 }
 
 bool HasWords(const sim::Picture& picture) {
@@ -52,7 +52,7 @@ uint32_t* RowOf(const sim::Picture& picture, int y) {
              : picture.StorageAs<sim::CairoStorage>().Words(y);
 }
 
-/// Pixels as nobody promised them: bits that mean nothing set, colours brighter than their alpha.
+/// Any words as pixels, also such as no host stores: unused bits set, colours above their alpha.
 void Scribble(sim::Picture& picture, uint32_t seed, int style) {
   std::mt19937 random(seed);
   const sim::Storage& storage = *picture.storage;
@@ -88,32 +88,32 @@ struct Content {
 
 class PictureCall {
  public:
-  PictureCall(FuzzSession& session, model::PictureHost& host, sim::Picture& picture)
-      : session_(session), model_(host), picture_(picture) {
-    Input& input = session.input;
+  PictureCall(FuzzCase& fuzzCase, model::PictureHost& host, sim::Picture& picture)
+      : case_(fuzzCase), model_(host), picture_(picture) {
+    Input& input = fuzzCase.input;
     operation_ = static_cast<Operation>(input.Below(kOperations));
-    angle_ = TakeAngle(input);
-    background_ = input.Take<uint32_t>();
-    width_ = picture.storage->width() + input.Take<int8_t>();
-    height_ = picture.storage->height() + input.Take<int8_t>();
+    angle_ = PickAngle(input);
+    background_ = input.Next<uint32_t>();
+    width_ = picture.storage->width() + input.Next<int8_t>();
+    height_ = picture.storage->height() + input.Next<int8_t>();
     onNull_ = input.Below(64) == 63;
   }
 
   void Run() {
     const Content before(picture_);
     sim::Result result;
-    const bool finished = session_.Run([&] { result = Call(onNull_ ? nullptr : &picture_); });
-    session_.host.CheckGuards();
+    const bool finished = case_.Run([&] { result = Call(onNull_ ? nullptr : &picture_); });
+    case_.host.CheckGuards();
     if (onNull_) {
-      session_.Require(!result.picture && !result.boolean, "something came of a null picture");
+      case_.Require(!result.picture && !result.boolean, "something came of a null picture");
     } else if (operation_ >= kMirrorInPlace && operation_ <= kVMirrorInPlace) {
       CheckInPlace(before, finished, result.boolean);
     } else {
-      session_.Require(Content(picture_) == before, "the source was changed");
+      case_.Require(Content(picture_) == before, "the source was changed");
       if (finished) CheckResult(result);
     }
     result = {};
-    session_.RequireBalance();
+    case_.RequireBalance();
   }
 
  private:
@@ -126,7 +126,7 @@ class PictureCall {
     if (operation_ == kRotate) arguments = {angle_, sim::Color{background_}};
     if (operation_ == kRotateMemory) arguments = {angle_};
     if (operation_ == kCloneSized) arguments = {int64_t{width_}, int64_t{height_}};
-    return session_.plugin.Call(kNames[operation_], picture, arguments);
+    return case_.plugin.Call(kNames[operation_], picture, arguments);
   }
 
   void CheckInPlace(const Content& before, bool finished, bool changed) const {
@@ -135,12 +135,12 @@ class PictureCall {
                                              operation_ != kHMirrorInPlace);
     const Content after(picture_);
     if (!finished) {
-      session_.Require(after == before || after == mirrored, "half a mirror was left behind");
+      case_.Require(after == before || after == mirrored, "half a mirror was left behind");
       return;
     }
-    session_.Require(after == (changed ? mirrored : before), "wrong pixels in place");
-    if (!session_.disturbed) {
-      session_.Require(changed == model_.CanEdit(picture_), "wrong answer of an in-place mirror");
+    case_.Require(after == (changed ? mirrored : before), "wrong pixels in place");
+    if (!case_.disturbed) {
+      case_.Require(changed == model_.CanEdit(picture_), "wrong answer of an in-place mirror");
     }
   }
 
@@ -152,44 +152,44 @@ class PictureCall {
 
   void CheckResult(const sim::Result& result) const {
     if (operation_ == kRotateMemory) {
-      if (session_.disturbed) return;
-      session_.Require(result.integer == model::RotationMemory(picture_.storage->width(),
-                                                               picture_.storage->height(), angle_),
-                       "wrong memory estimate");
+      if (case_.disturbed) return;
+      case_.Require(result.integer == model::RotationMemory(picture_.storage->width(),
+                                                            picture_.storage->height(), angle_),
+                    "wrong memory estimate");
       return;
     }
     if (operation_ == kBitmap) {
-      return session_.Require(
-          result.picture.get() == &picture_ || (session_.disturbed && !result.picture),
+      return case_.Require(
+          result.picture.get() == &picture_ || (case_.disturbed && !result.picture),
           "a bitmap of another picture");
     }
-    if (session_.disturbed) return;
+    if (case_.disturbed) return;
     const bool isExactCopy =
         operation_ == kRotate && model::ExactQuarterTurns(model::Normalized(angle_)) == 0;
     if (operation_ == kClone || operation_ == kCloneSized || isExactCopy) {
       return CheckClone(result.picture.get());
     }
     const auto expected = Expected();
-    session_.Require(expected.has_value() == static_cast<bool>(result.picture),
-                     expected ? "no result" : "a result of nothing");
+    case_.Require(expected.has_value() == static_cast<bool>(result.picture),
+                  expected ? "no result" : "a result of nothing");
     if (!expected) return;
-    session_.Require(result.picture->storage->alpha() == picture_.storage->alpha(), "wrong alpha");
+    case_.Require(result.picture->storage->alpha() == picture_.storage->alpha(), "wrong alpha");
     const model::Raster raster = model::Raster::Of(*result.picture);
-    session_.Require(raster.width == expected->width && raster.height == expected->height,
-                     "wrong size");
-    session_.Require(raster == *expected, "wrong pixels");
+    case_.Require(raster.width == expected->width && raster.height == expected->height,
+                  "wrong size");
+    case_.Require(raster == *expected, "wrong pixels");
   }
 
   void CheckClone(const sim::Picture* clone) const {
     const bool sized = operation_ == kCloneSized;
     const int width = sized ? width_ : picture_.storage->width();
     const int height = sized ? height_ : picture_.storage->height();
-    if (width < 1 || height < 1) return session_.Require(clone == nullptr, "a clone of no size");
-    if (clone == nullptr) return session_.Require(false, "no clone");
-    session_.Require(clone->Read() == model_.Clone(picture_, width, height), "wrong clone");
+    if (width < 1 || height < 1) return case_.Require(clone == nullptr, "a clone of no size");
+    if (clone == nullptr) return case_.Require(false, "no clone");
+    case_.Require(clone->Read() == model_.Clone(picture_, width, height), "wrong clone");
   }
 
-  FuzzSession& session_;
+  FuzzCase& case_;
   model::PictureHost& model_;
   sim::Picture& picture_;
   Operation operation_;
@@ -202,25 +202,25 @@ class PictureCall {
 
 }  // namespace
 
-void FuzzPictures(FuzzSession& session) {
-  Input& input = session.input;
-  if (auto* const select = session.plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")) {
+void FuzzPictures(FuzzCase& fuzzCase) {
+  Input& input = fuzzCase.input;
+  if (auto* const select = fuzzCase.plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")) {
     constexpr const char* kKernels[] = {"plain", "sse2", "avx2", "avx512"};
     const int choice = input.Below(8);
     if (choice < 4) select(kKernels[choice]);
   }
-  const auto [width, height] = TakeSize(input);
+  const auto [width, height] = PickSize(input);
   const bool alpha = input.Flag();
-  sim::PictureOptions options = session.host.NewPictureOptions(alpha);
+  sim::PictureOptions options = fuzzCase.host.NewPictureOptions(alpha);
   if (input.Below(8) == 7) options.storage = sim::StorageKind::kNone;
   options.rows = static_cast<sim::RowLayout>(input.Below(4));
-  const auto picture = session.host.MakePicture(sim::Image(width, height), options);
-  session.Require(static_cast<bool>(picture), "the host makes no picture");
-  Scribble(*picture, input.Take<uint32_t>(), input.Below(3));
+  const auto picture = fuzzCase.host.MakePicture(sim::Image(width, height), options);
+  fuzzCase.Require(static_cast<bool>(picture), "the host makes no picture");
+  Scribble(*picture, input.Next<uint32_t>(), input.Below(3));
 
-  model::PictureHost expected(session.host.settings);
+  model::PictureHost expected(fuzzCase.host.settings);
   int calls = 3;
   do {
-    PictureCall(session, expected, *picture).Run();
+    PictureCall(fuzzCase, expected, *picture).Run();
   } while (!input.empty() && --calls > 0);
 }

@@ -25,7 +25,7 @@ bool ReplaceByOwnBuffer(PictureEditor& editor, int width, int height) {
 
 /// The picture a writer has made so far, with one reference for the caller, or null. Where no
 /// reference can be added, the writer's own becomes the caller's.
-PictureReference TakePicture(PictureEditor& editor) {
+PictureReference FinishedPicture(PictureEditor& editor) {
   if (editor.picture != nullptr) {
     const bool isHeld = AddReference(editor.picture) || !std::exchange(editor.unreferenced, true);
     return PictureReference(editor.picture, isHeld);
@@ -110,7 +110,7 @@ bool NewPictureWriterLinux(PictureEditor& editor, long width, long height) {
 
 REALpictureStruct* RenderPictureWriter(PictureEditor& editor) {
   const OwnedBufferScope buffer{editor};
-  PictureReference result = TakePicture(editor);
+  PictureReference result = FinishedPicture(editor);
   ClosePictureEditor(editor);
   if (result) REALPictureClearCache(result.get());
   return result.Release();

@@ -23,7 +23,7 @@ bool SameWord(std::string_view left, std::string_view right) {
   return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
 }
 
-/// Reads a text from front to back; every Take skips spaces first.
+/// Reads a text from front to back; every step skips spaces first.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : rest_(text) {}
@@ -33,13 +33,13 @@ class Scanner {
     return rest_.empty();
   }
   std::string_view rest() const { return rest_; }
-  bool Take(char wanted) {
+  bool Accept(char wanted) {
     SkipSpaces();
     if (rest_.empty() || rest_.front() != wanted) return false;
     rest_.remove_prefix(1);
     return true;
   }
-  bool TakeWord(std::string_view wanted) {
+  bool AcceptWord(std::string_view wanted) {
     Scanner ahead = *this;
     if (!SameWord(ahead.Word(), wanted)) return false;
     *this = ahead;
@@ -48,16 +48,16 @@ class Scanner {
   /// Letters, digits and underscores; may be empty.
   std::string_view Word() {
     SkipSpaces();
-    return TakeWhile([](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
+    return ReadWhile([](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
   }
   /// Everything up to the next comma or parenthesis.
   std::string_view Literal() {
     SkipSpaces();
-    std::string_view text = TakeWhile([](char c) { return c != ',' && c != ')'; });
+    std::string_view text = ReadWhile([](char c) { return c != ',' && c != ')'; });
     while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
     return text;
   }
-  std::optional<Type> TakeType() {
+  std::optional<Type> ReadType() {
     const std::string_view word = Word();
     for (const NamedType& each : kTypes) {
       if (SameWord(each.name, word)) return each.type;
@@ -67,10 +67,10 @@ class Scanner {
 
  private:
   void SkipSpaces() {
-    TakeWhile([](unsigned char c) { return std::isspace(c) != 0; });
+    ReadWhile([](unsigned char c) { return std::isspace(c) != 0; });
   }
   template <class Test>
-  std::string_view TakeWhile(Test test) {
+  std::string_view ReadWhile(Test test) {
     const auto end = std::find_if_not(rest_.begin(), rest_.end(), test);
     const std::string_view taken = rest_.substr(0, static_cast<size_t>(end - rest_.begin()));
     rest_.remove_prefix(taken.size());
@@ -82,17 +82,17 @@ class Scanner {
 
 bool ParseParameter(Scanner& scanner, Parameter& parameter, std::string& why) {
   parameter.name = scanner.Word();
-  if (parameter.name.empty() || !scanner.TakeWord("as")) {
+  if (parameter.name.empty() || !scanner.AcceptWord("as")) {
     why = "a parameter is written \"name as type\"";
     return false;
   }
-  const auto type = scanner.TakeType();
+  const auto type = scanner.ReadType();
   if (!type) {
     why = "the type of " + parameter.name + " is unknown";
     return false;
   }
   parameter.type = *type;
-  if (!scanner.Take('=')) return true;
+  if (!scanner.Accept('=')) return true;
   if (const auto literal = ParseLiteral(scanner.Literal())) {
     parameter.defaultValue = Convert(*literal, *type);
   }
@@ -107,17 +107,17 @@ bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
     why = "the method has no name";
     return false;
   }
-  if (scanner.Take('(') && !scanner.Take(')')) {
+  if (scanner.Accept('(') && !scanner.Accept(')')) {
     do {
       if (!ParseParameter(scanner, method.parameters.emplace_back(), why)) return false;
-    } while (scanner.Take(','));
-    if (!scanner.Take(')')) {
+    } while (scanner.Accept(','));
+    if (!scanner.Accept(')')) {
       why = "the parameters do not end";
       return false;
     }
   }
-  if (scanner.TakeWord("as")) {
-    const auto type = scanner.TakeType();
+  if (scanner.AcceptWord("as")) {
+    const auto type = scanner.ReadType();
     if (!type) {
       why = "the type of the result is unknown";
       return false;
@@ -212,7 +212,7 @@ std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
     *why = "a call starts with the method's name";
     return std::nullopt;
   }
-  if (scanner.Take('(') && !scanner.Take(')')) {
+  if (scanner.Accept('(') && !scanner.Accept(')')) {
     do {
       const std::string_view literal = scanner.Literal();
       const auto value = ParseLiteral(literal);
@@ -225,8 +225,8 @@ std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
         return std::nullopt;
       }
       call.arguments.push_back(*value);
-    } while (scanner.Take(','));
-    if (!scanner.Take(')')) {
+    } while (scanner.Accept(','));
+    if (!scanner.Accept(')')) {
       *why = "the arguments do not end with a parenthesis";
       return std::nullopt;
     }

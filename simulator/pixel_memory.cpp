@@ -16,7 +16,7 @@ PixelPool::~PixelPool() {
   }
 }
 
-uint8_t* PixelPool::Take(size_t size) {
+uint8_t* PixelPool::Allocate(size_t size) {
   uint8_t* bytes = nullptr;
   auto& kept = kept_[size];
   if (!kept.empty()) {
@@ -35,7 +35,7 @@ uint8_t* PixelPool::Take(size_t size) {
   return bytes;
 }
 
-void PixelPool::Give(uint8_t* bytes, size_t size) {
+void PixelPool::Release(uint8_t* bytes, size_t size) {
   liveBytes -= size;
   if (warm) {
     kept_[size].push_back(bytes);

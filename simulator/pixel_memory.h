@@ -25,8 +25,8 @@ class PixelPool {
 
   /// kFenceBytes of guard, `size` bytes of zeros (anything when recycled), a fence again. Returns
   /// the first byte after the fence, aligned to 16 bytes, or null when memory is short.
-  uint8_t* Take(size_t size);
-  void Give(uint8_t* bytes, size_t size);
+  uint8_t* Allocate(size_t size);
+  void Release(uint8_t* bytes, size_t size);
   static bool FencesIntact(const uint8_t* bytes, size_t size);
 
   bool warm = false;
@@ -40,11 +40,12 @@ class PixelPool {
 /// A block from the pool, given back when it goes out of scope.
 class PixelMemory {
  public:
-  PixelMemory(PixelPool& pool, size_t size) : pool_(pool), size_(size), bytes_(pool.Take(size)) {}
+  PixelMemory(PixelPool& pool, size_t size)
+      : pool_(pool), size_(size), bytes_(pool.Allocate(size)) {}
   PixelMemory(const PixelMemory&) = delete;
   PixelMemory& operator=(const PixelMemory&) = delete;
   ~PixelMemory() {
-    if (bytes_ != nullptr) pool_.Give(bytes_, size_);
+    if (bytes_ != nullptr) pool_.Release(bytes_, size_);
   }
 
   /// Null when memory was short.

@@ -1,6 +1,5 @@
 // Entries for strings, borrowed string data and memory blocks.
 
-
 #include "simulator/entry_table.h"
 #include "simulator/text_conversion.h"
 

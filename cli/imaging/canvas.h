@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "cli/image.h"
+#include "cli/imaging/image.h"
 
 namespace velhost {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // The plugin in a host for one group of cases: a picture of its size and storage, and the time that
-// methods take on it. One session at a time; each loads the plugin anew, since a plugin that has
+// methods take on it. One timer at a time; each loads the plugin anew, since a plugin that has
 // seen one kind of application expects no other.
 
 #include <optional>
@@ -13,11 +13,10 @@
 
 namespace velbench {
 
-/// Throws velhost::Problem when the plugin does not know a kernel of that name, or the machine
-/// lacks it. Empty stands for the widest.
-class Session {
+class MethodTimer {
  public:
-  Session(const Group& group, const std::string& kernels);
+  /// `kernels` is a name that ResolveKernels gave. Throws velhost::UserError when memory is short.
+  MethodTimer(const Group& group, const std::string& kernels);
 
   /// Seconds that one call takes, result released again, without what the host does to convert
   /// three-byte pixels. Empty when the method fails.
@@ -30,8 +29,9 @@ class Session {
   sim::Ref<sim::Picture> picture_;
 };
 
-/// `kernels` itself, or for an empty name the widest that this machine has. Throws velhost::Problem
-/// when the plugin does not know kernels of that name, or the machine lacks them.
+/// `kernels` itself, or for an empty name the widest that this machine has. Throws
+/// velhost::UserError when the plugin does not know kernels of that name, or the machine lacks
+/// them.
 std::string ResolveKernels(const std::string& kernels);
 
 /// Makes a storage of the host available. Returns what is missing, empty when nothing is.

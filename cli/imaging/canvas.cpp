@@ -1,4 +1,4 @@
-#include "cli/canvas.h"
+#include "cli/imaging/canvas.h"
 
 #include <stb/stb_easy_font.h>
 

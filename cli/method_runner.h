@@ -1,13 +1,13 @@
 #pragma once
 
 // One simulated host with the plugin loaded into it, and the way of a picture through a row of
-// method calls. There is one session per process.
+// method calls. There is one runner per process.
 
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "cli/image.h"
+#include "cli/imaging/image.h"
 #include "cli/options.h"
 #include "simulator/host.h"
 #include "simulator/plugin.h"
@@ -33,12 +33,13 @@ struct MethodFailed : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-class Session {
+class MethodRunner {
  public:
-  /// Starts the host and the plugin. Throws Problem or sim::PluginError when something is missing.
-  explicit Session(const Options& options);
+  /// Starts the host and the plugin. Throws UserError or sim::PluginError when something is
+  /// missing.
+  explicit MethodRunner(const Options& options);
 
-  /// Throws Problem or sim::PluginError, with what would be right, when the text is no such call.
+  /// Throws UserError or sim::PluginError, with what would be right, when the text is no such call.
   PreparedCall Prepare(const std::string& text) const;
 
   /// Makes `image` a picture of the host, runs the calls on it one after the other, each on the

@@ -1,4 +1,4 @@
-#include "fuzz/session.h"
+#include "fuzz/fuzz_case.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,19 +18,19 @@ bool X87StackIsEmpty() {
 
 }  // namespace
 
-void FuzzSession::Require(bool holds, const std::string& what) const {
+void FuzzCase::Require(bool holds, const std::string& what) const {
   if (holds) return;
   std::fprintf(stderr, "fuzz: %s\n", what.c_str());
   std::abort();
 }
 
-void FuzzSession::RequireBalance() const {
+void FuzzCase::RequireBalance() const {
   const std::string imbalance = host.Imbalance();
   Require(imbalance.empty(), "out of balance:\n" + imbalance);
   Require(X87StackIsEmpty(), "floating-point registers left in use");
 }
 
-void FuzzSession::ArmFaults() {
+void FuzzCase::ArmFaults() {
   const int kind = input.Below(8);
   if (kind < 5) return;
   disturbed = true;

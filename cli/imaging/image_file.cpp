@@ -1,4 +1,4 @@
-#include "cli/image_file.h"
+#include "cli/imaging/image_file.h"
 
 #include <strings.h>
 
@@ -15,8 +15,8 @@
 #include <string_view>
 #include <utility>
 
-#include "cli/output_file.h"
-#include "cli/problem.h"
+#include "cli/imaging/output_file.h"
+#include "cli/imaging/user_error.h"
 
 namespace {
 
@@ -130,7 +130,7 @@ bool IsWhole(const std::string& path, std::string_view bytes) {
   if (bytes.starts_with(kPngStart)) return PngIsWhole(bytes);
   if (bytes.starts_with(kJpegStart)) return JpegIsWhole(bytes);
   if (bytes.starts_with(kBmpStart)) return BmpIsWhole(bytes);
-  throw Problem(path + " is no picture: give a PNG, JPEG or BMP file");
+  throw UserError(path + " is no picture: give a PNG, JPEG or BMP file");
 }
 
 enum class Format { kPng, kJpeg, kBmp };
@@ -146,7 +146,7 @@ Format FormatOf(const std::string& path, const std::string& asked) {
   for (auto [known, format] : kEndings) {
     if (strcasecmp(ending.c_str(), known) == 0) return format;
   }
-  throw Problem("the output " + path + " has an unknown ending: use .png, .jpg or .bmp");
+  throw UserError("the output " + path + " has an unknown ending: use .png, .jpg or .bmp");
 }
 
 void Append(void* context, void* data, int size) {
@@ -186,15 +186,16 @@ std::string Encode(Image image, Format format) {
 std::string ReadImageFile(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
-    throw Problem(path + " is a folder: give a PNG, JPEG or BMP file");
+    throw UserError(path + " is a folder: give a PNG, JPEG or BMP file");
   }
   std::ifstream file;
   std::istream& input = path == "-" ? std::cin : file;
   if (path != "-") file.open(path, std::ios::binary);
-  if (!input) throw Problem(path + ": " + std::strerror(errno) + ": give a PNG, JPEG or BMP file");
+  if (!input)
+    throw UserError(path + ": " + std::strerror(errno) + ": give a PNG, JPEG or BMP file");
   std::string bytes(std::istreambuf_iterator<char>(input), {});
-  if (input.bad()) throw Problem(path + " cannot be read to its end: " + std::strerror(errno));
-  if (!IsWhole(path, bytes)) throw Problem(path + " is cut off or damaged: give a whole picture");
+  if (input.bad()) throw UserError(path + " cannot be read to its end: " + std::strerror(errno));
+  if (!IsWhole(path, bytes)) throw UserError(path + " is cut off or damaged: give a whole picture");
   return bytes;
 }
 
@@ -206,9 +207,9 @@ Image DecodeImage(const std::string& path, const std::string& bytes) {
   const stbi_uc* from = stbi_load_from_memory(file, size, &width, &height, &channels, 4);
   if (from == nullptr) {
     const std::string reason = stbi_failure_reason();
-    throw Problem(path + (reason == "too large" || reason == "outofmem"
-                              ? " is too large to decode in 32 bits: give 16384 x 16384 at most"
-                              : " cannot be decoded (" + reason + "): give a whole picture"));
+    throw UserError(path + (reason == "too large" || reason == "outofmem"
+                                ? " is too large to decode in 32 bits: give 16384 x 16384 at most"
+                                : " cannot be decoded (" + reason + "): give a whole picture"));
   }
   Image image(width, height);
   image.hasAlpha = channels == 2 || channels == 4;
@@ -224,7 +225,7 @@ void CheckImageName(const std::string& path, const std::string& format) { Format
 
 void WriteImage(const std::string& path, Image image, const std::string& format) {
   const std::string bytes = Encode(std::move(image), FormatOf(path, format));
-  if (bytes.empty()) throw Problem(path + " cannot be written: the picture cannot be encoded");
+  if (bytes.empty()) throw UserError(path + " cannot be written: the picture cannot be encoded");
   ReplaceFile(path, bytes);
 }
 

@@ -5,22 +5,22 @@
 
 #include <string>
 
-#include "cli/image.h"
+#include "cli/imaging/image.h"
 
 namespace velhost {
 
-/// The bytes of a picture file, or of standard input for "-". Throws Problem when there is none, or
-/// when it is not whole; what follows the picture in the file is nobody's business.
+/// The bytes of a picture file, or of standard input for "-". Throws UserError when there is none,
+/// or when it is not whole; what follows the picture in the file is nobody's business.
 std::string ReadImageFile(const std::string& path);
 
-/// The picture of a file read so. Throws Problem, which names `path`, when it cannot be decoded.
+/// The picture of a file read so. Throws UserError, which names `path`, when it cannot be decoded.
 Image DecodeImage(const std::string& path, const std::string& bytes);
 
-/// Throws Problem unless WriteImage can write `format` (or what the name asks for, if empty).
+/// Throws UserError unless WriteImage can write `format` (or what the name asks for, if empty).
 void CheckImageName(const std::string& path, const std::string& format = "");
 
 /// Writes `image` as `format`, or as the name asks for; alpha goes into PNG only. The file appears,
-/// or replaces an older one, complete or not at all; throws Problem in the latter case.
+/// or replaces an older one, complete or not at all; throws UserError in the latter case.
 void WriteImage(const std::string& path, Image image, const std::string& format = "");
 
 }  // namespace velhost

@@ -1,4 +1,4 @@
-#include "benchmarks/session.h"
+#include "benchmarks/method_timer.h"
 
 #include <malloc.h>
 
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "benchmarks/three_byte_storage.h"
-#include "cli/problem.h"
+#include "cli/imaging/user_error.h"
 #include "simulator/cairo_storage.h"
 
 namespace velbench {
@@ -45,7 +45,7 @@ sim::Settings SettingsFor(const Group& group) {
 sim::Ref<sim::Picture> NoisyPicture(sim::Host& host, const Group& group) {
   auto picture = sim::Ref<sim::Picture>::Adopt(
       host.NewPicture(group.size.width, group.size.height, group.storage->alpha));
-  if (!picture) throw velhost::Problem("memory is short for a picture of " + NameOf(group.size));
+  if (!picture) throw velhost::UserError("memory is short for a picture of " + NameOf(group.size));
   // One row of noise, begun elsewhere in each row of the picture.
   std::mt19937 random(1);
   constexpr int kShifts = 64;
@@ -74,11 +74,11 @@ std::string ResolveKernels(const std::string& kernels) {
   for (const char* const name : kKernelNames) {
     if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
   }
-  throw velhost::Problem("--kernels " + kernels +
-                         ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
+  throw velhost::UserError("--kernels " + kernels +
+                           ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
 }
 
-Session::Session(const Group& group, const std::string& kernels)
+MethodTimer::MethodTimer(const Group& group, const std::string& kernels)
     : inThreeBytes_(group.storage->kind == sim::StorageKind::kGdk),
       host_(SettingsFor(group)),
       plugin_(kPluginPath, false) {
@@ -91,7 +91,7 @@ Session::Session(const Group& group, const std::string& kernels)
   picture_ = NoisyPicture(host_, group);
 }
 
-std::optional<double> Session::Run(const MethodCase& method) {
+std::optional<double> MethodTimer::Run(const MethodCase& method) {
   std::string why;
   const auto call = sim::ParseCall(method.call, &why);
   const sim::Method& declared = plugin_.Choose(call->name, call->arguments);

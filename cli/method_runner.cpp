@@ -1,4 +1,4 @@
-#include "cli/session.h"
+#include "cli/method_runner.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <utility>
 
-#include "cli/canvas.h"
-#include "cli/problem.h"
+#include "cli/imaging/canvas.h"
+#include "cli/imaging/user_error.h"
 #include "simulator/cairo_storage.h"
 #include "simulator/gdk_storage.h"
 
@@ -43,8 +43,8 @@ void InstallStorage(const Options& options) {
   if (options.host == "cairo") missing = sim::InstallCairoStorage();
   if (options.host == "gdk") missing = sim::InstallGdkStorage();
   if (missing.empty()) return;
-  throw Problem("--host " + options.host + " cannot start: " + missing +
-                " (./run fetches the 32-bit libraries and starts a display)");
+  throw UserError("--host " + options.host + " cannot start: " + missing +
+                  " (./run fetches the 32-bit libraries and starts a display)");
 }
 
 sim::Settings SettingsFor(const Options& options) {
@@ -71,8 +71,8 @@ std::string PluginPath(const Options& options) {
                             ? fs::read_symlink("/proc/self/exe").replace_filename("VelPicture.so")
                             : fs::absolute(options.plugin);
   if (!fs::exists(path)) {
-    throw Problem("there is no plugin " + path.string() +
-                  ": build it, or name one with --plugin FILE");
+    throw UserError("there is no plugin " + path.string() +
+                    ": build it, or name one with --plugin FILE");
   }
   return path;
 }
@@ -80,11 +80,11 @@ std::string PluginPath(const Options& options) {
 void SelectKernels(const sim::Plugin& plugin, const std::string& name) {
   auto* const select = plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc");
   if (select == nullptr) {
-    throw Problem("--kernels: this plugin has no choice of kernels; leave the option out");
+    throw UserError("--kernels: this plugin has no choice of kernels; leave the option out");
   }
   if (!select(name.c_str())) {
-    throw Problem("--kernels " + name +
-                  ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
+    throw UserError("--kernels " + name +
+                    ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
   }
 }
 
@@ -94,7 +94,7 @@ std::string SizeText(int width, int height) {
 
 }  // namespace
 
-Session::Session(const Options& options)
+MethodRunner::MethodRunner(const Options& options)
     : hostName_(NameOf(options)),
       keepsAlpha_(TraitsOf(options).alpha != sim::StorageKind::kNone &&
                   options.hostVersion >= kAlphaSince),
@@ -106,15 +106,16 @@ Session::Session(const Options& options)
   if (log_) std::fputs(host_.log.Text().c_str(), stdout);
 }
 
-PreparedCall Session::Prepare(const std::string& text) const {
+PreparedCall MethodRunner::Prepare(const std::string& text) const {
   std::string why;
   auto call = sim::ParseCall(text, &why);
-  if (!call) throw Problem("-m \"" + text + "\": " + why);
+  if (!call) throw UserError("-m \"" + text + "\": " + why);
   const sim::Method& method = plugin_.Choose(call->name, call->arguments);
   return {text, &method, std::move(call->arguments)};
 }
 
-Image Session::Run(Image image, const std::vector<PreparedCall>& calls, std::vector<Step>* steps) {
+Image MethodRunner::Run(Image image, const std::vector<PreparedCall>& calls,
+                        std::vector<Step>* steps) {
   const bool alpha = image.hasAlpha && keepsAlpha_;
   if (image.hasAlpha && !alpha) image = Flattened(image);
   sim::Ref<sim::Picture> picture = host_.MakePicture(image, alpha);
@@ -130,7 +131,7 @@ Image Session::Run(Image image, const std::vector<PreparedCall>& calls, std::vec
   return Image(picture->Read(), picture->storage->alpha());
 }
 
-Step Session::RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& picture) {
+Step MethodRunner::RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& picture) {
   host_.log.Clear();
   const auto start = std::chrono::steady_clock::now();
   sim::Result result = plugin_.Call(*call.method, picture.get(), call.arguments);

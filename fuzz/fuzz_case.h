@@ -9,7 +9,7 @@
 #include "simulator/host.h"
 #include "simulator/plugin.h"
 
-struct FuzzSession {
+struct FuzzCase {
   sim::Host& host;
   const sim::Plugin& plugin;
   Input& input;
