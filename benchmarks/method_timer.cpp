@@ -9,7 +9,6 @@
 
 #include "benchmarks/three_byte_storage.h"
 #include "cli/imaging/user_error.h"
-#include "simulator/cairo_storage.h"
 
 namespace velbench {
 namespace {
@@ -62,8 +61,7 @@ sim::Ref<sim::Picture> NoisyPicture(sim::Host& host, const Group& group) {
 }  // namespace
 
 std::string InstallStorage(sim::StorageKind kind) {
-  if (kind == sim::StorageKind::kCairo) return sim::InstallCairoStorage();
-  if (kind != sim::StorageKind::kGdk) return "";
+  if (kind != sim::StorageKind::kGdk) return sim::InstallStorage(kind);
   InstallThreeByteStorage();
   const sim::Plugin plugin(kPluginPath, false);
   return HandOutThreeBytePixels(plugin) ? "" : "GDK 2 is missing";

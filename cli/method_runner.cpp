@@ -8,8 +8,6 @@
 
 #include "cli/imaging/canvas.h"
 #include "cli/imaging/user_error.h"
-#include "simulator/cairo_storage.h"
-#include "simulator/gdk_storage.h"
 
 namespace velhost {
 namespace {
@@ -39,9 +37,7 @@ const HostTraits& TraitsOf(const Options& options) {
 }
 
 void InstallStorage(const Options& options) {
-  std::string missing;
-  if (options.host == "cairo") missing = sim::InstallCairoStorage();
-  if (options.host == "gdk") missing = sim::InstallGdkStorage();
+  const std::string missing = sim::InstallStorage(TraitsOf(options).opaque);
   if (missing.empty()) return;
   throw UserError("--host " + options.host + " cannot start: " + missing +
                   " (./run fetches the 32-bit libraries and starts a display)");

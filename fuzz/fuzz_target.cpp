@@ -7,7 +7,6 @@
 
 #include "fuzz/calls.h"
 #include "fuzz/fuzz_case.h"
-#include "simulator/cairo_storage.h"
 #include "simulator/plugin_snapshot.h"
 
 namespace {
@@ -47,7 +46,7 @@ const std::vector<std::string>& MissableNames() {
   return names;
 }
 
-const bool hasCairo = sim::InstallCairoStorage().empty();
+const bool hasCairo = sim::InstallStorage(sim::StorageKind::kCairo).empty();
 
 sim::StorageKind PickStorage(Input& input, sim::StorageKind usual) {
   using enum sim::StorageKind;

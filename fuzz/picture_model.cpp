@@ -13,11 +13,11 @@ PictureHost::PictureHost(const sim::Settings& settings)
 std::optional<Format> PictureHost::Open(sim::StorageKind kind, bool alpha) {
   if (!isConsole_ && kind == sim::StorageKind::kCairo) {
     isDesktop_ = true;
-    return alpha ? Format::kArgb : Format::kRgb;
+    return FormatOf(kind, alpha);
   }
   if (isDesktop_ || kind != sim::StorageKind::kConsole) return std::nullopt;
   isConsole_ = true;
-  return Format::kConsole;
+  return FormatOf(kind, alpha);
 }
 
 std::optional<Raster> PictureHost::Read(const sim::Picture& picture) {

@@ -29,7 +29,7 @@ void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBu
   editor.unreferenced = !AddReference(picture);
   editor.picture = picture;
   editor.pixelType = buffer.type;
-  editor.bytesPerPixel = buffer.type == kPixelRgb24 ? 3 : 4;
+  editor.bytesPerPixel = GetBytesPerPixel(editor);
   editor.baseAddress = buffer.pixels;
   editor.pixels = buffer.pixels;
   editor.width = buffer.width;

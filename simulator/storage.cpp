@@ -1,22 +1,38 @@
 #include "simulator/storage.h"
 
+#include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
+#include "simulator/gdk_storage.h"
 
 namespace sim {
 namespace {
 
-StorageFactory& FactoryOf(StorageKind kind) {
-  static StorageFactory factories[] = {UnlockableStorage::Make, ConsoleStorage::Make, nullptr,
-                                       nullptr};
-  return factories[static_cast<size_t>(kind)];
+struct Kind {
+  /// Null until installed.
+  StorageFactory factory;
+  /// Null for what needs nothing.
+  std::string (*install)();
+};
+
+Kind& KindOf(StorageKind kind) {
+  static Kind kinds[] = {{UnlockableStorage::Make, nullptr},
+                         {ConsoleStorage::Make, nullptr},
+                         {nullptr, InstallCairoStorage},
+                         {nullptr, InstallGdkStorage}};
+  return kinds[static_cast<size_t>(kind)];
 }
 
 }  // namespace
 
-void SetStorageFactory(StorageKind kind, StorageFactory factory) { FactoryOf(kind) = factory; }
+std::string InstallStorage(StorageKind kind) {
+  const auto install = KindOf(kind).install;
+  return install == nullptr ? "" : install();
+}
+
+void SetStorageFactory(StorageKind kind, StorageFactory factory) { KindOf(kind).factory = factory; }
 
 std::unique_ptr<Storage> MakeStorage(StorageKind kind, const StorageRequest& request) {
-  const StorageFactory factory = FactoryOf(kind);
+  const StorageFactory factory = KindOf(kind).factory;
   return factory == nullptr ? nullptr : factory(request);
 }
 

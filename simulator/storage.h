@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 
 #include "host/host_types.h"
 #include "simulator/image.h"
@@ -59,8 +60,10 @@ struct StorageRequest {
 /// Makes a storage with zeroed (or recycled) pixels, or null when it cannot be had.
 using StorageFactory = std::unique_ptr<Storage> (*)(const StorageRequest&);
 
-/// kNone and kConsole are there from the start; the desktop storages are installed by whoever wants
-/// them.
+/// Opens what a kind of storage needs; until then a desktop storage cannot be had. Returns an empty
+/// string, or what is missing.
+std::string InstallStorage(StorageKind kind);
+/// From now on that kind is made so.
 void SetStorageFactory(StorageKind kind, StorageFactory factory);
 /// Null when memory is short or the kind has no factory.
 std::unique_ptr<Storage> MakeStorage(StorageKind kind, const StorageRequest& request);

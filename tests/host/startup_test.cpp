@@ -74,9 +74,10 @@ TEST_P(StartUp, RegistersWhatTheVersionAsksFor) {
   std::memcpy(words, session.host.extension, sizeof words);
   EXPECT_STREQ(reinterpret_cast<const char*>(words[1]), "Picture");
   const auto* const methods = reinterpret_cast<const REALmethodDefinition*>(words[9]);
-  std::map<int, uint32_t> expected = {{0, 9}, {1, words[1]}, {9, words[9]}, {10, 14}, {20, flags}};
+  std::map<int, uint32_t> expected = {
+      {0, 9}, {1, words[1]}, {9, words[9]}, {10, std::size(rows)}, {20, flags}};
   for (int i = 0; i < 25; ++i) EXPECT_EQ(words[i], expected[i]) << "word " << i;
-  for (int i = 0; i < 14; ++i) {
+  for (size_t i = 0; i < std::size(rows); ++i) {
     EXPECT_EQ(methods[i].declaration, rows[i].first);
     EXPECT_EQ(methods[i].function, session.plugin.Address(rows[i].second)) << rows[i].first;
     EXPECT_EQ(methods[i].secondFunction, nullptr);

@@ -5,9 +5,7 @@
 #include <string>
 
 #include "pixels/picture_editor.h"
-#include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
-#include "simulator/gdk_storage.h"
 #include "tests/host/plugin_function.h"
 
 using Picture = REALpictureStruct;
@@ -81,14 +79,8 @@ struct PixelSession : Session {
 };
 
 /// Makes a storage available; on a machine without its libraries says why the test is skipped.
-inline std::string Install(sim::StorageKind kind) {
-  if (kind == sim::StorageKind::kCairo) return sim::InstallCairoStorage();
-  if (kind == sim::StorageKind::kGdk) return sim::InstallGdkStorage();
-  return "";
-}
-
 #define SKIP_WITHOUT(kind) \
-  if (const std::string why = Install(kind); !why.empty()) GTEST_SKIP() << why
+  if (const std::string why = sim::InstallStorage(kind); !why.empty()) GTEST_SKIP() << why
 
 /// A picture of distinct pixels, each with another alpha.
 inline sim::Image Numbered(int width, int height) {

@@ -7,12 +7,15 @@
 
 namespace model {
 
+Format FormatOf(sim::StorageKind kind, bool alpha) {
+  if (kind == sim::StorageKind::kConsole) return Format::kConsole;
+  if (kind == sim::StorageKind::kGdk) return Format::kBytes;
+  return alpha ? Format::kArgb : Format::kRgb;
+}
+
 Raster Raster::Of(const sim::Picture& picture) {
   const sim::Storage& storage = *picture.storage;
-  const Format format = storage.kind() == sim::StorageKind::kConsole ? Format::kConsole
-                        : storage.kind() == sim::StorageKind::kGdk   ? Format::kBytes
-                        : storage.alpha()                            ? Format::kArgb
-                                                                     : Format::kRgb;
+  const Format format = FormatOf(storage.kind(), storage.alpha());
   Raster raster(format, storage.width(), storage.height());
   std::vector<sim::Rgba> row(static_cast<size_t>(raster.width));
   for (int y = 0; y < raster.height; ++y) {

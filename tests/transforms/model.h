@@ -14,6 +14,9 @@ namespace model {
 
 enum class Format { kConsole, kBytes, kArgb, kRgb };
 
+/// How a storage keeps its pixels.
+Format FormatOf(sim::StorageKind kind, bool alpha);
+
 /// Red, green, blue and alpha, 0 to 255 each.
 using Channels = std::array<int, 4>;
 

@@ -10,7 +10,6 @@
 
 #include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
-#include "simulator/gdk_storage.h"
 #include "tests/session.h"
 #include "tests/transforms/model.h"
 
@@ -32,11 +31,7 @@ struct PictureSetup {
             .rows = rows,
             .extraStrideBytes = extraStrideBytes};
   }
-  model::Format TargetFormat() const {
-    if (target == sim::StorageKind::kConsole) return model::Format::kConsole;
-    if (target == sim::StorageKind::kGdk) return model::Format::kBytes;
-    return alpha ? model::Format::kArgb : model::Format::kRgb;
-  }
+  model::Format TargetFormat() const { return model::FormatOf(target, alpha); }
 };
 
 /// What a test's name shows.
@@ -63,12 +58,7 @@ inline const PictureSetup kSetups[] = {
 
 /// Why a set-up cannot be had here, or nothing.
 inline std::string Install(const PictureSetup& setup) {
-  std::string why;
-  for (const sim::StorageKind kind : {setup.source, setup.target}) {
-    if (kind == sim::StorageKind::kCairo) why += sim::InstallCairoStorage();
-    if (kind == sim::StorageKind::kGdk) why += sim::InstallGdkStorage();
-  }
-  return why;
+  return sim::InstallStorage(setup.source) + sim::InstallStorage(setup.target);
 }
 
 /// A picture of random bits: unused ones, alphas and colours that no host would combine included.
