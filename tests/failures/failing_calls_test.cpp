@@ -1,8 +1,8 @@
-// A failure at every call: each story of the plugin is told with its first, second, third … host
+// A failure at every call: each scenario is run with its first, second, third … host
 // call or allocation failing, with that one and all after it failing, and with each host call
 // throwing, until nothing is left to fail. Whatever happens, the outcome is one that is documented,
-// the picture is as it was (or completely mirrored), nothing is lost, and the story told once more
-// without failures has its usual end.
+// the picture is as it was (or completely mirrored), nothing is lost, and the scenario run once
+// more without failures has its usual end.
 
 #include "tests/failures/scenarios.h"
 
@@ -84,14 +84,14 @@ class FailureTest : public testing::Test {
     if (!IsSkipped()) std::printf("%d failures, %d states checked\n", failures_, states_);
   }
 
-  /// The story as it usually goes, and whatever names the plugin looked up for it.
-  std::set<std::string> Learn(const Story& story) {
-    Stage stage(*setup_, settings_);
-    before_ = Told(stage.picture.get());
-    usual_ = story.Run(stage);
-    after_ = Told(stage.picture.get());
+  /// The scenario as it usually goes, and whatever names the plugin looked up for it.
+  std::set<std::string> Learn(const Scenario& scenario) {
+    Fixture fixture(*setup_, settings_);
+    before_ = Describe(fixture.picture.get());
+    usual_ = scenario.Run(fixture);
+    after_ = Describe(fixture.picture.get());
     std::set<std::string> names;
-    for (const sim::LogLine& line : stage.host.log.lines) {
+    for (const sim::LogLine& line : fixture.host.log.lines) {
       if (line.kind != sim::LogLine::kCall && !line.failed) {
         names.insert(line.kind == sim::LogLine::kLookup ? line.name : line.arguments);
       }
@@ -99,74 +99,74 @@ class FailureTest : public testing::Test {
     return names;
   }
 
-  void FailEveryCall(const Story& story) {
-    SCOPED_TRACE(story.name);
-    Learn(story);
+  void FailEveryCall(const Scenario& scenario) {
+    SCOPED_TRACE(scenario.name);
+    Learn(scenario);
     const int complaints = Complaints();
     for (const auto& [kind, title] : kKinds) {
       bool fired = true;
       for (int number = 1; fired && Complaints() == complaints; ++number) {
         SCOPED_TRACE(title + std::to_string(number));
-        Stage stage(*setup_, settings_);
-        sim::Faults& faults = stage.host.faults;
+        Fixture fixture(*setup_, settings_);
+        sim::Faults& faults = fixture.host.faults;
         if (kind == Kind::kOne) faults.FailNth(number);
         if (kind == Kind::kFrom) faults.FailFrom(number);
         if (kind == Kind::kThrow) faults.ThrowNth(number);
         std::string outcome = "thrown";
         try {
-          outcome = story.Run(stage);
+          outcome = scenario.Run(fixture);
         } catch (const sim::HostException&) {
         }
         fired = faults.fired();
         faults.Clear();
         std::set<std::string> failed;
-        for (const sim::LogLine& line : stage.host.log.lines) {
+        for (const sim::LogLine& line : fixture.host.log.lines) {
           if (line.failed) failed.insert(line.name);
         }
         EXPECT_TRUE(fired || outcome == usual_) << outcome;
         EXPECT_EQ(outcome == "thrown", fired && kind == Kind::kThrow)
             << "an exception was swallowed";
-        Check(story, stage, outcome, failed);
+        Check(scenario, fixture, outcome, failed);
         // What failed once is no matter to the next call.
-        EXPECT_EQ(story.Run(stage), usual_);
+        EXPECT_EQ(scenario.Run(fixture), usual_);
         failures_ += fired ? 1 : 0;
       }
     }
   }
 
-  /// The story on hosts that lack one thing from the start.
-  void LackEverything(const Story& story) {
-    SCOPED_TRACE(story.name);
-    std::set<std::string> names = Learn(story);
+  /// The scenario on hosts that lack one thing from the start.
+  void LackEverything(const Scenario& scenario) {
+    SCOPED_TRACE(scenario.name);
+    std::set<std::string> names = Learn(scenario);
     names.insert({"Picture", "Width", "Height", "HasAlphaChannel", "NilObjectException"});
     for (const std::string& name : names) {
       if (kGiveBack.contains(name)) continue;
       SCOPED_TRACE("without " + name);
       sim::Settings settings = settings_;
       settings.missing.insert(name);
-      Stage stage(*setup_, settings);
-      Check(story, stage, story.Run(stage), {name});
+      Fixture fixture(*setup_, settings);
+      Check(scenario, fixture, scenario.Run(fixture), {name});
       ++failures_;
     }
   }
 
  private:
-  bool IsDocumented(const Story& story, const std::string& outcome,
+  bool IsDocumented(const Scenario& scenario, const std::string& outcome,
                     const std::set<std::string>& failed) const {
     // Nothing needs a reference of its own.
     if (failed.contains("REALLockObject") || failed.contains("REALLockString")) {
       return outcome == usual_;
     }
     if (outcome == usual_ || IsFailure(outcome)) return true;
-    if (std::string_view(story.alternatives).find("[" + outcome + "]") != std::string::npos) {
+    if (std::string_view(scenario.alternatives).find("[" + outcome + "]") != std::string::npos) {
       return true;
     }
     // A view hands out each of its texts, or an empty one, or (not knowing the string's encoding)
     // its bytes as they are.
-    const auto usual = Split(usual_), told = Split(outcome);
-    if (usual.size() > 1 && usual.size() == told.size()) {
-      for (size_t i = 0; i < told.size(); ++i) {
-        if (told[i] != usual[i] && told[i] != usual[0] && !IsFailure(told[i])) return false;
+    const auto usual = Split(usual_), parts = Split(outcome);
+    if (usual.size() > 1 && usual.size() == parts.size()) {
+      for (size_t i = 0; i < parts.size(); ++i) {
+        if (parts[i] != usual[i] && parts[i] != usual[0] && !IsFailure(parts[i])) return false;
       }
       return true;
     }
@@ -177,15 +177,15 @@ class FailureTest : public testing::Test {
     return degraded && (IsFailure(usual_) || size(outcome) == size(usual_));
   }
 
-  void Check(const Story& story, Stage& stage, const std::string& outcome,
+  void Check(const Scenario& scenario, Fixture& fixture, const std::string& outcome,
              const std::set<std::string>& failed) {
     ++states_;
-    sim::Host& host = stage.host;
+    sim::Host& host = fixture.host;
     std::string names;
     for (const std::string& name : failed) names += " " + name;
-    EXPECT_TRUE(IsDocumented(story, outcome, failed))
+    EXPECT_TRUE(IsDocumented(scenario, outcome, failed))
         << outcome << " instead of " << usual_ << "; failed:" << names;
-    const std::string now = Told(stage.picture.get());
+    const std::string now = Describe(fixture.picture.get());
     EXPECT_TRUE(now == before_ || (now == after_ && outcome != "false"))
         << "the picture is neither as it was nor mirrored";
     EXPECT_EQ(host.Imbalance(), "") << host.log.Text();
@@ -206,11 +206,11 @@ class PictureFailures : public FailureTest, public testing::WithParamInterface<W
 };
 
 TEST_P(PictureFailures, AreSurvivedAtEveryCall) {
-  for (const Story& story : PictureStories()) FailEveryCall(story);
+  for (const Scenario& scenario : PictureScenarios()) FailEveryCall(scenario);
 }
 
 TEST_P(PictureFailures, AreSurvivedOnHostsThatLackOneThing) {
-  for (const Story& story : PictureStories()) LackEverything(story);
+  for (const Scenario& scenario : PictureScenarios()) LackEverything(scenario);
 }
 
 INSTANTIATE_TEST_SUITE_P(On, PictureFailures,
@@ -234,11 +234,11 @@ class TextFailures : public FailureTest,
 };
 
 TEST_P(TextFailures, AreSurvivedAtEveryCall) {
-  for (const Story& story : TextStories()) FailEveryCall(story);
+  for (const Scenario& scenario : TextScenarios()) FailEveryCall(scenario);
 }
 
 TEST_P(TextFailures, AreSurvivedOnHostsThatLackOneThing) {
-  for (const Story& story : TextStories()) LackEverything(story);
+  for (const Scenario& scenario : TextScenarios()) LackEverything(scenario);
 }
 
 INSTANTIATE_TEST_SUITE_P(On, TextFailures,

@@ -15,30 +15,30 @@ using Picture = REALpictureStruct;
 using String = REALstringStruct;
 
 template <class Signature>
-Signature* Function(Stage& stage, const char* name) {
-  return ::Function<Signature>(stage.plugin, name);
+Signature* Function(Fixture& fixture, const char* name) {
+  return ::Function<Signature>(fixture.plugin, name);
 }
 
-std::string Told(bool value) { return value ? "true" : "false"; }
+std::string Describe(bool value) { return value ? "true" : "false"; }
 
-std::string Told(const sim::Result& result) {
+std::string Describe(const sim::Result& result) {
   switch (result.type) {
     case sim::Type::kPicture:
-      return Told(result.picture.get());
+      return Describe(result.picture.get());
     case sim::Type::kBoolean:
-      return Told(result.boolean);
+      return Describe(result.boolean);
     default:
       return std::to_string(result.integer);
   }
 }
 
 /// A picture that a function returned; the reference is given back.
-std::string Taken(Stage& stage, Picture* picture) {
-  return Told(sim::Ref<sim::Picture>::Adopt(stage.host.Live<sim::Picture>(picture)).get());
+std::string Describe(Fixture& fixture, Picture* picture) {
+  return Describe(sim::Ref<sim::Picture>::Adopt(fixture.host.Live<sim::Picture>(picture)).get());
 }
 
-std::string Taken(Stage& stage, String* string) {
-  const auto held = sim::Ref<sim::String>::Adopt(stage.host.Live<sim::String>(string));
+std::string Describe(Fixture& fixture, String* string) {
+  const auto held = sim::Ref<sim::String>::Adopt(fixture.host.Live<sim::String>(string));
   if (!held) return "null";
   std::string start(held->bytes().substr(0, 12));
   std::replace(start.begin(), start.end(), '\0', '.');
@@ -46,12 +46,12 @@ std::string Taken(Stage& stage, String* string) {
          std::to_string(held->encoding) + ": " + start;
 }
 
-/// The story of a method is its call.
-std::string Method(Stage& stage, const char* text) {
+/// The scenario of a method is its call.
+std::string Method(Fixture& fixture, const char* text) {
   std::string why;
   const auto call = sim::ParseCall(text, &why);
   if (!call) throw std::runtime_error(why);
-  return Told(stage.plugin.Call(call->name, stage.picture.get(), call->arguments));
+  return Describe(fixture.plugin.Call(call->name, fixture.picture.get(), call->arguments));
 }
 
 using Open = bool(PictureEditor&, Picture*);
@@ -59,18 +59,20 @@ using OpenAs = bool(PictureEditor&, Picture*, signed char, signed char);
 using Close = void(PictureEditor&);
 
 /// Writes something into an opened writer and renders it, or gives it up.
-std::string Rendered(Stage& stage, PictureEditor& editor) {
-  const auto set = Function<void(PictureEditor&, int, int, int, int, int, int)>(stage, "SetPixel");
+std::string Rendered(Fixture& fixture, PictureEditor& editor) {
+  const auto set =
+      Function<void(PictureEditor&, int, int, int, int, int, int)>(fixture, "SetPixel");
   for (int i = 0; i < 3; ++i) set(editor, i, i, 10 * i, 20, 30, 255);
   try {
-    return Taken(stage, Function<Picture*(PictureEditor&)>(stage, "RenderPictureWriter")(editor));
+    return Describe(fixture,
+                    Function<Picture*(PictureEditor&)>(fixture, "RenderPictureWriter")(editor));
   } catch (const sim::HostException&) {
-    Function<Close>(stage, "FreePictureWriter")(editor);
+    Function<Close>(fixture, "FreePictureWriter")(editor);
     throw;
   }
 }
 
-const Story kPictureStories[] = {
+const Scenario kPictureScenarios[] = {
     {"RotateVel(30)", Method},
     {"RotateVel(120)", Method},
     {"RotateVel(0)", Method},
@@ -89,198 +91,202 @@ const Story kPictureStories[] = {
     {"CloneVel(9, 2)", Method},
     {"BitmapVel", Method},
     {"GetPictureReader",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<Open>(stage, "GetPictureReader")(editor, stage.picture->handle())) {
+       if (!Function<Open>(fixture, "GetPictureReader")(editor, fixture.picture->handle())) {
          return "false";
        }
-       std::string told = std::to_string(editor.width) + " x " + std::to_string(editor.height);
-       Function<Close>(stage, "ClosePictureReader")(editor);
-       return told;
+       std::string text = std::to_string(editor.width) + " x " + std::to_string(editor.height);
+       Function<Close>(fixture, "ClosePictureReader")(editor);
+       return text;
      }},
     {"GetPictureEditor",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<Open>(stage, "GetPictureEditor")(editor, stage.picture->handle())) {
+       if (!Function<Open>(fixture, "GetPictureEditor")(editor, fixture.picture->handle())) {
          return "false";
        }
-       Function<Close>(stage, "ClosePictureEditor")(editor);
+       Function<Close>(fixture, "ClosePictureEditor")(editor);
        return "true";
      }},
     {"NewPictureWriter",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<bool(PictureEditor&, int, int)>(stage, "NewPictureWriter")(editor, 6, 4)) {
+       if (!Function<bool(PictureEditor&, int, int)>(fixture, "NewPictureWriter")(editor, 6, 4)) {
          return "null";
        }
-       return Rendered(stage, editor);
+       return Rendered(fixture, editor);
      }},
     {"NewPictureWriter with alpha",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<bool(PictureEditor&, int, int, signed char)>(stage, "NewPictureWriter")(
+       if (!Function<bool(PictureEditor&, int, int, signed char)>(fixture, "NewPictureWriter")(
                editor, 6, 4, 1)) {
          return "null";
        }
-       return Rendered(stage, editor);
+       return Rendered(fixture, editor);
      }},
     {"NewPictureWriter on a picture",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<bool(PictureEditor&, Picture*, int, int)>(stage, "NewPictureWriter")(
-               editor, stage.other->handle(), 3, 3)) {
+       if (!Function<bool(PictureEditor&, Picture*, int, int)>(fixture, "NewPictureWriter")(
+               editor, fixture.other->handle(), 3, 3)) {
          return "null";
        }
-       return Rendered(stage, editor);
+       return Rendered(fixture, editor);
      }},
     {"FreePictureWriter",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<bool(PictureEditor&, int, int)>(stage, "NewPictureWriter")(editor, 6, 4)) {
+       if (!Function<bool(PictureEditor&, int, int)>(fixture, "NewPictureWriter")(editor, 6, 4)) {
          return "false";
        }
-       Function<Close>(stage, "FreePictureWriter")(editor);
+       Function<Close>(fixture, "FreePictureWriter")(editor);
        return "true";
      }},
     {"NewPicture with alpha",
-     [](Stage& stage, const char*) {
-       return Taken(stage, Function<Picture*(int, int, signed char)>(stage, "NewPicture")(6, 4, 1));
+     [](Fixture& fixture, const char*) {
+       return Describe(fixture,
+                       Function<Picture*(int, int, signed char)>(fixture, "NewPicture")(6, 4, 1));
      }},
     {"ClonePictureWithMask",
-     [](Stage& stage, const char*) {
-       return Taken(stage, Function<Picture*(Picture*)>(
-                               stage, "ClonePictureWithMask")(stage.picture->handle()));
+     [](Fixture& fixture, const char*) {
+       return Describe(fixture, Function<Picture*(Picture*)>(
+                                    fixture, "ClonePictureWithMask")(fixture.picture->handle()));
      }},
     {"GraphicsDrawPicture",
-     [](Stage& stage, const char*) {
+     [](Fixture& fixture, const char*) {
        using Draw = bool(Picture*, Picture*, long, long, long, long, long, long, long, long);
-       const bool drawn = Function<Draw>(stage, "GraphicsDrawPicture")(
-           stage.other->handle(), stage.picture->handle(), 0, 0, 5, 3, 0, 0, 5, 3);
-       return Told(drawn) + ", " + Told(stage.other.get());
+       const bool drawn = Function<Draw>(fixture, "GraphicsDrawPicture")(
+           fixture.other->handle(), fixture.picture->handle(), 0, 0, 5, 3, 0, 0, 5, 3);
+       return Describe(drawn) + ", " + Describe(fixture.other.get());
      }},
     {"OwnCopy",
-     [](Stage& stage, const char*) {
+     [](Fixture& fixture, const char*) {
        using Copy = bool(Picture*, Picture*, long, long, long, long, long, long, long, long);
-       const bool copied = Function<Copy>(stage, "OwnCopy")(
-           stage.other->handle(), stage.picture->handle(), 0, 0, 5, 3, 0, 0, 5, 3);
-       return Told(copied) + ", " + Told(stage.other.get());
+       const bool copied = Function<Copy>(fixture, "OwnCopy")(
+           fixture.other->handle(), fixture.picture->handle(), 0, 0, 5, 3, 0, 0, 5, 3);
+       return Describe(copied) + ", " + Describe(fixture.other.get());
      }},
 };
 
 /// All texts of a view, one after another. To be stored before the view goes: Clang loses a return
 /// value when a destructor throws on the way out, as one does whose host call throws.
 std::string Texts(Text& view) {
-  std::string told;
-  for (const Encoding& encoding : kEncodings) told += std::string(view.Bytes(encoding)) + "|";
-  return told + std::to_string(view.Length("UTF32"));
+  std::string text;
+  for (const Encoding& encoding : kEncodings) text += std::string(view.Bytes(encoding)) + "|";
+  return text + std::to_string(view.Length("UTF32"));
 }
 
-const Story kTextStories[] = {
+const Scenario kTextScenarios[] = {
     {"rbText",
-     [](Stage& stage, const char*) {
-       std::string told;
+     [](Fixture& fixture, const char*) {
+       std::string text;
        {
-         Text view(stage.plugin, stage.string.get());
-         told = Texts(view);
+         Text view(fixture.plugin, fixture.string.get());
+         text = Texts(view);
        }
-       return told;
+       return text;
      }},
     // Built afresh from bytes that have no encoding.
     {"rbText of bytes",
-     [](Stage& stage, const char*) {
-       const auto bytes = stage.host.MakeString("bytes", kEncodingUndefined);
-       return std::string(Text(stage.plugin, bytes.get()).Bytes(kEncodings[0]));
+     [](Fixture& fixture, const char*) {
+       const auto bytes = fixture.host.MakeString("bytes", kEncodingUndefined);
+       return std::string(Text(fixture.plugin, bytes.get()).Bytes(kEncodings[0]));
      }},
     {"rbText copied and assigned",
-     [](Stage& stage, const char*) {
-       std::string told;
+     [](Fixture& fixture, const char*) {
+       std::string text;
        {
-         const auto bytes = stage.host.MakeString("bytes", kEncodingUndefined);
-         Text view(stage.plugin, bytes.get());
+         const auto bytes = fixture.host.MakeString("bytes", kEncodingUndefined);
+         Text view(fixture.plugin, bytes.get());
          view.Assign(view);
          Texts(view);
-         Text other(stage.plugin, stage.string.get());
-         Text copy(stage.plugin, other);
+         Text other(fixture.plugin, fixture.string.get());
+         Text copy(fixture.plugin, other);
          Texts(copy);
          view.Assign(copy);
-         told = Texts(view);
+         text = Texts(view);
        }
-       return told;
+       return text;
      }},
     {"rbData of a string",
-     [](Stage& stage, const char*) {
-       return std::string(Data(stage.plugin, stage.string.get()).bytes());
+     [](Fixture& fixture, const char*) {
+       return std::string(Data(fixture.plugin, fixture.string.get()).bytes());
      }},
     {"rbData of a block",
-     [](Stage& stage, const char*) {
-       return std::string(Data(stage.plugin, stage.block.get(), 2, 0).bytes());
+     [](Fixture& fixture, const char*) {
+       return std::string(Data(fixture.plugin, fixture.block.get(), 2, 0).bytes());
      }},
     {"REALGetStringData",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        REALstringData record = {};
-       if (!Function<bool(String*, unsigned long, REALstringData*)>(stage, "REALGetStringData")(
-               stage.string->handle(), kEncodingUtf16, &record)) {
+       if (!Function<bool(String*, unsigned long, REALstringData*)>(fixture, "REALGetStringData")(
+               fixture.string->handle(), kEncodingUtf16, &record)) {
          return "false";
        }
-       std::string told(record.data, record.length);
-       Function<void(REALstringData*)>(stage, "REALDisposeStringData")(&record);
-       return told;
+       std::string text(record.data, record.length);
+       Function<void(REALstringData*)>(fixture, "REALDisposeStringData")(&record);
+       return text;
      }},
     {"REALBuildUnicodeString",
-     [](Stage& stage, const char*) {
-       return Taken(stage, Function<String*(const wchar_t*)>(
-                               stage, "UnicodeCString2RB")(std::wstring(250, L'w').c_str()));
+     [](Fixture& fixture, const char*) {
+       return Describe(fixture, Function<String*(const wchar_t*)>(
+                                    fixture, "UnicodeCString2RB")(std::wstring(250, L'w').c_str()));
      },
      "[500 bytes of encoding 65535: w.w.w.w.w.w.]"},
     {"REALBuildMemoryblock",
-     [](Stage& stage, const char*) -> std::string {
+     [](Fixture& fixture, const char*) -> std::string {
        const auto block = sim::Ref<sim::MemoryBlock>::Adopt(
-           stage.host.Live<sim::MemoryBlock>(Function<REALmemoryBlockStruct*(const void*, int)>(
-               stage, "REALBuildMemoryblock")("bytes", 5)));
+           fixture.host.Live<sim::MemoryBlock>(Function<REALmemoryBlockStruct*(const void*, int)>(
+               fixture, "REALBuildMemoryblock")("bytes", 5)));
        return block ? std::string(block->bytes()) : "null";
      }},
     {"REALstringToOSType",
-     [](Stage& stage, const char*) {
-       return std::to_string(
-           Function<unsigned long(String*)>(stage, "REALstringToOSType")(stage.string->handle()));
+     [](Fixture& fixture, const char*) {
+       return std::to_string(Function<unsigned long(String*)>(
+           fixture, "REALstringToOSType")(fixture.string->handle()));
      },
      "[1667327683][538976288]"},
     {"REALGetLowestStringEncoding",
-     [](Stage& stage, const char*) {
+     [](Fixture& fixture, const char*) {
        return std::to_string(Function<unsigned long(String*)>(
-           stage, "REALGetLowestStringEncoding")(stage.string->handle()));
+           fixture, "REALGetLowestStringEncoding")(fixture.string->handle()));
      },
      "[1536]"},
     {"REALObjectIsA",
-     [](Stage& stage, const char*) {
-       return Told(Function<bool(REALobjectStruct*, const char*)>(stage, "REALObjectIsA")(
-           stage.block->object(), "MemoryBlock"));
+     [](Fixture& fixture, const char*) {
+       return Describe(Function<bool(REALobjectStruct*, const char*)>(fixture, "REALObjectIsA")(
+           fixture.block->object(), "MemoryBlock"));
      }},
     {"IsMemoryBlock",
-     [](Stage& stage, const char*) {
-       return Told(
-           Function<bool(REALobjectStruct*)>(stage, "IsMemoryBlock")(stage.block->object()));
+     [](Fixture& fixture, const char*) {
+       return Describe(
+           Function<bool(REALobjectStruct*)>(fixture, "IsMemoryBlock")(fixture.block->object()));
      }},
     {"RaiseException",
-     [](Stage& stage, const char*) -> std::string {
-       auto& raised = stage.host.raised;
-       Function<void(const char*, const char*)>(stage, "RaiseException")("RuntimeException", "why");
-       std::string told = raised.empty() ? "nothing" : raised.back()->classRef->info().name;
+     [](Fixture& fixture, const char*) -> std::string {
+       auto& raised = fixture.host.raised;
+       Function<void(const char*, const char*)>(fixture, "RaiseException")("RuntimeException",
+                                                                           "why");
+       std::string text = raised.empty() ? "nothing" : raised.back()->classRef->info().name;
        raised.clear();
-       return told;
+       return text;
      },
      "[NilObjectException][nothing]"},
     {"array of strings",
-     [](Stage& stage, const char*) {
-       REALarrayStruct* const array = stage.array->handle();
-       Function<void(REALarrayStruct*, long, String*)>(stage, "REALSetArrayValue")(
-           array, 1, stage.string->handle());
+     [](Fixture& fixture, const char*) {
+       REALarrayStruct* const array = fixture.array->handle();
+       Function<void(REALarrayStruct*, long, String*)>(fixture, "REALSetArrayValue")(
+           array, 1, fixture.string->handle());
        String* out = nullptr;
-       Function<void(REALarrayStruct*, long, String**)>(stage, "REALGetArrayValue")(array, 1, &out);
+       Function<void(REALarrayStruct*, long, String**)>(fixture, "REALGetArrayValue")(array, 1,
+                                                                                      &out);
        // Element and reader do without the references that nobody could add.
-       const bool uncounted = out != nullptr && stage.host.Missing("REALLockString");
-       while (uncounted && stage.string->references() < 4) stage.host.Lock(stage.string.get());
-       return Taken(stage, out);
+       const bool uncounted = out != nullptr && fixture.host.Missing("REALLockString");
+       while (uncounted && fixture.string->references() < 4)
+         fixture.host.Lock(fixture.string.get());
+       return Describe(fixture, out);
      }},
 };
 
@@ -294,7 +300,7 @@ const sim::Plugin& FreshPlugin(sim::Host& host) {
 
 }  // namespace
 
-std::string Told(const sim::Picture* picture) {
+std::string Describe(const sim::Picture* picture) {
   if (picture == nullptr) return "null";
   if (picture->storage == nullptr) return "a picture never constructed";
   const sim::Image image = picture->Read();
@@ -309,7 +315,7 @@ std::string Told(const sim::Picture* picture) {
   return text;
 }
 
-Stage::Stage(const PictureSetup& setup, sim::Settings settings)
+Fixture::Fixture(const PictureSetup& setup, sim::Settings settings)
     : host(std::move(settings)), plugin(FreshPlugin(host)) {
   sim::Image image(5, 3);
   uint8_t n = 7;
@@ -330,5 +336,5 @@ Stage::Stage(const PictureSetup& setup, sim::Settings settings)
   host.log.Clear();
 }
 
-std::span<const Story> PictureStories() { return kPictureStories; }
-std::span<const Story> TextStories() { return kTextStories; }
+std::span<const Scenario> PictureScenarios() { return kPictureScenarios; }
+std::span<const Scenario> TextScenarios() { return kTextScenarios; }

@@ -1,18 +1,18 @@
 #pragma once
 
-// Everything a host or another module may ask of the plugin, each as one short story that tells its
-// outcome as text: what came back, down to the last pixel or byte. The failure tests run every
-// story again and again, with another call failing each time.
+// Everything a host or another module may ask of the plugin, each as one short scenario that
+// describes its outcome as text: what came back, down to the last pixel or byte. The failure tests
+// run every scenario again and again, with another call failing each time.
 
 #include <span>
 #include <string>
 
 #include "tests/transforms/pictures.h"
 
-/// What the stories need, made before anything fails. The plugin is one for all stages, and fresh
-/// for each: it knows nothing of its host.
-struct Stage {
-  Stage(const PictureSetup& setup, sim::Settings settings);
+/// What the scenarios need, made before anything fails. The plugin is one for all fixtures, and
+/// fresh for each: it knows nothing of its host.
+struct Fixture {
+  Fixture(const PictureSetup& setup, sim::Settings settings);
 
   sim::Host host;
   const sim::Plugin& plugin;
@@ -23,19 +23,20 @@ struct Stage {
   sim::Ref<sim::Array> array;  ///< of two strings; the first element is `string`
 };
 
-struct Story {
+struct Scenario {
   const char* name;
-  /// Tells the outcome; what the call returned is given back by then. Takes the story's own name.
-  std::string (*run)(Stage& stage, const char* name);
+  /// Describes the outcome; what the call returned is given back by then. Is given the scenario's
+  /// own name.
+  std::string (*run)(Fixture& fixture, const char* name);
   /// Other outcomes that are fine when something fails, each in brackets.
   const char* alternatives = "";
 
-  std::string Run(Stage& stage) const { return run(stage, name); }
+  std::string Run(Fixture& fixture) const { return run(fixture, name); }
 };
 
-/// Stories about pictures, and about strings, data and arrays.
-std::span<const Story> PictureStories();
-std::span<const Story> TextStories();
+/// Scenarios about pictures, and about strings, data and arrays.
+std::span<const Scenario> PictureScenarios();
+std::span<const Scenario> TextScenarios();
 
 /// All pixels as one number, with the size: "5 x 3 pixels 89abcdef"; "null" for none.
-std::string Told(const sim::Picture* picture);
+std::string Describe(const sim::Picture* picture);
