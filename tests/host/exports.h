@@ -18,6 +18,9 @@ struct TableRow {
   /// For a plain wrapper of a host function, the entry and "nothing", "word" or "boolean".
   std::string entry;
   std::string result;
+  /// For a method, its place among the methods, from 1 on, and its declaration.
+  size_t method = 0;
+  std::string declaration;
 };
 
 inline std::vector<TableRow> ReadExportTable() {
@@ -26,12 +29,15 @@ inline std::vector<TableRow> ReadExportTable() {
   for (std::string line; std::getline(table, line);) {
     if (line.empty() || line[0] == '#') continue;
     TableRow& row = rows.emplace_back();
-    const size_t mark = line.find(" = ");
-    row.name = line.substr(0, mark);
+    const size_t mark = line.find(") ");
+    row.name = line.substr(0, mark == std::string::npos ? mark : mark + 1);
     if (mark == std::string::npos) continue;
-    const size_t space = line.rfind(' ');
-    row.entry = line.substr(mark + 3, space - mark - 3);
-    row.result = line.substr(space + 1);
+    const std::string rest = line.substr(mark + 4);
+    const bool isMethod = line[mark + 2] == ':';
+    const size_t space = isMethod ? rest.find(' ') : rest.rfind(' ');
+    (isMethod ? row.declaration : row.result) = rest.substr(space + 1);
+    if (isMethod) row.method = std::stoul(rest);
+    if (!isMethod) row.entry = rest.substr(0, space);
   }
   return rows;
 }

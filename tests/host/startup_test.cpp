@@ -9,6 +9,7 @@
 #include <map>
 #include <ostream>
 
+#include "tests/host/exports.h"
 #include "tests/host/plugin_function.h"
 
 namespace {
@@ -17,7 +18,7 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr uint32_t kSafe = 0x4, kOnly = 0x8, kWebOnly = 0x100;
 constexpr uint32_t kMarkSafe = 0x40000, kMarkOnly = 0x80000;
 
-std::string Looks(const sim::Log& log) {
+std::string LookupsAndCalls(const sim::Log& log) {
   std::string text;
   for (const sim::LogLine& line : log.lines) {
     text += (line.kind == sim::LogLine::kLookup ? "?" : "") + line.name + " ";
@@ -43,43 +44,32 @@ TEST_P(StartUp, RegistersWhatTheVersionAsksFor) {
   if (!param.reported) settings.missing = {"REALGetRBVersion"};
   const Session session(settings);
 
-  EXPECT_EQ(Looks(session.host.log),
+  EXPECT_EQ(LookupsAndCalls(session.host.log),
             std::string("?RegisterPluginVersion RegisterPluginVersion ?REALGetRBVersion ") +
                 (param.reported ? "REALGetRBVersion " : "") +
                 "?PluginRegisterClassExtension PluginRegisterClassExtension ");
   const auto version = Variable<double>(session.plugin, "rbversion_rbversion");
   EXPECT_EQ(std::memcmp(&version, &param.version, sizeof version), 0) << version;
 
-  const std::pair<std::string, const char*> rows[] = {
-      {std::string("RotateVel(angle as double, background as color = &cFFFFFF") +
-           (param.eightDigits ? "FF" : "") + ") as picture",
-       "_Z8rbRotateP17REALpictureStructdm"},
-      {"Rotate90Vel as picture", "_Z10rbRotate90P17REALpictureStruct"},
-      {"Rotate180Vel as picture", "_Z11rbRotate180P17REALpictureStruct"},
-      {"Rotate270Vel as picture", "_Z11rbRotate270P17REALpictureStruct"},
-      {"RotateMemoryVel(angle as double) as Int64", "_Z14rbRotateMemoryP17REALpictureStructd"},
-      {"MirrorVel as picture", "_Z9MirrorVelP17REALpictureStruct"},
-      {"VMirrorVel as picture", "_Z10VMirrorVelP17REALpictureStruct"},
-      {"HMirrorVel as picture", "_Z10HMirrorVelP17REALpictureStruct"},
-      {"MirrorPictureVel as boolean", "_Z16MirrorPictureVelP17REALpictureStruct"},
-      {"VMirrorPictureVel as boolean", "_Z17VMirrorPictureVelP17REALpictureStruct"},
-      {"HMirrorPictureVel as boolean", "_Z17HMirrorPictureVelP17REALpictureStruct"},
-      {"CloneVel as picture", "_Z14rbClonePictureP17REALpictureStruct"},
-      {"CloneVel(width as integer, height as integer) as picture",
-       "_Z15rbClonePicture2P17REALpictureStructll"},
-      {"BitmapVel as picture", "_Z15rbBitmapPictureP17REALpictureStruct"},
-  };
+  std::map<size_t, TableRow> rows;
+  for (TableRow& row : ReadExportTable()) {
+    if (row.method > 0) rows[row.method - 1] = std::move(row);
+  }
+  if (!param.eightDigits) {
+    rows[0].declaration = "RotateVel(angle as double, background as color = &cFFFFFF) as picture";
+  }
+  const auto symbols = ExportedSymbols();
   const uint32_t flags = kMarkSafe | (param.consoleBits ? kSafe : 0);
   uint32_t words[25];
   std::memcpy(words, session.host.extension, sizeof words);
   EXPECT_STREQ(reinterpret_cast<const char*>(words[1]), "Picture");
   const auto* const methods = reinterpret_cast<const REALmethodDefinition*>(words[9]);
   std::map<int, uint32_t> expected = {
-      {0, 9}, {1, words[1]}, {9, words[9]}, {10, std::size(rows)}, {20, flags}};
+      {0, 9}, {1, words[1]}, {9, words[9]}, {10, rows.size()}, {20, flags}};
   for (int i = 0; i < 25; ++i) EXPECT_EQ(words[i], expected[i]) << "word " << i;
-  for (size_t i = 0; i < std::size(rows); ++i) {
-    EXPECT_EQ(methods[i].declaration, rows[i].first);
-    EXPECT_EQ(methods[i].function, session.plugin.Address(rows[i].second)) << rows[i].first;
+  for (const auto& [i, row] : rows) {
+    EXPECT_EQ(methods[i].declaration, row.declaration);
+    EXPECT_EQ(methods[i].function, session.plugin.Address(symbols.find(row.name)->second.c_str()));
     EXPECT_EQ(methods[i].secondFunction, nullptr);
     EXPECT_EQ(methods[i].flags, flags);
   }
