@@ -82,9 +82,7 @@ bool LockAs(Host& host, Picture* picture, REALpictureDescription* description, i
 }
 
 bool LockDescription(Host& host, Picture* picture, REALpictureDescription* description, int type) {
-  if (type != kStorageGdkDrawable && type != kStorageConsoleBlock && type != kStorageCairoContext) {
-    host.Misuse("unknown kind of storage");
-  }
+  if (!IsNativeType(type)) host.Misuse("unknown kind of storage");
   return LockAs(host, picture, description, type);
 }
 

@@ -1,5 +1,8 @@
 #include "simulator/storage.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
 #include "simulator/gdk_storage.h"
@@ -8,21 +11,27 @@ namespace sim {
 namespace {
 
 struct Kind {
+  /// The REALpictureStorage that it is locked as; 0 for none.
+  int nativeType;
   /// Null until installed.
   StorageFactory factory;
   /// Null for what needs nothing.
   std::string (*install)();
 };
 
-Kind& KindOf(StorageKind kind) {
-  static Kind kinds[] = {{UnlockableStorage::Make, nullptr},
-                         {ConsoleStorage::Make, nullptr},
-                         {nullptr, InstallCairoStorage},
-                         {nullptr, InstallGdkStorage}};
-  return kinds[static_cast<size_t>(kind)];
-}
+Kind kinds[] = {{0, UnlockableStorage::Make, nullptr},
+                {kStorageConsoleBlock, ConsoleStorage::Make, nullptr},
+                {kStorageCairoContext, nullptr, InstallCairoStorage},
+                {kStorageGdkDrawable, nullptr, InstallGdkStorage}};
+
+Kind& KindOf(StorageKind kind) { return kinds[static_cast<size_t>(kind)]; }
 
 }  // namespace
+
+bool IsNativeType(int type) {
+  return type != 0 && std::any_of(std::begin(kinds), std::end(kinds),
+                                  [type](const Kind& kind) { return kind.nativeType == type; });
+}
 
 std::string InstallStorage(StorageKind kind) {
   const auto install = KindOf(kind).install;

@@ -60,6 +60,9 @@ struct StorageRequest {
 /// Makes a storage with zeroed (or recycled) pixels, or null when it cannot be had.
 using StorageFactory = std::unique_ptr<Storage> (*)(const StorageRequest&);
 
+/// Whether pictures of some kind are locked as this REALpictureStorage.
+bool IsNativeType(int type);
+
 /// Opens what a kind of storage needs; until then a desktop storage cannot be had. Returns an empty
 /// string, or what is missing.
 std::string InstallStorage(StorageKind kind);
