@@ -60,7 +60,7 @@ sim::Ref<sim::Picture> NoisyPicture(sim::Host& host, const Group& group) {
 
 }  // namespace
 
-std::string InstallStorage(sim::StorageKind kind) {
+std::string PrepareStorage(sim::StorageKind kind) {
   if (kind != sim::StorageKind::kGdk) return sim::InstallStorage(kind);
   InstallThreeByteStorage();
   const sim::Plugin plugin(kPluginPath, false);

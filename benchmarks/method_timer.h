@@ -35,6 +35,6 @@ class MethodTimer {
 std::string ResolveKernels(const std::string& kernels);
 
 /// Makes a storage of the host available. Returns what is missing, empty when nothing is.
-std::string InstallStorage(sim::StorageKind kind);
+std::string PrepareStorage(sim::StorageKind kind);
 
 }  // namespace velbench

@@ -22,14 +22,14 @@ struct HostTraits {
   sim::StorageKind alpha;
 };
 
+constexpr HostTraits kTraits[] = {
+    {"console", sim::AppKind::kConsole, sim::StorageKind::kConsole, sim::StorageKind::kConsole},
+    {"web", sim::AppKind::kWeb, sim::StorageKind::kConsole, sim::StorageKind::kConsole},
+    {"cairo", sim::AppKind::kDesktop, sim::StorageKind::kCairo, sim::StorageKind::kCairo},
+    {"gdk", sim::AppKind::kDesktop, sim::StorageKind::kGdk, sim::StorageKind::kNone},
+};
+
 const HostTraits& TraitsOf(const Options& options) {
-  using enum sim::StorageKind;
-  static constexpr HostTraits kTraits[] = {
-      {"console", sim::AppKind::kConsole, kConsole, kConsole},
-      {"web", sim::AppKind::kWeb, kConsole, kConsole},
-      {"cairo", sim::AppKind::kDesktop, kCairo, kCairo},
-      {"gdk", sim::AppKind::kDesktop, kGdk, kNone},
-  };
   // One of them: no other name is taken from the command line.
   return *std::find_if(kTraits, std::end(kTraits) - 1, [&options](const HostTraits& traits) {
     return traits.name == options.host;
@@ -89,6 +89,12 @@ std::string SizeText(int width, int height) {
 }
 
 }  // namespace
+
+std::vector<std::string> HostNames() {
+  std::vector<std::string> names;
+  for (const HostTraits& traits : kTraits) names.emplace_back(traits.name);
+  return names;
+}
 
 MethodRunner::MethodRunner(const Options& options)
     : hostName_(NameOf(options)),

@@ -33,6 +33,9 @@ struct MethodFailed : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The kinds of host that there are, as Options::host names them.
+std::vector<std::string> HostNames();
+
 class MethodRunner {
  public:
   /// Starts the host and the plugin. Throws UserError or sim::PluginError when something is

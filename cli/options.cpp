@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/imaging/user_error.h"
+#include "cli/method_runner.h"
 
 namespace velhost {
 namespace {
@@ -71,9 +72,11 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_flag_callback(
       "--no-times", [&options] { options.times = false; }, "leave the times out of the sheet");
   app.add_flag("--test-card", options.testCard, "write the project's test card");
-  app.add_option("--host", options.host, "kind of host: console, web, cairo or gdk [console]")
+  std::string hosts;
+  for (const std::string& name : HostNames()) hosts += (hosts.empty() ? "" : ", ") + name;
+  app.add_option("--host", options.host, "kind of host: " + hosts + " [console]")
       ->option_text("KIND")
-      ->check(CLI::IsMember({"console", "web", "cairo", "gdk"}));
+      ->check(CLI::IsMember(HostNames()));
   app.add_option("--host-version", options.hostVersion, "what the host says it is [2012.01]")
       ->option_text("NUMBER")
       ->check(CLI::Range(0.0, 9999.0));

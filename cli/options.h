@@ -17,7 +17,7 @@ struct Options {
   std::vector<std::string> calls;
   std::string output;
   std::string format;            ///< of what is written; empty for what the name says
-  std::string host = "console";  ///< or "web", "cairo", "gdk"
+  std::string host = "console";  ///< one of HostNames()
   double hostVersion = 2012.01;
   std::string plugin;  ///< empty for VelPicture.so beside the executable
   std::string kernels;
