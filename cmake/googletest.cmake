@@ -1,5 +1,5 @@
 # GoogleTest from the sources that Debian ships (package googletest), built with our own 32-bit
-# flags: gives the targets gtest, gtest_main and gmock. include() it where tests are declared.
+# flags: gives the targets gtest and gtest_main. include() it where tests are declared.
 include_guard(GLOBAL)
 set(folder "$ENV{VEL_GOOGLETEST}")
 if(NOT folder)
@@ -9,6 +9,7 @@ set(VEL_GOOGLETEST ${folder} CACHE PATH "Where the sources of GoogleTest lie")
 if(NOT EXISTS ${VEL_GOOGLETEST}/CMakeLists.txt)
   message(FATAL_ERROR "GoogleTest's sources are missing: run tools/setup build, or name their folder in VEL_GOOGLETEST")
 endif()
+set(BUILD_GMOCK OFF)
 set(INSTALL_GTEST OFF)
 add_subdirectory(${VEL_GOOGLETEST} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 # It is compiled once and runs for moments.

@@ -138,9 +138,9 @@ ImportHooks::ImportHooks(void* library) {
       const char* const name =
           imports.names + imports.symbols[ELF32_R_SYM(relocation.r_info)].st_name;
       for (const Hook& hook : kHooks) {
-        if (std::strcmp(hook.name, name) != 0) continue;
-        Overwrite(map->l_addr + relocation.r_offset, hook.function);
-        ++patched_;
+        if (std::strcmp(hook.name, name) == 0) {
+          Overwrite(map->l_addr + relocation.r_offset, hook.function);
+        }
       }
     }
   }

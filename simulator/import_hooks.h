@@ -11,12 +11,6 @@ class ImportHooks {
  public:
   /// `library` is a dlopen handle; the hooks go with it when it is unloaded.
   explicit ImportHooks(void* library);
-
-  /// Number of import slots that were replaced.
-  int patched() const { return patched_; }
-
- private:
-  int patched_ = 0;
 };
 
 }  // namespace sim
