@@ -47,7 +47,7 @@ class GroupRun {
       : group_(group),
         peers_(peers),
         effort_(options.quick ? kQuick : kThorough),
-        session_(group, options.kernels),
+        timer_(group, options.kernels),
         byteCount_(static_cast<size_t>(group.size.width) * group.size.height *
                    group.storage->bytesPerPixel),
         pixels_(NewPixels(byteCount_)) {
@@ -62,7 +62,7 @@ class GroupRun {
                {{}, method.note},
                {},
                std::vector<Figure>(peers_.size())};
-    std::vector<Column> columns = {{"ours", [&] { return session_.Run(method); }},
+    std::vector<Column> columns = {{"ours", [&] { return timer_.Run(method); }},
                                    {"memcpy", Timed([&] { Copy(); })}};
     std::vector<Figure*> figures = {&row.ours, &row.memcpy};
     for (size_t i = 0; i < peers_.size(); ++i) {
@@ -110,7 +110,7 @@ class GroupRun {
   const Group& group_;
   const std::vector<Peer>& peers_;
   Effort effort_;
-  MethodTimer session_;
+  MethodTimer timer_;
   size_t byteCount_;
   std::unique_ptr<uint8_t[]> pixels_;
 };

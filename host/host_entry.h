@@ -13,8 +13,8 @@ namespace velpicture {
 /// A boolean as the host returns it: only this byte of the result register is defined.
 using HostBool = unsigned char;
 
-/// An argument as it travels to the host and back: nothing is narrower than 32 bits, so that an
-/// unsigned one arrives zero-extended.
+/// The type in which an argument of a call of the host travels: none is narrower than 32 bits, so
+/// that an unsigned one arrives zero-extended.
 template <class T>
 using Promoted = std::conditional_t<std::is_integral_v<T> && sizeof(T) < 4, unsigned long, T>;
 
@@ -60,7 +60,7 @@ struct EntryName {
 };
 
 /// The entry of a wrapper, named where it is called. One that several files look at stands in
-/// shared_entries.h instead: two that are spelled alike here would be one, otherwise two.
+/// shared_entries.h instead: two uses of this share a cache only if they are spelled alike.
 template <EntryName kName, class Signature>
 inline constinit HostEntry<Signature> hostEntry{kName.text};
 

@@ -1,7 +1,8 @@
 #pragma once
 
-// What a host can do from which version on: the only thresholds there are. Each says what holds for
-// a version that the host did not report (0.0) by its number, and for a NaN by the way it compares.
+// What a host can do from which version on: the only thresholds there are. A version that the host
+// did not report is 0.0, older than all of them; a NaN is neither below nor at least any of them,
+// so each says what it makes of one.
 
 #include "host/resolver.h"
 

@@ -10,7 +10,7 @@
 /// The picture's size in pixels; 0 for null or when the host does not tell.
 VEL_EXPORT int GetPictureWidth(REALpictureStruct* picture);
 VEL_EXPORT int GetPictureHeight(REALpictureStruct* picture);
-/// False also when the host does not tell, as of null, which is handed to it as it is.
+/// False also when the host does not tell. Null is handed to it like any picture.
 VEL_EXPORT bool PictureHasAlphaChannel(REALpictureStruct* picture);
 
 /// A new opaque 32-bit picture of the same size, or of width x height, with the picture drawn into

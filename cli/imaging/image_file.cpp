@@ -191,8 +191,9 @@ std::string ReadImageFile(const std::string& path) {
   std::ifstream file;
   std::istream& input = path == "-" ? std::cin : file;
   if (path != "-") file.open(path, std::ios::binary);
-  if (!input)
+  if (!input) {
     throw UserError(path + ": " + std::strerror(errno) + ": give a PNG, JPEG or BMP file");
+  }
   std::string bytes(std::istreambuf_iterator<char>(input), {});
   if (input.bad()) throw UserError(path + " cannot be read to its end: " + std::strerror(errno));
   if (!IsWhole(path, bytes)) throw UserError(path + " is cut off or damaged: give a whole picture");
