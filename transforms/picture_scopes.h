@@ -4,6 +4,7 @@
 // writer, fill it, render it.
 
 #include "host/host_references.h"
+#include "pixels/fresh_memory.h"
 #include "pixels/picture_reader.h"
 #include "pixels/picture_writers.h"
 
@@ -56,12 +57,13 @@ class PictureTarget {
   bool usable_;
 };
 
-/// A new picture of width x height with alpha like `model`, filled by fill(target editor); null
-/// when the writer or the picture cannot be had. The reference is the caller's.
+/// A new picture of width x height with alpha like `model`, all of it filled by fill(target editor);
+/// null when the writer or the picture cannot be had. The reference is the caller's.
 template <class Fill>
 REALpictureStruct* MakePicture(PictureEditor& model, int width, int height, Fill fill) {
   PictureTarget target(model, width, height);
   if (!target) return nullptr;
+  RequestFreshMemory(target.editor());
   fill(target.editor());
   return target.Render();
 }

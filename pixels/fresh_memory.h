@@ -1,0 +1,19 @@
+#pragma once
+
+// Fresh memory: pages that the kernel has promised but not handed out yet, as those of every large
+// block that the C library has just mapped. The first write to each costs a fault, and all of them
+// together cost several times what the pixels do.
+
+#include "pixels/picture_editor.h"
+
+namespace velpicture {
+
+/// Asks the kernel for the memory of `target`, all of whose pixels are about to be written: for
+/// huge pages where it can spare them, and for all pages at once. Does nothing for small pictures
+/// and for memory that is there already.
+///
+/// Only whole pages that hold nothing but pixels and the padding between rows are named. No byte
+/// changes, nor does errno; when the kernel refuses, nothing more is asked for.
+void RequestFreshMemory(const PictureEditor& target);
+
+}  // namespace velpicture
