@@ -57,8 +57,8 @@ class PictureTarget {
   bool usable_;
 };
 
-/// A new picture of width x height with alpha like `model`, all of it filled by fill(target editor);
-/// null when the writer or the picture cannot be had. The reference is the caller's.
+/// A new picture of width x height with alpha like `model`, all of it filled by fill(target
+/// editor); null when the writer or the picture cannot be had. The reference is the caller's.
 template <class Fill>
 REALpictureStruct* MakePicture(PictureEditor& model, int width, int height, Fill fill) {
   PictureTarget target(model, width, height);

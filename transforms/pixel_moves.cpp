@@ -2,49 +2,42 @@
 
 #include "transforms/pixel_moves.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstring>
 
 #include "transforms/kernels/kernels.h"
-#include "transforms/streaming.h"
 
 namespace velpicture {
 namespace {
 
-Stores StoresFor(const PictureEditor& target, int64_t streamedBytes) {
-  return IsStreamed(target, streamedBytes) ? Stores::kStreaming : Stores::kCached;
-}
+/// Pictures of so many bytes are written past the cache, where they would only take the place of
+/// something else. Smaller ones are often still there for whoever looks at them next, and streams
+/// would wait for memory.
+constexpr int64_t kStreamedBytes = int64_t{12} << 20;
+
+/// Writes past the cache where that pays, and in order when the scope ends.
+class StoresScope {
+ public:
+  explicit StoresScope(const PictureEditor& target)
+      : stores_(int64_t{target.width} * target.height * target.bytesPerPixel >= kStreamedBytes
+                    ? Stores::kStreaming
+                    : Stores::kCached) {}
+  StoresScope(const StoresScope&) = delete;
+  StoresScope& operator=(const StoresScope&) = delete;
+  ~StoresScope() { _mm_sfence(); }
+  Stores stores() const { return stores_; }
+
+ private:
+  Stores stores_;
+};
 
 /// From one address to another; they need not lie in the same block of memory.
-ptrdiff_t Distance(const uint8_t* from, const uint8_t* to) {
+ptrdiff_t ByteOffset(const uint8_t* from, const uint8_t* to) {
   return static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(to) -
                                 reinterpret_cast<uintptr_t>(from));
 }
-
-/// How pixels of one format become pixels of another. A console picture keeps 7 bits of alpha.
-struct Change {
-  Change(uint32_t from, uint32_t to) {
-    if (from == kPixelRgb24 && to == kPixelRgb24) {
-      path = kRgbToRgb;
-    } else if (to == kPixelRgb24) {
-      path = kWordToRgb;
-    } else if (from == kPixelConsole && to == kPixelArgb32) {
-      path = kWidenAlpha;
-    } else if (from == kPixelArgb32 && to == kPixelConsole) {
-      path = kNarrowAlpha;
-    } else {
-      if (from == kPixelRgb24) path = kRgbToWord;
-      if (to == kPixelConsole) {
-        mask = from == kPixelConsole ? WordMask{0x7FFFFFFF, 0} : WordMask{0x00FFFFFF, 0x7F000000};
-      } else if (to == kPixelRgb32 || from == kPixelRgb32) {
-        mask.set = 0xFF000000;
-      }
-    }
-  }
-
-  PixelPath path = kWordToWord;
-  WordMask mask = {0xFFFFFFFF, 0};
-};
 
 /// Source rows in the order in which they become columns of the target.
 class RowWalk {
@@ -56,7 +49,7 @@ class RowWalk {
   }
 
   /// Whether all rows lie equally far apart, as a console picture's need not.
-  bool IsEven() const {
+  bool HasConstantStride() const {
     if (source_.pixelType != kPixelConsole) return true;
     for (int y = 2; y < source_.height; ++y) {
       if (Step(y) != Step(1)) return false;
@@ -67,20 +60,20 @@ class RowWalk {
   ptrdiff_t Stride() const { return source_.height > 1 ? Step(1) : 0; }
 
  private:
-  ptrdiff_t Step(int index) const { return Distance(Row(index - 1), Row(index)); }
+  ptrdiff_t Step(int index) const { return ByteOffset(Row(index - 1), Row(index)); }
 
   const PictureEditor& source_;
   const bool upwards_;
 };
 
-/// Turns rows that lie at any distance, a block at a time: evened out in a buffer.
-class BlockTurner {
+/// Turns rows that lie anywhere, a block at a time: copied to a buffer, one behind the other.
+class GatheredRows {
  public:
   static constexpr int kColumns = 128;
 
-  /// Turns as many columns as the band names, from `column` on, of all rows.
-  static void Turn(const MoveKernels& kernels, PixelPath path, const RowWalk& rows,
-                   TransposeBand band, int column, int rowCount) {
+  /// Turns the band's columns, at most kColumns, from `column` on, of all `rowCount` rows.
+  static void Transpose(const Kernels& kernels, const RowWalk& rows, TransposeBand band, int column,
+                        int rowCount, int bytesPerPixel, int targetBytesPerPixel) {
     alignas(64) uint8_t block[kRows * kStride];
     uint8_t* targetRows[kColumns];
     std::copy_n(band.targetRows, band.columnCount, targetRows);
@@ -91,11 +84,11 @@ class BlockTurner {
       band.rowCount = std::min(rowCount - first, kRows);
       for (int i = 0; i < band.rowCount; ++i) {
         std::memcpy(block + i * kStride,
-                    rows.Row(first + i) + static_cast<ptrdiff_t>(column) * SourceBytes(path),
-                    static_cast<size_t>(band.columnCount) * SourceBytes(path));
+                    rows.Row(first + i) + static_cast<ptrdiff_t>(column) * bytesPerPixel,
+                    static_cast<size_t>(band.columnCount) * bytesPerPixel);
       }
-      kernels.transpose[path](band);
-      for (int i = 0; i < band.columnCount; ++i) targetRows[i] += kRows * TargetBytes(path);
+      kernels.transpose(band);
+      for (int i = 0; i < band.columnCount; ++i) targetRows[i] += kRows * targetBytesPerPixel;
     }
   }
 
@@ -109,71 +102,72 @@ class BlockTurner {
 
 void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipColumns,
                   bool flipRows) {
-  const MoveKernels& kernels = SelectedKernels().moves;
-  const Change change(source.pixelType, target.pixelType);
-  const auto moveRow = (flipColumns ? kernels.reverseRow : kernels.copyRow)[change.path];
+  const Kernels& kernels = SelectedKernels();
+  const StoresScope scope(target);
+  RowMove row = {};
+  row.count = source.width;
+  row.formats = {source.pixelType, target.pixelType};
+  row.stores = scope.stores();
+  size_t restBytes = 0;
+  if (!flipColumns && source.pixelType == target.pixelType) {
+    // Byte by byte: four at a time as words that stay what they are.
+    const int bytes = source.bytesPerPixel == 4 ? std::min(source.rowBytes, target.rowBytes)
+                                                : source.width * source.bytesPerPixel;
+    row.count = bytes / 4;
+    row.formats = {kPixelArgb32, kPixelArgb32};
+    restBytes = static_cast<size_t>(bytes % 4);
+  }
   const auto targetRow = [&](int y) {
     return RowAddress(target, flipRows ? source.height - 1 - y : y);
   };
-  RowMove row = {};
-  row.count = source.width;
-  row.mask = change.mask;
-  row.stores = StoresFor(target, kStreamedBytes);
-  size_t restBytes = 0;
-  if (!flipColumns && source.pixelType == target.pixelType && change.path == kWordToWord) {
-    const int rowBytes = std::min(source.rowBytes, target.rowBytes);
-    row.count = rowBytes / 4;
-    restBytes = static_cast<size_t>(rowBytes % 4);
-    row.mask = {0xFFFFFFFF, 0};
-  }
   for (int y = 0; y < source.height; ++y) {
     const int next = std::min(y + 1, source.height - 1);
     row.target = targetRow(y);
     row.source = RowAddress(source, y);
-    row.targetAhead = Distance(row.target, targetRow(next));
-    row.sourceAhead = Distance(row.source, RowAddress(source, next));
-    moveRow(row);
+    row.targetAhead = ByteOffset(row.target, targetRow(next));
+    row.sourceAhead = ByteOffset(row.source, RowAddress(source, next));
+    (flipColumns ? kernels.reverseRow : kernels.copyRow)(row);
     if (restBytes != 0) {
       std::memcpy(row.target + row.count * 4, row.source + row.count * 4, restBytes);
     }
   }
-  kernels.finishStreaming();
 }
 
 void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn turn) {
   const bool clockwise = turn == QuarterTurn::kClockwise;
   if (source.height < 1) return;
-  const MoveKernels& kernels = SelectedKernels().moves;
-  const Change change(source.pixelType, target.pixelType);
+  const Kernels& kernels = SelectedKernels();
+  const StoresScope scope(target);
   const RowWalk rows(source, clockwise);
-  const bool even = rows.IsEven();
+  const bool even = rows.HasConstantStride();
 
-  TransposeBand band;
-  band.mask = change.mask;
-  band.stores = StoresFor(target, kStreamedTurnBytes);
-  uint8_t* targetRows[TransposeBand::kMaxColumns];
+  constexpr int kBandColumns = 1024;
+  uint8_t* targetRows[kBandColumns];
+  TransposeBand band = {};
+  band.formats = {source.pixelType, target.pixelType};
+  band.stores = scope.stores();
   band.targetRows = targetRows;
-  const int bandColumns = even ? TransposeBand::kMaxColumns : BlockTurner::kColumns;
+  const int bandColumns = even ? kBandColumns : GatheredRows::kColumns;
   for (int x = 0; x < source.width; x += bandColumns) {
     band.columnCount = std::min(bandColumns, source.width - x);
     for (int i = 0; i < band.columnCount; ++i) {
       targetRows[i] = RowAddress(target, clockwise ? x + i : source.width - 1 - x - i);
     }
     if (even) {
-      band.source = rows.Row(0) + static_cast<ptrdiff_t>(x) * SourceBytes(change.path);
+      band.source = rows.Row(0) + static_cast<ptrdiff_t>(x) * source.bytesPerPixel;
       band.sourceStride = rows.Stride();
       band.rowCount = source.height;
-      kernels.transpose[change.path](band);
+      kernels.transpose(band);
     } else {
-      BlockTurner::Turn(kernels, change.path, rows, band, x, source.height);
+      GatheredRows::Transpose(kernels, rows, band, x, source.height, source.bytesPerPixel,
+                              target.bytesPerPixel);
     }
   }
-  kernels.finishStreaming();
 }
 
 void ReverseRowsInPlace(PictureEditor& picture) {
   // Two rows ahead, and never beyond the picture: the rows that are asked for in good time.
-  const MoveKernels& kernels = SelectedKernels().moves;
+  const Kernels& kernels = SelectedKernels();
   const ptrdiff_t half = picture.width / 2;
   const ptrdiff_t rightBytes = (picture.width - half) * 4;
   for (int y = 0; y < picture.height; ++y) {
@@ -187,7 +181,7 @@ namespace {
 
 /// Exchanges so many words of each row with those of the row opposite.
 void ExchangeRows(PictureEditor& picture, int wordCount, bool reverse) {
-  const MoveKernels& kernels = SelectedKernels().moves;
+  const Kernels& kernels = SelectedKernels();
   const auto exchange = reverse ? kernels.exchangeReversed : kernels.exchange;
   for (int y = 0; y < picture.height / 2; ++y) {
     const int mirrored = picture.height - 1 - y;
@@ -214,7 +208,7 @@ void MirrorInPlace(PictureEditor& picture) {
   uint8_t* const middle = RowAddress(picture, picture.height / 2);
   const ptrdiff_t half = picture.width / 2;
   uint8_t* const right = middle + (picture.width - half) * 4;
-  SelectedKernels().moves.exchangeReversed(middle, right, half, middle, right);
+  SelectedKernels().exchangeReversed(middle, right, half, middle, right);
 }
 
 }  // namespace velpicture

@@ -2,12 +2,10 @@
 
 #include "transforms/shear.h"
 
-#include <emmintrin.h>
-
 #include "pixels/pixel_formats.h"
 #include "transforms/kernels/kernels.h"
+#include "transforms/kernels/shear_multiplier.h"
 #include "transforms/shear_blocks.h"
-#include "transforms/streaming.h"
 
 namespace velpicture {
 namespace {
@@ -19,14 +17,16 @@ constexpr int kMaxOffsetSpread = 1024;
 
 /// The line's offset; a line whose pixels all land outside the destination may as well start right
 /// beside it.
-int NearOffset(const ShearLine& line, int length, int destinationLength) {
+int NearOffset(const ShearLine& line, int length, int targetLength) {
   const int64_t least = -static_cast<int64_t>(length) - 1;
   if (line.offset < least) return static_cast<int>(least);
-  return line.offset < destinationLength ? line.offset : destinationLength;
+  return line.offset < targetLength ? line.offset : targetLength;
 }
 
-uint32_t BackgroundWord(const Rgba& background) {
-  return PackColor(background, static_cast<uint32_t>(background.alpha));
+/// The background as the target can show it.
+uint32_t BackgroundWord(const Rgba& background, const PictureEditor& target) {
+  const int alpha = target.pixelType == kPixelRgb32 ? 0xFF : background.alpha;
+  return PackColor(background, static_cast<uint32_t>(alpha));
 }
 
 bool IsStored(const PictureEditor& editor) {
@@ -34,140 +34,108 @@ bool IsStored(const PictureEditor& editor) {
 }
 
 /// The plain kernels alone know formats that no storage uses.
-const ShearKernels& KernelsFor(const PictureEditor& source, const PictureEditor& destination) {
-  const bool isUsual = IsStored(source) && IsStored(destination);
-  return isUsual ? SelectedKernels().shears : plain::kShearKernels;
-}
-
-/// Whether to write past the cache; what was written so is in order when the scope ends.
-class StreamingScope {
- public:
-  explicit StreamingScope(const PictureEditor& destination)
-      : streaming_(IsStreamed(destination, kStreamedBytes)) {}
-  StreamingScope(const StreamingScope&) = delete;
-  StreamingScope& operator=(const StreamingScope&) = delete;
-  ~StreamingScope() {
-    if (streaming_) _mm_sfence();
-  }
-  bool streaming() const { return streaming_; }
-
- private:
-  bool streaming_;
-};
-
-/// Lines that no stream fills alone are written through the cache, and streams wait behind a line
-/// that is missing there. These lie where the background meets pixels or the row ends; the next
-/// row's offset differs by one at most.
-void PrefetchEdges(const uint8_t* row, const PictureEditor& source,
-                   const PictureEditor& destination, int offset) {
-  const int width = destination.width;
-  const int64_t end = static_cast<int64_t>(offset) + source.width;
-  const auto prefetch = [&](int x) {
-    _mm_prefetch(
-        reinterpret_cast<const char*>(row + static_cast<ptrdiff_t>(x) * destination.bytesPerPixel),
-        _MM_HINT_T0);
-  };
-  prefetch(0);
-  if (offset > 0) prefetch(offset);
-  if (end > 0 && end < width) prefetch(static_cast<int>(end));
-  prefetch(width);
+const Kernels& KernelsFor(const PictureEditor& source, const PictureEditor& target) {
+  const bool isUsual = IsStored(source) && IsStored(target);
+  return isUsual ? SelectedKernels() : plain::kKernels;
 }
 
 /// One block of neighbouring columns whose offsets lie near each other, sheared a band of rows at a
 /// time.
 class ColumnBlock {
  public:
-  ColumnBlock(const PictureEditor& source, PictureEditor& destination, const Rgba& background,
-              bool streaming)
+  ColumnBlock(const PictureEditor& source, PictureEditor& target, const Rgba& background)
       : source_(source),
-        destination_(destination),
-        kernels_(KernelsFor(source, destination)),
-        background_(BackgroundWord(background)),
-        streaming_(streaming) {}
+        target_(target),
+        kernels_(KernelsFor(source, target)),
+        background_(BackgroundWord(background, target)) {}
 
   /// Shears as many of the columns as one block takes, at least one; returns their number.
   int Shear(int firstColumn, const ShearLine* lines, int count) {
-    const int taken = Take(lines, count);
-    for (int y = 0; y < destination_.height; y += kBandRows) {
-      const int remaining = destination_.height - y;
-      ShearBand(firstColumn, lines, taken, y, remaining < kBandRows ? remaining : kBandRows);
+    const int taken = Plan(lines, count);
+    for (int y = 0; y < target_.height; y += kBandRows) {
+      const int remaining = target_.height - y;
+      ShearBand(firstColumn, taken, y, remaining < kBandRows ? remaining : kBandRows);
     }
     return taken;
   }
 
  private:
-  int Take(const ShearLine* lines, int count) {
+  int Plan(const ShearLine* lines, int count) {
     int taken = 0;
     for (; taken < count && taken < kShearBlockLines; ++taken) {
-      const int offset = NearOffset(lines[taken], source_.height, destination_.height);
+      const int offset = NearOffset(lines[taken], source_.height, target_.height);
       const int64_t low = taken > 0 && least_ < offset ? least_ : offset;
       const int64_t high = taken > 0 && greatest_ > offset ? greatest_ : offset;
       if (high - low > kMaxOffsetSpread) break;
       least_ = static_cast<int>(low);
       greatest_ = static_cast<int>(high);
-      delays_[taken] = offset;
-      multipliers_[taken] = kernels_.multiplier(lines[taken].weight);
+      columns_[taken] = {offset, Multiplier(lines[taken].weight), lines[taken].weight};
     }
     // The tables begin one row before the first pixel of the column that lies lowest.
-    for (int j = 0; j < taken; ++j) delays_[j] = greatest_ - delays_[j] + 1;
+    for (int j = 0; j < taken; ++j) columns_[j].lag = greatest_ - columns_[j].lag + 1;
     return taken;
   }
 
-  void ShearBand(int firstColumn, const ShearLine* lines, int count, int y, int rowCount) {
-    const uint8_t* sourceRows[kBandRows + kMaxOffsetSpread + 1];
-    uint8_t* destinationRows[kBandRows];
+  void ShearBand(int firstColumn, int count, int y, int rowCount) {
+    const uint8_t* sourceRows[kBandRows + kMaxOffsetSpread + 1 + kMostExtraLag];
+    uint8_t* targetRows[kBandRows];
     const ptrdiff_t sourceBytes = static_cast<ptrdiff_t>(firstColumn) * source_.bytesPerPixel;
-    const ptrdiff_t destinationBytes =
-        static_cast<ptrdiff_t>(firstColumn) * destination_.bytesPerPixel;
+    const ptrdiff_t targetBytes = static_cast<ptrdiff_t>(firstColumn) * target_.bytesPerPixel;
     const int64_t firstRow = static_cast<int64_t>(y) - greatest_ - 1;
-    const int sourceRowCount = rowCount + (greatest_ - least_) + 1;
+    const int sourceRowCount = rowCount + (greatest_ - least_) + 1 + kMostExtraLag;
+    int begin = sourceRowCount, end = 0;
     for (int i = 0; i < sourceRowCount; ++i) {
       const int64_t row = firstRow + i;
-      sourceRows[i] = row >= 0 && row < source_.height
-                          ? RowAddress(source_, static_cast<int>(row)) + sourceBytes
-                          : nullptr;
+      sourceRows[i] = nullptr;
+      if (row < 0 || row >= source_.height) continue;
+      sourceRows[i] = RowAddress(source_, static_cast<int>(row)) + sourceBytes;
+      if (begin > i) begin = i;
+      end = i + 1;
     }
     for (int t = 0; t < rowCount; ++t) {
-      destinationRows[t] = RowAddress(destination_, y + t) + destinationBytes;
+      targetRows[t] = RowAddress(target_, y + t) + targetBytes;
     }
-    kernels_.shearColumns({sourceRows, source_.pixelType, destinationRows, destination_.pixelType,
-                           rowCount, count, delays_, lines, multipliers_, background_, streaming_});
+    kernels_.shearColumns({sourceRows,
+                           begin,
+                           end,
+                           targetRows,
+                           rowCount,
+                           {source_.pixelType, target_.pixelType},
+                           columns_,
+                           count,
+                           background_});
   }
 
   const PictureEditor& source_;
-  PictureEditor& destination_;
-  const ShearKernels& kernels_;
+  PictureEditor& target_;
+  const Kernels& kernels_;
   const uint32_t background_;
-  const bool streaming_;
   int least_ = 0;
   int greatest_ = 0;
-  int delays_[kShearBlockLines];
-  uint16_t multipliers_[kShearBlockLines];
+  ShearColumn columns_[kShearBlockLines];
 };
 
 }  // namespace
 
-void SkewRows(const PictureEditor& source, PictureEditor& destination, int firstRow,
+void SkewRows(const PictureEditor& source, PictureEditor& target, int firstRow,
               const ShearLine* lines, int count, const Rgba& background) {
-  const ShearKernels& kernels = KernelsFor(source, destination);
-  const StreamingScope scope(destination);
+  const Kernels& kernels = KernelsFor(source, target);
   for (int i = 0; i < count; ++i) {
-    const int offset = NearOffset(lines[i], source.width, destination.width);
-    if (scope.streaming() && i + 1 < count) {
-      PrefetchEdges(RowAddress(destination, firstRow + i + 1), source, destination, offset);
-    }
-    kernels.shearRow({RowAddress(source, firstRow + i), source.width, source.pixelType,
-                      RowAddress(destination, firstRow + i), destination.width,
-                      destination.pixelType, offset, lines[i].weight,
-                      kernels.multiplier(lines[i].weight), BackgroundWord(background),
-                      scope.streaming()});
+    kernels.shearRow({RowAddress(source, firstRow + i),
+                      source.width,
+                      RowAddress(target, firstRow + i),
+                      target.width,
+                      {source.pixelType, target.pixelType},
+                      NearOffset(lines[i], source.width, target.width),
+                      lines[i].weight,
+                      Multiplier(lines[i].weight),
+                      BackgroundWord(background, target)});
   }
 }
 
-void SkewColumns(const PictureEditor& source, PictureEditor& destination, int firstColumn,
+void SkewColumns(const PictureEditor& source, PictureEditor& target, int firstColumn,
                  const ShearLine* lines, int count, const Rgba& background) {
-  const StreamingScope scope(destination);
-  ColumnBlock block(source, destination, background, scope.streaming());
+  ColumnBlock block(source, target, background);
   for (int done = 0; done < count;) {
     done += block.Shear(firstColumn + done, lines + done, count - done);
   }

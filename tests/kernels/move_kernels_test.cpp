@@ -2,6 +2,7 @@
 // whole pictures, under every variant, against the formats' own Load and Store. Targets are
 // poisoned, and every failure prints its case.
 
+#include <emmintrin.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +20,11 @@ namespace velpicture {
 namespace {
 
 constexpr uint32_t kFormats[] = {kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32};
-constexpr WordMask kMasks[] = {{0xFFFFFFFF, 0}, {0x7FFFFFFF, 0}, {0x00FFFFFF, 0xFF000000}};
+
+/// Every kind of pixels on both sides; whole pictures show what other formats change.
+constexpr FormatPair kPairs[] = {{14, 14}, {8, 14}, {14, 8}, {8, 8}, {11, 15}, {14, 11}, {11, 11}};
+
+int BytesOf(uint32_t format) { return format == kPixelRgb24 ? 3 : 4; }
 
 struct NoisyBytes : GuardedBytes {
   NoisyBytes(size_t size, size_t gap, bool atEnd, uint32_t seed) : GuardedBytes(size, gap, atEnd) {
@@ -33,10 +38,10 @@ class PictureMovesTest : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     if (!SelectKernels(GetParam())) GTEST_SKIP() << "this machine has no " << GetParam();
-    moves_ = &SelectedKernels().moves;
+    kernels_ = &SelectedKernels();
   }
 
-  const MoveKernels* moves_ = nullptr;
+  const Kernels* kernels_ = nullptr;
 };
 
 /// The vector variants beside the plain one.
@@ -46,10 +51,10 @@ class MoveKernelsTest : public PictureMovesTest {
   template <class Run>
   void ExpectSameMoves(GuardedBytes& bytes, Run run) {
     ExpectSameBytes(
-        bytes, [&] { run(plain::kMoveKernels); },
+        bytes, [&] { run(plain::kKernels); },
         [&] {
-          run(*moves_);
-          moves_->finishStreaming();
+          run(*kernels_);
+          _mm_sfence();
         });
   }
 };
@@ -58,34 +63,28 @@ TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
   for (int width = 0; width <= 4 * 16 + 1; ++width) {
     for (const int offset : {0, 4, 8, 20, 32, 60, 1, 2, 63}) {
       for (const bool atEnd : {false, true}) {
-        const auto checkPath = [&](PixelPath path) {
-          SCOPED_TRACE(testing::Message() << "width " << width << " offset " << offset << " path "
-                                          << path << (atEnd ? " at the end" : ""));
-          NoisyBytes source(static_cast<size_t>(width) * SourceBytes(path), (offset * 7) % 64,
+        for (const FormatPair& formats : kPairs) {
+          SCOPED_TRACE(testing::Message()
+                       << "width " << width << " offset " << offset << " formats " << formats.source
+                       << " to " << formats.target << (atEnd ? " at the end" : ""));
+          NoisyBytes source(static_cast<size_t>(width) * BytesOf(formats.source), (offset * 7) % 64,
                             !atEnd, 1);
-          NoisyBytes target(static_cast<size_t>(width) * TargetBytes(path), offset, atEnd, 2);
+          NoisyBytes target(static_cast<size_t>(width) * BytesOf(formats.target), offset, atEnd, 2);
           for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
-            for (const WordMask mask : kMasks) {
-              const RowMove row = {target.data(), source.data(), width, mask, stores, 4096, -4096};
-              for (const auto rows : {&MoveKernels::copyRow, &MoveKernels::reverseRow}) {
-                ExpectSameMoves(target,
-                                [&](const MoveKernels& kernels) { (kernels.*rows)[path](row); });
-              }
-              if (path != kWordToWord && path != kRgbToWord) break;
+            const RowMove row = {target.data(), source.data(), width, formats, stores, 4096, -4096};
+            for (const auto move : {&Kernels::copyRow, &Kernels::reverseRow}) {
+              ExpectSameMoves(target, [&](const Kernels& kernels) { (kernels.*move)(row); });
             }
           }
-        };
-        for (int path = 0; path < kPixelPaths; ++path) {
-          checkPath(static_cast<PixelPath>(path));
           if (HasFatalFailure()) return;
         }
         NoisyBytes words(static_cast<size_t>(width) * 4, offset, atEnd, 3);
         const int half = width / 2;
         uint8_t* const right = words.data() + (width - half) * 4;
-        ExpectSameMoves(words, [&](const MoveKernels& kernels) {
+        ExpectSameMoves(words, [&](const Kernels& kernels) {
           kernels.exchange(words.data(), right, half, nullptr, right);
         });
-        ExpectSameMoves(words, [&](const MoveKernels& kernels) {
+        ExpectSameMoves(words, [&](const Kernels& kernels) {
           kernels.exchangeReversed(words.data(), right, half, right, nullptr);
         });
         if (HasFatalFailure()) return;
@@ -100,25 +99,22 @@ TEST_P(MoveKernelsTest, TransposesOfEverySizeAndAlignment) {
       for (const int shift : {0, 4, 60, 2}) {
         // Strides beyond the pixels; target rows 2048 bytes apart collide in the caches.
         for (const bool collide : {false, true}) {
-          // The paths of alpha differ in the change alone; whole pictures show them.
-          constexpr PixelPath kPaths[] = {kWordToWord, kRgbToWord, kWordToRgb, kRgbToRgb};
-          for (const PixelPath path : kPaths) {
-            const ptrdiff_t sourceStride = columns * SourceBytes(path) + 12;
+          for (const FormatPair& formats : kPairs) {
+            const int sourceBytes = BytesOf(formats.source), targetBytes = BytesOf(formats.target);
+            const ptrdiff_t sourceStride = columns * sourceBytes + 12;
             const ptrdiff_t targetStride =
-                collide ? 2048 : rows * TargetBytes(path) + (shift == 0 ? 0 : 20);
-            SCOPED_TRACE(testing::Message()
-                         << columns << " columns, " << rows << " rows, shift " << shift << ", path "
-                         << path << ", stride " << targetStride);
-            NoisyBytes source(
-                rows > 0 ? sourceStride * (rows - 1) + columns * SourceBytes(path) : 0, shift,
-                shift != 4, 4);
-            NoisyBytes target(
-                columns > 0 ? targetStride * (columns - 1) + rows * TargetBytes(path) : 0, shift,
-                shift == 4, 5);
+                collide ? 2048 : rows * targetBytes + (shift == 0 ? 0 : 20);
+            SCOPED_TRACE(testing::Message() << columns << " columns, " << rows << " rows, shift "
+                                            << shift << ", formats " << formats.source << " to "
+                                            << formats.target << ", stride " << targetStride);
+            NoisyBytes source(rows > 0 ? sourceStride * (rows - 1) + columns * sourceBytes : 0,
+                              shift, shift != 4, 4);
+            NoisyBytes target(columns > 0 ? targetStride * (columns - 1) + rows * targetBytes : 0,
+                              shift, shift == 4, 5);
             TransposeBand band;
             band.rowCount = rows;
             band.columnCount = columns;
-            band.mask = kMasks[rows % 3];
+            band.formats = formats;
             const bool upwards = rows % 2 == 1;
             band.source = upwards ? source.data() + sourceStride * (rows - 1) : source.data();
             band.sourceStride = upwards ? -sourceStride : sourceStride;
@@ -129,8 +125,7 @@ TEST_P(MoveKernelsTest, TransposesOfEverySizeAndAlignment) {
             band.targetRows = targetRows.data();
             for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
               band.stores = stores;
-              ExpectSameMoves(target,
-                              [&](const MoveKernels& kernels) { kernels.transpose[path](band); });
+              ExpectSameMoves(target, [&](const Kernels& kernels) { kernels.transpose(band); });
               if (HasFatalFailure()) return;
             }
           }
@@ -166,7 +161,6 @@ struct TestPicture {
     }
     if (type == kPixelConsole) editor.rowTable = rowTable.data();
   }
-  static int BytesOf(uint32_t type) { return type == kPixelRgb24 ? 3 : 4; }
   static ptrdiff_t Stride(uint32_t type, int width, int padding) {
     return (width * BytesOf(type) + 3) / 4 * 4 + padding;
   }

@@ -13,6 +13,7 @@
 
 #include "tests/kernels/guarded_bytes.h"
 #include "transforms/kernels/kernels.h"
+#include "transforms/kernels/shear_multiplier.h"
 
 namespace velpicture {
 namespace {
@@ -28,6 +29,8 @@ class Random {
     return low + static_cast<int>(engine_() % static_cast<uint32_t>(high - low + 1));
   }
   uint32_t Word() { return static_cast<uint32_t>(engine_()); }
+  /// As such a destination can show it.
+  uint32_t Background(uint32_t type) { return Word() | (type == 15 ? 0xFF000000 : 0); }
   /// Often one that has no multiplier, and now and then 0 or 1.
   double Weight() {
     const double fraction = static_cast<double>(Int(0, 16)) / 16.0;
@@ -75,14 +78,14 @@ class ShearKernelsTest : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     if (!SelectKernels(GetParam())) GTEST_SKIP() << "this machine has no " << GetParam();
-    kernels_ = &SelectedKernels().shears;
+    kernels_ = &SelectedKernels();
   }
 
   /// Runs shear(kernels) with the plain kernels and with the variant's.
   template <class Shear>
   void ExpectSameShears(Picture& destination, Shear shear) {
     ExpectSameBytes(
-        destination.bytes, [&] { shear(plain::kShearKernels); }, [&] { shear(*kernels_); });
+        destination.bytes, [&] { shear(plain::kKernels); }, [&] { shear(*kernels_); });
   }
 
   void CheckRow(uint32_t seed, uint32_t from, uint32_t to, int sourceWidth) {
@@ -95,18 +98,10 @@ class ShearKernelsTest : public testing::TestWithParam<const char*> {
     const int offset = random.Int(0, 1) ? random.Int(least, destination.width)
                                         : std::clamp(random.Int(-4, 4), least, destination.width);
     const double weight = random.Weight();
-    const RowShear row{source.Row(0),
-                       source.width,
-                       from,
-                       destination.Row(0),
-                       destination.width,
-                       to,
-                       offset,
-                       weight,
-                       kernels_->multiplier(weight),
-                       random.Word(),
-                       random.Int(0, 1) != 0};
-    ExpectSameShears(destination, [&](const ShearKernels& kernels) { kernels.shearRow(row); });
+    const RowShear row{
+        source.Row(0), source.width, destination.Row(0), destination.width,    {from, to},
+        offset,        weight,       Multiplier(weight), random.Background(to)};
+    ExpectSameShears(destination, [&](const Kernels& kernels) { kernels.shearRow(row); });
   }
 
   void CheckColumns(uint32_t seed, uint32_t from, uint32_t to, int width, int height) {
@@ -119,37 +114,38 @@ class ShearKernelsTest : public testing::TestWithParam<const char*> {
     const bool leaps = random.Int(0, 3) == 0;
     const double sine = random.Int(-707, 707) / 1000.0;
     double offset = random.Int(-height / 2, height / 2) + random.Weight();
-    std::vector<ShearLine> lines;
-    std::vector<uint16_t> multipliers;
+    std::vector<ShearColumn> columns;
+    std::vector<int> offsets;
     for (int j = 0; j < width; ++j) {
       offset += sine;
       if (leaps && random.Int(0, 9) == 0) offset += random.Int(-30, 30);
       const double weight = random.Int(0, 7) == 0 ? random.Weight() : offset - std::floor(offset);
-      lines.push_back({static_cast<int>(std::floor(offset)), weight});
-      multipliers.push_back(kernels_->multiplier(weight));
+      offsets.push_back(static_cast<int>(std::floor(offset)));
+      columns.push_back({0, Multiplier(weight), weight});
     }
-    int least = lines[0].offset, greatest = least;
-    for (const ShearLine& line : lines) {
-      least = std::min(least, line.offset);
-      greatest = std::max(greatest, line.offset);
-    }
-    std::vector<int> delays;
-    for (const ShearLine& line : lines) delays.push_back(greatest - line.offset + 1);
+    const auto [least, greatest] = std::minmax_element(offsets.begin(), offsets.end());
+    for (int j = 0; j < width; ++j) columns[j].lag = *greatest - offsets[j] + 1;
     std::vector<const uint8_t*> sourceRows;
     std::vector<uint8_t*> destinationRows;
-    for (int i = -greatest - 1; i < destination.height - least; ++i) {
+    const int firstRow = -*greatest - 1, endRow = destination.height - *least;
+    for (int i = firstRow; i < endRow + kMostExtraLag; ++i) {
       sourceRows.push_back(i >= 0 && i < height ? source.Row(i) : nullptr);
     }
     for (int y = 0; y < destination.height; ++y) destinationRows.push_back(destination.Row(y));
-    const ColumnShear columns{
-        sourceRows.data(),  from,          destinationRows.data(), to,
-        destination.height, width,         delays.data(),          lines.data(),
-        multipliers.data(), random.Word(), random.Int(0, 1) != 0};
-    ExpectSameShears(destination,
-                     [&](const ShearKernels& kernels) { kernels.shearColumns(columns); });
+    const int rowCount = static_cast<int>(sourceRows.size());
+    const ColumnShear shear{sourceRows.data(),
+                            std::clamp(-firstRow, 0, rowCount),
+                            std::clamp(height - firstRow, 0, rowCount),
+                            destinationRows.data(),
+                            destination.height,
+                            {from, to},
+                            columns.data(),
+                            width,
+                            random.Background(to)};
+    ExpectSameShears(destination, [&](const Kernels& kernels) { kernels.shearColumns(shear); });
   }
 
-  const ShearKernels* kernels_ = nullptr;
+  const Kernels* kernels_ = nullptr;
 };
 
 TEST_P(ShearKernelsTest, RowsEqualThePlainRule) {
@@ -219,7 +215,7 @@ void ForWeightsBesideFractions(Check check) {
 
 TEST(ShearMultiplierTest, EqualsDoublesAtAndBesideEveryFraction) {
   ForWeightsBesideFractions([](double weight, int p, int q, double distance) {
-    const uint16_t multiplier = sse2::kShearKernels.multiplier(weight);
+    const uint16_t multiplier = Multiplier(weight);
     // Only beside a fraction may there be none, or the slow path would be the usual one.
     if (multiplier == kNoMultiplier) {
       ASSERT_LT(std::fabs(distance), 0x1p-43) << p << '/' << q << " + " << distance;
@@ -237,7 +233,7 @@ TEST(ShearMultiplierTest, IsThereForWeightsOfFewBitsBesideEveryFraction) {
       for (double weight = nearest - 2; weight <= nearest + 2; ++weight) {
         const double scaled = std::ldexp(weight, -45);
         if (scaled < 0.0 || scaled >= 1.0) continue;
-        const uint16_t multiplier = sse2::kShearKernels.multiplier(scaled);
+        const uint16_t multiplier = Multiplier(scaled);
         ASSERT_NE(multiplier, kNoMultiplier) << p << '/' << q << ", weight " << weight << " / 2^45";
         ASSERT_TRUE(GivesTheRule(multiplier, scaled, q)) << p << '/' << q << ", weight " << weight;
       }
@@ -249,30 +245,19 @@ TEST(ShearMultiplierTest, EqualsDoublesForRandomWeights) {
   Random random(7);
   for (int i = 0; i < 500; ++i) {
     const double weight = (random.Word() + random.Word() * 0x1p-32) * 0x1p-32;
-    const uint16_t multiplier = sse2::kShearKernels.multiplier(weight);
+    const uint16_t multiplier = Multiplier(weight);
     if (multiplier == kNoMultiplier) continue;
     ASSERT_TRUE(GivesTheRule(multiplier, weight, 1)) << weight;
   }
-  EXPECT_EQ(sse2::kShearKernels.multiplier(0.0), 0);
-  EXPECT_EQ(sse2::kShearKernels.multiplier(1.0), kNoMultiplier);
-  EXPECT_EQ(sse2::kShearKernels.multiplier(0.5), 32768);
-}
-
-class WideShearKernelsTest : public ShearKernelsTest {};
-
-TEST_P(WideShearKernelsTest, MultipliersEqualTheSse2Kernels) {
-  ForWeightsBesideFractions([&](double weight, int p, int q, double distance) {
-    ASSERT_EQ(kernels_->multiplier(weight), sse2::kShearKernels.multiplier(weight))
-        << p << '/' << q << " + " << distance;
-  });
-  EXPECT_EQ(kernels_->multiplier(1.0), kNoMultiplier);
+  EXPECT_EQ(Multiplier(0.0), 0);
+  EXPECT_EQ(Multiplier(1.0), kNoMultiplier);
+  EXPECT_EQ(Multiplier(0.5), 32768);
 }
 
 std::string NameOf(const testing::TestParamInfo<const char*>& variant) { return variant.param; }
 
 INSTANTIATE_TEST_SUITE_P(Variants, ShearKernelsTest, testing::Values("sse2", "avx2", "avx512"),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(Variants, WideShearKernelsTest, testing::Values("avx2", "avx512"), NameOf);
 
 }  // namespace
 }  // namespace velpicture

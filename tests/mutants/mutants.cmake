@@ -44,7 +44,7 @@ mutant(shear_off_by_one
 
 # Pixels that fall off the row's front still blend into the first one that stays.
 mutant(forgotten_carry
-  FILE transforms/kernels/shear_plain.cpp
-  FROM [[if (x == 0) previous = load(i - 1);]]
-  TO [[if (x == 0) previous = background;]]
+  FILE transforms/kernels/plain.cpp
+  FROM [[Rgba previous = load(-1 - int64_t{row.offset});]]
+  TO [[Rgba previous = background;]]
   TESTS corpus)

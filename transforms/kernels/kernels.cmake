@@ -1,13 +1,17 @@
-# The kernels: one small file per group and instruction set, each under its own flags. They are
-# objects, so that their tests reach them behind the plugin's back.
-file(GLOB VEL_KERNEL_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*.cpp)
-foreach(group move shear)
-  set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/${group}_avx2.cpp PROPERTIES
-    COMPILE_OPTIONS "-mavx2")
+# The kernels: one small file per variant, each under its own flags. They are objects, so that their
+# tests reach them behind the plugin's back.
+file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/variants.def variants REGEX "^VEL_VARIANT")
+set(VEL_KERNEL_SOURCES ${CMAKE_CURRENT_LIST_DIR}/kernels.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/shear_multiplier.cpp)
+foreach(variant IN LISTS variants)
+  string(REGEX MATCH "\\(([a-z0-9]+), \"([^\"]*)\"" row "${variant}")
+  list(APPEND VEL_KERNEL_SOURCES ${CMAKE_CURRENT_LIST_DIR}/${CMAKE_MATCH_1}.cpp)
   # GCC 12 takes its own intrinsics' "undefined" vectors for uninitialised ones.
-  set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/${group}_avx512.cpp PROPERTIES
-    COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>")
+  set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/${CMAKE_MATCH_1}.cpp PROPERTIES
+    COMPILE_OPTIONS "${CMAKE_MATCH_2};$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>;$<$<CXX_COMPILER_ID:GNU>:-Wno-uninitialized>")
 endforeach()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+  ${CMAKE_CURRENT_LIST_DIR}/variants.def)
 add_library(velpicture_kernels OBJECT ${VEL_KERNEL_SOURCES})
 velpicture_plugin(velpicture_kernels)
 if(VEL_STAND_IN)

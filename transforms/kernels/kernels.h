@@ -1,20 +1,120 @@
 #pragma once
 
-// The kernels in use: one set per instruction set, picked once, all giving the same bytes.
+// The kernels: the inner loops of the transforms, and what they are asked to do. A kernel knows
+// nothing of pictures: it gets row addresses, counts of pixels, formats and weights. One table of
+// them exists per variant, in a namespace of its name (variants.def); all give the same bytes.
+//
+// Nothing outside the pixels that are named is read or written. A source and its target do not
+// overlap. Pixels are four-byte words, at any address, or three bytes; formats are codes of
+// PixelType. Colours are words 0xAARRGGBB of 8-bit channels.
 
-#include "transforms/kernels/move_kernels.h"
-#include "transforms/kernels/shear_kernels.h"
+#include <cstddef>
+#include <cstdint>
+
 #include "transforms/select_kernels.h"
 
 namespace velpicture {
 
-struct KernelSet {
-  const char* name;
-  MoveKernels moves;
-  ShearKernels shears;
+/// How pixels are loaded and stored: as GetPixel and SetPixel would.
+struct FormatPair {
+  uint32_t source;
+  uint32_t target;
 };
 
-/// The selected set; at first use the widest that the processor and its system support.
-const KernelSet& SelectedKernels();
+/// How a target is written.
+enum class Stores {
+  kCached,     ///< through the cache: the target fits there, or is worked on again at once
+  kStreaming,  ///< past the cache where whole lines are written; an _mm_sfence has to follow
+};
+
+/// A row of pixels to move.
+struct RowMove {
+  uint8_t* target;
+  const uint8_t* source;
+  ptrdiff_t count;  ///< pixels
+  FormatPair formats;
+  Stores stores;
+  /// Bytes to the rows that are moved next, which are asked for meanwhile; they may be anywhere.
+  ptrdiff_t targetAhead;
+  ptrdiff_t sourceAhead;
+};
+
+/// A band of neighbouring source columns, which become rows of the target: the pixel in row r and
+/// column c of the band becomes pixel r of target row c.
+struct TransposeBand {
+  const uint8_t* source;   ///< the band's first pixel
+  ptrdiff_t sourceStride;  ///< bytes from one row to the next, negative to walk upwards
+  int rowCount;
+  int columnCount;
+  FormatPair formats;
+  Stores stores;
+  uint8_t* const* targetRows;  ///< first byte of each target row
+};
+
+/// One row to shear, by the rule in transforms/shear.h.
+struct RowShear {
+  const uint8_t* source;
+  int sourceWidth;
+  uint8_t* target;
+  int targetWidth;
+  FormatPair formats;
+  int offset;  ///< -sourceWidth - 1 to targetWidth
+  double weight;
+  uint16_t multiplier;  ///< that goes with the weight (see shear_multiplier.h)
+  uint32_t background;
+};
+
+/// Entries that a table of source rows has behind those that its columns need.
+constexpr int kMostExtraLag = 3;
+
+struct ShearColumn {
+  int lag;  ///< see below; at least 1
+  uint16_t multiplier;
+  double weight;
+};
+
+/// Neighbouring columns to shear, in a band of rows. In the band's row t, column j blends its
+/// pixels of sourceRows[lag + t] and of the row before that one.
+struct ColumnShear {
+  /// At the first column; null in front of the picture and behind it, where the background stands
+  /// in, and kMostExtraLag times more at the end.
+  const uint8_t* const* sourceRows;
+  int sourceRowsBegin;         ///< the first row that exists
+  int sourceRowsEnd;           ///< one behind the last
+  uint8_t* const* targetRows;  ///< at the first column
+  int rowCount;
+  FormatPair formats;
+  const ShearColumn* columns;
+  int columnCount;
+  uint32_t background;
+};
+
+struct Kernels {
+  const char* name;
+  /// Pixel i of the source becomes pixel i of the target.
+  void (*copyRow)(const RowMove& row);
+  /// Pixel i of the source becomes pixel count − 1 − i of the target.
+  void (*reverseRow)(const RowMove& row);
+  void (*transpose)(const TransposeBand& band);
+  /// Exchanges word i of `left` with word i of `right`. Meanwhile as much memory is asked for at
+  /// the addresses that are worked on next; they may be anything.
+  void (*exchange)(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint8_t* leftAhead,
+                   const uint8_t* rightAhead);
+  /// Exchanges word i of `left` with word count − 1 − i of `right`; as exchange.
+  void (*exchangeReversed)(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint8_t* leftAhead,
+                           const uint8_t* rightAhead);
+  void (*shearRow)(const RowShear& row);
+  void (*shearColumns)(const ColumnShear& columns);
+};
+
+#define VEL_VARIANT(name, flags, runsHere) \
+  namespace name {                         \
+  extern const Kernels kKernels;           \
+  }
+#include "transforms/kernels/variants.def"
+#undef VEL_VARIANT
+
+/// The selected kernels; at first use the widest that the processor and its system support.
+const Kernels& SelectedKernels();
 
 }  // namespace velpicture

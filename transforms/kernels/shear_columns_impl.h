@@ -1,343 +1,327 @@
 #pragma once
 
-// Columns. Included inside a variant, see shear_kernels_impl.h.
+// Columns to shear. Included inside a variant, see kernels_impl.h.
 //
-// Neighbouring columns go down together, a tile of rows at a time, for down one column every pixel
-// would cost a cache line. Up to sixteen columns whose delays differ by 0 or 1 from one to the next
-// are a group, whose rows of blends make a cache line (shear_column_blend_impl.h). A whole group is
-// blended from the source's rows themselves. At the picture's edges, and with three-byte pixels,
-// source pixels come into a window first: words, one line per source row, in which the background
-// stands for rows outside the picture.
+// Down one column every pixel would cost a line of the cache. So neighbouring columns go down
+// together, sixteen of them, a group, making a line; and a tile of 64 rows at a time, so that the
+// lines are still there when the next group needs what is left of them. The columns of a group lag
+// behind each other by 0 or 1:
 //
-// Blends go straight to the picture. Where it is streamed, or takes three bytes a pixel, they
-// gather in a tile and leave for the picture a line at a time; what does not fill a line waits in
-// front of the next strip.
+//      source rows     columns 0123 4567 …     lags 1100 2211 …
+//            k - 1             aa.. ....       In the tile's first row, columns 0 and 1 blend the
+//            k                 AAbb cc..       pixels A with a, columns 2 and 3 B with b, and so
+//            k + 1             ..BB CCdd       on: each its source pixel with the one above.
+//            k + 2             .... ..DD
+//
+// A lane, four columns, is loaded from the row that the least of its lags names. A column that lags
+// one to three rows more takes its pixel from the vectors that follow; these few stay in registers
+// from one row of the tile to the next, and only one new vector is loaded for each.
+//
+// Pixels come from the source's rows themselves. Where some of these are missing, at the picture's
+// edges, and where a group has fewer columns or three-byte pixels, they come from a window: the
+// rows as words, the background standing in. Blends go straight to the target; those of groups with
+// fewer columns, of three-byte pixels and of weights without multipliers go to a buffer first.
 
-#include "transforms/kernels/shear_column_blend_impl.h"
-#include "transforms/kernels/shear_column_groups_impl.h"
-#include "transforms/kernels/shear_formats_impl.h"
-#include "transforms/kernels/shear_kernels.h"
+#include "transforms/kernels/blends_impl.h"
+#include "transforms/kernels/pixels_impl.h"
 
-namespace velpicture::VEL_VARIANT {
+namespace velpicture::VEL_VARIANT_NAME {
 namespace {
 
 constexpr int kTileRows = 64;
-constexpr int kStripPixels = 128;
-constexpr int kTilePitch = kLineBytes + (kStripPixels + kGroupPixels) * 4;
-constexpr int kWindowMargin = kGroupPixels;
-constexpr int kWindowRows = kWindowMargin + kTileRows + 1 + kGroupPixels;
-constexpr int kMaxGroups = 66;  ///< planned at a time: 1024 columns, the first group cut short
+constexpr int kGroupColumns = kLineWords;
+constexpr int kLaneColumns = 4;
+constexpr int kGroupLanes = kGroupColumns / kLaneColumns;
 
-/// One tile of rows of a run of groups.
+/// Neighbouring columns that are blended together, as they lie in every tile. What is missing from
+/// a group repeats its last column.
+struct ColumnGroup {
+  int first;
+  int size;
+  int leastLag;
+  int greatestLag;
+  int laneLags[kGroupLanes];            ///< the least of each lane
+  uint32_t extraLags[kGroupColumns];    ///< what is left to a column's lag: 0 to kMostExtraLag
+  uint16_t multipliers[kGroupColumns];  ///< 0, which leaves the pixel, in lanes without multipliers
+  double weights[kGroupColumns];
+  bool inDoubles[kGroupLanes];  ///< some column of the lane has no multiplier
+
+  bool NeedsDoubles() const { return inDoubles[0] || inDoubles[1] || inDoubles[2] || inDoubles[3]; }
+};
+
+/// The group of at most `limit` columns from `first` on.
+ColumnGroup PlanGroup(const ColumnShear& columns, int first, int limit) {
+  const ShearColumn* const from = columns.columns + first;
+  const int remaining = columns.columnCount - first;
+  ColumnGroup group;
+  group.first = first;
+  group.size = 1;
+  while (group.size < limit && group.size < remaining) {
+    const int64_t step = int64_t{from[group.size].lag} - from[group.size - 1].lag;
+    if (step < -1 || step > 1) break;
+    ++group.size;
+  }
+  group.leastLag = group.greatestLag = from->lag;
+  for (int lane = 0; lane < kGroupLanes; ++lane) {
+    const auto column = [&](int j) {
+      const int at = lane * kLaneColumns + j;
+      return from[at < group.size ? at : group.size - 1];
+    };
+    int least = column(0).lag;
+    int greatest = least;
+    bool inDoubles = false;
+    for (int j = 0; j < kLaneColumns; ++j) {
+      if (column(j).lag < least) least = column(j).lag;
+      if (column(j).lag > greatest) greatest = column(j).lag;
+      inDoubles = inDoubles || column(j).multiplier == kNoMultiplier;
+    }
+    for (int j = 0; j < kLaneColumns; ++j) {
+      const int at = lane * kLaneColumns + j;
+      group.extraLags[at] = static_cast<uint32_t>(column(j).lag - least);
+      group.multipliers[at] = inDoubles ? 0 : column(j).multiplier;
+      group.weights[at] = column(j).weight;
+    }
+    group.laneLags[lane] = least;
+    group.inDoubles[lane] = inDoubles;
+    if (least < group.leastLag) group.leastLag = least;
+    if (greatest > group.greatestLag) group.greatestLag = greatest;
+  }
+  return group;
+}
+
+/// Where lines begin at the same column in all source rows, groups do so too: with rows a power of
+/// two apart, a line shared by two groups would not last from one to the next.
+int FirstGroupLimit(const ColumnShear& columns) {
+  const uint8_t* const* const rows = columns.sourceRows + columns.sourceRowsBegin;
+  if (columns.sourceRowsEnd - columns.sourceRowsBegin < 2 ||
+      columns.formats.source == kPixelRgb24 || (rows[1] - rows[0]) % kLineBytes != 0) {
+    return kGroupColumns;
+  }
+  const int bytes = BytesToLine(rows[0]);
+  return bytes >= 4 ? bytes / 4 : kGroupColumns;
+}
+
+/// A vector's width of columns: the source rows of each lane, and where in these its pixels lie.
+template <class Source>
+struct LaneRows {
+  Words Row(int i) const {
+    const Words pixels =
+        Vector::LoadLanes([&](int lane) { return rows[lane][i] + bytes + lane * 16; });
+    return Vector::Or(Source::Widened(pixels), set);
+  }
+
+  const uint8_t* const* rows[kLanes];
+  intptr_t bytes;
+  Words set;
+  /// Rows to ask for meanwhile, and where in them.
+  const uint8_t* const* ahead;
+  intptr_t aheadBytes;
+};
+
+/// Of each column, the pixel of the row that its extra lag names: flags[i] marks those with i.
+template <int kExtraLag>
+inline Words Merge(const Words* rows, const typename Vector::Flags* flags) {
+  if constexpr (kExtraLag == 0) {
+    return rows[0];
+  } else {
+    return Vector::Select(flags[kExtraLag], rows[kExtraLag], Merge<kExtraLag - 1>(rows, flags));
+  }
+}
+
+template <int kExtraLag, class Target, class Source>
+void BlendRows(const LaneRows<Source>& rows, const typename Vector::Flags* flags,
+               const typename Vector::Weights& weights, uint8_t* const* targetRows,
+               intptr_t targetBytes, int rowCount) {
+  Words held[kExtraLag + 1];
+  for (int i = 0; i <= kExtraLag; ++i) held[i] = rows.Row(i);
+  Words previous = Merge<kExtraLag>(held, flags);
+  for (int t = 0; t < rowCount; ++t) {
+    if (rows.ahead != nullptr) Prefetch(rows.ahead[t], rows.aheadBytes);
+    for (int i = 0; i < kExtraLag; ++i) held[i] = held[i + 1];
+    held[kExtraLag] = rows.Row(t + 1 + kExtraLag);
+    const Words current = Merge<kExtraLag>(held, flags);
+    uint8_t* const to = targetRows[t] + targetBytes;
+    Vector::Store(to, Target::Narrowed(Vector::Blend(current, previous, weights)));
+    // The next group will write here.
+    Prefetch(to, 2 * kLineBytes - 1);
+    previous = current;
+  }
+}
+
+template <class Target, class Source>
+void BlendLanes(const LaneRows<Source>& rows, const ColumnGroup& group, int column,
+                uint8_t* const* targetRows, intptr_t targetBytes, int rowCount) {
+  const Words extraLags = Vector::Load(group.extraLags + column);
+  typename Vector::Flags flags[kMostExtraLag + 1];
+  uint32_t most = 0;
+  for (uint32_t i = 1; i <= kMostExtraLag; ++i) {
+    flags[i] = Vector::Equal(extraLags, Vector::Broadcast(i));
+    if (Vector::IsAny(flags[i])) most = i;
+  }
+  const auto weights = Vector::WeightsOf(group.multipliers + column);
+  switch (most) {
+    case 0:
+      return BlendRows<0, Target>(rows, flags, weights, targetRows, targetBytes, rowCount);
+    case 1:
+      return BlendRows<1, Target>(rows, flags, weights, targetRows, targetBytes, rowCount);
+    case 2:
+      return BlendRows<2, Target>(rows, flags, weights, targetRows, targetBytes, rowCount);
+    default:
+      return BlendRows<3, Target>(rows, flags, weights, targetRows, targetBytes, rowCount);
+  }
+}
+
+/// A run of groups, a tile of rows at a time.
+template <class Source, class Target>
 class ColumnTile {
  public:
   explicit ColumnTile(const ColumnShear& columns)
-      : columns_(columns),
-        set_(SetMask(columns.sourceType, columns.destinationType)),
-        background_(BackgroundFor(columns.background, columns.destinationType)),
-        pixelBytes_(PixelBytes(columns.destinationType)) {
-    for (int t = 0; t < kTileRows; ++t) tileRows_[t] = Row(t);
-    for (int j = 0; j < columns.columnCount; ++j) {
-      const int end = columns.rowCount + columns.delays[j];
-      if (end > sourceRowsEnd_) sourceRowsEnd_ = end;
-    }
+      : columns_(columns), set_(SetBits(columns.formats)) {
+    for (int i = 0; i < kWindowRows; ++i) windowRows_[i] = window_[i];
+    for (int t = 0; t < kTileRows; ++t) blendRows_[t] = blends_[t];
   }
 
-  template <class Source>
   void Shear(const ColumnGroup* groups, int groupCount, int firstRow, int rowCount) {
     firstRow_ = firstRow;
     rowCount_ = rowCount;
-    if (columns_.streaming || columns_.destinationType == kRgb24) {
-      ShearInStrips<Source>(groups, groupCount);
-      return;
-    }
     for (int i = 0; i < groupCount; ++i) {
       const int first = i;
       while (i < groupCount && IsBackground(groups[i])) ++i;
       if (i > first) FillColumns(groups[first].first, groups[i - 1].first + groups[i - 1].size);
-      if (i < groupCount) {
-        ShearStraight<Source>(groups[i], groups[i + 1 < groupCount ? i + 1 : i]);
-      }
+      if (i < groupCount) ShearGroup(groups[i], groups[i + 1 < groupCount ? i + 1 : i]);
     }
   }
 
  private:
-  static constexpr int kLanes = Vector::kBytes / 4;
+  static constexpr int kWindowRows = kTileRows + kGroupColumns + kMostExtraLag;
 
-  uint8_t* DestinationPixel(int t, int column) const {
-    return columns_.destinationRows[firstRow_ + t] + column * pixelBytes_;
+  uint8_t* TargetPixel(int t, int column) const {
+    return columns_.targetRows[firstRow_ + t] + column * Target::kBytes;
   }
 
-  /// Where a tile row's strip begins. What waits for the rest of its line lies in front.
-  uint8_t* Row(int t) { return tile_ + t * kTilePitch + kLineBytes; }
+  // A group's source rows: the row above its first pixels, and one behind its last.
+  int BeginRow(const ColumnGroup& group) const { return firstRow_ + group.leastLag - 1; }
+  int EndRow(const ColumnGroup& group) const { return firstRow_ + rowCount_ + group.greatestLag; }
 
-  template <class Source>
-  void ShearStraight(const ColumnGroup& group, const ColumnGroup& next) {
-    if (group.IsWhole()) {
-      BlendToRows<Source>(group, next, {columns_.destinationRows + firstRow_, group.first * 4});
-      return;
-    }
-    BlendToRows<Source>(group, next, {tileRows_, 0});
-    for (int t = 0; t < rowCount_; ++t) {
-      CopyOut(DestinationPixel(t, group.first), Row(t), group.size * 4, false);
-    }
-  }
-
-  template <class Source>
-  void ShearInStrips(const ColumnGroup* groups, int groupCount) {
-    const ColumnGroup& last = groups[groupCount - 1];
-    const int end = last.first + last.size;
-    Begin(groups[0].first, end);
-    int stripStart = groups[0].first;
-    for (int i = 0; i < groupCount; ++i) {
-      const ColumnGroup& group = groups[i];
-      const int place = group.first - stripStart;
-      if (!IsBackground(group)) {
-        BlendToRows<Source>(group, groups[i + 1 < groupCount ? i + 1 : i], {tileRows_, place * 4});
-        if (place < filledPixels_) filledPixels_ = place;
-      } else if (place + kGroupPixels > filledPixels_) {
-        FillTile(place);
-      }
-      const int next = group.first + group.size;
-      if (next == end || next - stripStart + kGroupPixels > kStripPixels) {
-        WriteStrip(stripStart, next - stripStart);
-        stripStart = next;
-      }
-    }
-    for (int t = 0; t < rowCount_; ++t) {
-      CopyPart(DestinationPixel(t, end) - waiting_[t], Row(t) - waiting_[t], waiting_[t]);
-    }
-  }
-
-  /// Lines at both ends are written through the cache, and streams wait behind one that is missing
-  /// there.
-  void Begin(int first, int end) {
-    filledPixels_ = 0;
-    for (int t = 0; t < rowCount_; ++t) {
-      waiting_[t] = 0;
-      Prefetch(DestinationPixel(t, first));
-      Prefetch(DestinationPixel(t, end) - 1);
-    }
-  }
-
-  /// Whether a group shows nothing but background.
   bool IsBackground(const ColumnGroup& group) const {
-    const uint8_t* const* const rows = columns_.sourceRows + firstRow_;
-    for (int i = group.leastDelay - 1; i < rowCount_ + group.greatestDelay; ++i) {
-      if (rows[i] != nullptr) return false;
-    }
-    return true;
+    return EndRow(group) <= columns_.sourceRowsBegin || BeginRow(group) >= columns_.sourceRowsEnd;
   }
 
-  /// Fills a group's place in the tile.
-  void FillTile(int place) {
-    alignas(kLineBytes) uint8_t line[kLineBytes];
-    for (int b = 0; b < kLineBytes; b += 4) StoreWord(line + b, background_);
-    if (columns_.destinationType == kConsole) WordsToPixels(line, kGroupPixels, kConsole);
-    for (int t = 0; t < rowCount_; ++t) StoreLine<false>(Row(t) + place * 4, line);
-    if (place <= filledPixels_) filledPixels_ = place + kGroupPixels;
-  }
-
-  /// Fills columns of the picture.
-  void FillColumns(int first, int end) {
+  void FillColumns(int first, int end) const {
     for (int t = 0; t < rowCount_; ++t) {
-      FillPixels<false>(DestinationPixel(t, first), end - first, background_,
-                        columns_.destinationType);
+      FillPixels<Target>(TargetPixel(t, first), end - first, columns_.background);
     }
   }
 
-  /// The group's source rows, from the one on by which its least delay leads the tile.
-  const uint8_t* const* SourceRows(const ColumnGroup& group) const {
-    return columns_.sourceRows + firstRow_ + group.leastDelay - 1;
-  }
-  /// How many of them its columns lie across.
-  int SourceRowCount(const ColumnGroup& group) const {
-    return rowCount_ + 1 + group.greatestDelay - group.leastDelay;
-  }
-
-  /// Blends a group to the tile or, when it is whole, to the picture: pixels of four bytes as they
-  /// are to be, three-byte ones as words. Up to a group of pixels is written.
-  template <class Source>
-  void BlendToRows(const ColumnGroup& group, const ColumnGroup& next, ColumnTarget target) {
-    const bool narrow = columns_.destinationType == kConsole;
-    if (narrow && group.IsWhole()) {
-      BlendGroup<Source, true>(group, next, target);
-      return;
-    }
-    BlendGroup<Source, false>(group, next, target);
-    if (!narrow) return;
-    for (int t = 0; t < rowCount_; ++t) {
-      WordsToPixels(target.rows[t] + target.offset, group.size, kConsole);
-    }
-  }
-
-  /// Blends a group, and asks for the next one's pixels. A vector may reach beyond the group.
-  template <class Source, bool kNarrow>
-  void BlendGroup(const ColumnGroup& group, const ColumnGroup& next, ColumnTarget target) {
+  void ShearGroup(const ColumnGroup& group, const ColumnGroup& next) {
+    const bool isWhole = group.size == kGroupColumns;
+    // A lane may name a few more rows than its columns do.
+    const bool isInside = BeginRow(group) >= columns_.sourceRowsBegin &&
+                          EndRow(group) + kMostExtraLag <= columns_.sourceRowsEnd;
+    const uint8_t* const* const nextRows = columns_.sourceRows + BeginRow(next);
     if constexpr (Source::kBytes == 4) {
-      if (HoldsDirectRows(group)) {
-        BlendDirectly<Source, kNarrow, true>(group, next, target, 0);
-        for (int j = kLanes; j < kGroupPixels; j += kLanes) {
-          BlendDirectly<Source, kNarrow, false>(group, next, target, j);
+      if (isWhole && isInside) {
+        const LaneRows<Source> rows = {{},
+                                       group.first * 4,
+                                       Vector::Broadcast(set_),
+                                       nextRows,
+                                       (next.first + next.size) * 4 - 1};
+        BlendGroup(group, columns_.sourceRows + BeginRow(group), rows);
+        // The next group also lies across rows that have no counterpart here.
+        for (int i = rowCount_; i < EndRow(next) - BeginRow(next); ++i) {
+          Prefetch(nextRows[i], rows.aheadBytes);
         }
         return;
       }
     }
-    LoadWindow<Source>(group, next);
-    const uint8_t* const window = window_ + kWindowMargin * kLineBytes;
-    for (int j = 0; j < group.size; j += kLanes) {
-      BlendColumns<kNarrow>(WindowRows{window + j * 4}, group.steps + j, group.multipliers + j,
-                            {target.rows, target.offset + j * 4}, rowCount_);
-    }
-    if (group.allExact) return;
-    for (int j = 0; j < group.size; ++j) {
-      if (columns_.multipliers[group.first + j] == kNoMultiplier) {
-        BlendColumnInDouble({target.rows, target.offset + j * 4},
-                            LoadWord(window + group.steps[j] * kLineBytes + j * 4),
-                            columns_.lines[group.first + j].weight);
-      }
-    }
+    LoadWindow(group);
+    const LaneRows<WordPixels> rows = {
+        {}, 0, Vector::Broadcast(0), nextRows, (next.first + next.size) * Source::kBytes - 1};
+    BlendGroup(group, windowRows_, rows);
   }
 
-  /// Whether every row that blocks of the group may name is there. Blocks may name a few more rows
-  /// than columns do.
-  bool HoldsDirectRows(const ColumnGroup& group) const {
-    const int end = firstRow_ + rowCount_ + group.greatestDelay + kMostSteps;
-    return group.IsWhole() && end <= sourceRowsEnd_ && SourceRows(group)[0] != nullptr &&
-           columns_.sourceRows[end - 1] != nullptr;
-  }
-
-  /// Columns `first` and on of a group that holds direct rows.
-  template <class Source, bool kNarrow, bool kAhead>
-  void BlendDirectly(const ColumnGroup& group, const ColumnGroup& next, ColumnTarget target,
-                     int first) const {
-    const bool hasNext = firstRow_ + rowCount_ + next.leastDelay + kMostSteps <= sourceRowsEnd_;
-    DirectRows<Source, kAhead> rows;
-    for (int b = 0; b < rows.kVectorBlocks; ++b) {
-      rows.blockRows[b] =
-          columns_.sourceRows + firstRow_ + group.blockDelays[first / kBlockPixels + b] - 1;
-    }
-    rows.bytes = (group.first + first) * 4;
-    rows.set = Vector::Broadcast(set_);
-    rows.nextRows = SourceRows(hasNext ? next : group);
-    rows.nextBytes = (next.first + next.size) * 4 - 1;
-    BlendColumns<kNarrow>(rows, group.steps + first, group.multipliers + first,
-                          {target.rows, target.offset + first * 4}, rowCount_);
-    if (!kAhead || !hasNext) return;
-    // The next group also lies across rows that have no counterpart here.
-    const int nextRowCount = SourceRowCount(next);
-    for (int i = rowCount_ + 1; i < nextRowCount; ++i) rows.PrefetchNext(i);
-  }
-
-  template <class Source>
-  void LoadWindow(const ColumnGroup& group, const ColumnGroup& next) {
-    const int rowCount = SourceRowCount(group);
-    const uint8_t* const* const rows = SourceRows(group);
-    const uint8_t* const* const nextRows = SourceRows(next);
-    const int nextRowCount = SourceRowCount(next);
-    const intptr_t nextEnd = (next.first + next.size) * Source::kBytes - 1;
-    const int bytes = group.first * Source::kBytes;
-    // Rows that a block does not need land in the margins of the window.
-    uint8_t* blocks[kBlocks];
-    for (int b = 0; b < kBlocks; ++b) {
-      const int margin = kWindowMargin + group.leastDelay - group.blockDelays[b];
-      blocks[b] = window_ + margin * kLineBytes + b * kBlockBytes;
-    }
-    const auto set = Vector::Broadcast(set_);
-    const __m128i backgroundBlock = _mm_set1_epi32(static_cast<int>(background_));
+  void LoadWindow(const ColumnGroup& group) {
+    const int begin = BeginRow(group);
+    const int rowCount = EndRow(group) - begin;
     for (int i = 0; i < rowCount; ++i) {
-      const int at = i * kLineBytes;
-      if (i < nextRowCount) {
-        Prefetch(reinterpret_cast<const void*>(reinterpret_cast<intptr_t>(nextRows[i]) + nextEnd));
-      }
-      if (rows[i] == nullptr) {
-        StoreBlocks(blocks, at, [&](int) { return backgroundBlock; });
-        continue;
-      }
-      const uint8_t* const pixels = rows[i] + bytes;
-      alignas(kLineBytes) uint8_t words[kLineBytes];
-      if (group.size == kGroupPixels) {
-        Source::LoadGroup(words, pixels, set);
+      const int row = begin + i;
+      if (row >= columns_.sourceRowsBegin && row < columns_.sourceRowsEnd) {
+        ConvertPixels<Source, WordPixels>(window_[i],
+                                          columns_.sourceRows[row] + group.first * Source::kBytes,
+                                          group.size, columns_.formats);
       } else {
-        LoadWords<Source>(words, pixels, group.size, set_);
+        FillPixels<WordPixels>(window_[i], kGroupColumns, columns_.background);
       }
-      StoreBlocks(blocks, at, [&](int b) {
-        return _mm_load_si128(reinterpret_cast<const __m128i*>(words + b));
-      });
     }
   }
 
-  template <class Block>
-  static void StoreBlocks(uint8_t* const* blocks, int at, Block block) {
-    for (int b = 0; b < kBlocks; ++b) {
-      _mm_store_si128(reinterpret_cast<__m128i*>(blocks[b] + at), block(b * kBlockBytes));
+  /// Blends a group, whose source rows begin at `sourceRows` and are read as `rows` says.
+  template <class From>
+  void BlendGroup(const ColumnGroup& group, const uint8_t* const* sourceRows, LaneRows<From> rows) {
+    const intptr_t groupBytes = rows.bytes;
+    const auto blend = [&](auto target, uint8_t* const* targetRows, intptr_t targetBytes) {
+      for (int j = 0; j < kGroupColumns; j += kVectorWords) {
+        for (int lane = 0; lane < kLanes; ++lane) {
+          rows.rows[lane] = sourceRows + (group.laneLags[j / kLaneColumns + lane] - group.leastLag);
+        }
+        rows.bytes = groupBytes + j * 4;
+        BlendLanes<decltype(target)>(rows, group, j, targetRows, targetBytes + j * 4, rowCount_);
+        rows.ahead = nullptr;
+      }
+    };
+    if (Target::kBytes == 4 && group.size == kGroupColumns && !group.NeedsDoubles()) {
+      return blend(Target{}, columns_.targetRows + firstRow_, group.first * 4);
     }
-  }
-
-  /// Blends a column that still holds its current pixels.
-  void BlendColumnInDouble(ColumnTarget target, uint32_t previous, double weight) const {
+    blend(WordPixels{}, blendRows_, 0);
+    for (int lane = 0; lane < kGroupLanes; ++lane) {
+      if (!group.inDoubles[lane]) continue;
+      const int j = lane * kLaneColumns;
+      uint32_t above[kLaneColumns];
+      for (int i = 0; i < kLaneColumns; ++i) {
+        const int row =
+            group.laneLags[lane] - group.leastLag + static_cast<int>(group.extraLags[j + i]);
+        above[i] = From::Load(sourceRows[row] + groupBytes + (j + i) * 4) |
+                   (Source::kBytes == 4 && sourceRows != windowRows_ ? set_ : 0);
+      }
+      BlendColumnsInDoubles(blends_[0] + j * 4, sizeof blends_[0], rowCount_, above,
+                            group.weights + j);
+    }
     for (int t = 0; t < rowCount_; ++t) {
-      uint8_t* const pixel = target.rows[t] + target.offset;
-      const uint32_t current = LoadWord(pixel);
-      StoreWord(pixel, BlendInDouble(current, previous, weight));
-      previous = current;
-    }
-  }
-
-  void WriteStrip(int first, int size) {
-    const bool packs = columns_.destinationType == kRgb24;
-    if (packs) filledPixels_ = 0;
-    for (int t = 0; t < rowCount_; ++t) {
-      uint8_t* const words = Row(t);
-      if (packs) WordsToPixels(words, size, kRgb24);
-      const int waiting = waiting_[t];
-      uint8_t* const target = DestinationPixel(t, first) - waiting;
-      const int bytes = waiting + size * pixelBytes_;
-      const int rest = (bytes - BytesToLine(target)) & (kLineBytes - 1);
-      const int leaving = bytes > rest ? bytes - rest : 0;
-      CopyOut(target, words - waiting, leaving, columns_.streaming);
-      // The source lies further on, if by less than a line, and is copied from its start: what a
-      // vector writes has been read.
-      StoreLine<false>(words - kLineBytes, words - waiting + bytes - kLineBytes);
-      waiting_[t] = static_cast<uint8_t>(bytes - leaving);
+      ConvertPixels<WordPixels, Target>(TargetPixel(t, group.first), blends_[t], group.size,
+                                        kUnchanged);
     }
   }
 
   const ColumnShear& columns_;
   const uint32_t set_;
-  const uint32_t background_;
-  const int pixelBytes_;
-  int sourceRowsEnd_ = 0;  ///< of the table of source rows
   int firstRow_ = 0;
   int rowCount_ = 0;
-  int filledPixels_ = 0;  ///< of every tile row, from the strip's start on, that are background
-  uint8_t* tileRows_[kTileRows];
-  uint8_t waiting_[kTileRows];  ///< bytes in front of each row's strip
-  alignas(kLineBytes) uint8_t window_[kWindowRows * kLineBytes];
-  alignas(kLineBytes) uint8_t tile_[kTileRows * kTilePitch + kLineBytes];
+  const uint8_t* windowRows_[kWindowRows];
+  uint8_t* blendRows_[kTileRows];
+  alignas(kLineBytes) uint8_t window_[kWindowRows][kLineBytes];
+  alignas(kLineBytes) uint8_t blends_[kTileRows][kLineBytes];
 };
 
 void ShearColumns(const ColumnShear& columns) {
-  VisitSource(columns.sourceType, [&](auto source) {
-    ColumnTile tile(columns);
-    ColumnGroup groups[kMaxGroups];
+  constexpr int kMostGroups = 66;  // Planned at a time: 1024 columns, the first group cut short.
+  VisitKinds(columns.formats, [&](auto source, auto target) {
+    ColumnTile<decltype(source), decltype(target)> tile(columns);
+    ColumnGroup groups[kMostGroups];
     int limit = FirstGroupLimit(columns);
     for (int first = 0; first < columns.columnCount;) {
       int groupCount = 0;
-      while (groupCount < kMaxGroups && first < columns.columnCount) {
-        groups[groupCount] = PlanGroup(columns, first, GroupSize(columns, first, limit));
+      while (groupCount < kMostGroups && first < columns.columnCount) {
+        groups[groupCount] = PlanGroup(columns, first, limit);
         first += groups[groupCount++].size;
-        limit = kGroupPixels;
+        limit = kGroupColumns;
       }
       for (int t = 0; t < columns.rowCount; t += kTileRows) {
         const int remaining = columns.rowCount - t;
-        tile.template Shear<decltype(source)>(groups, groupCount, t,
-                                              remaining < kTileRows ? remaining : kTileRows);
+        tile.Shear(groups, groupCount, t, remaining < kTileRows ? remaining : kTileRows);
       }
     }
   });
-  Vector::Leave();
 }
 
 }  // namespace
-}  // namespace velpicture::VEL_VARIANT
+}  // namespace velpicture::VEL_VARIANT_NAME

@@ -1,7 +1,5 @@
 #include "transforms/kernels/shear_multiplier.h"
 
-#include "transforms/kernels/shear_kernels.h"
-
 namespace velpicture {
 namespace {
 
@@ -46,12 +44,9 @@ Fraction Advanced(Fraction from, Fraction step, int count) {
   return {from.numerator + count * step.numerator, from.denominator + count * step.denominator};
 }
 
-}  // namespace
-
-uint16_t MultiplierByFractions(double weight) {
-  if (weight >= 1.0) return kNoMultiplier;
-  // Down the Stern-Brocot tree, a run of equal turns at a time, to the neighbouring fractions
-  // lower <= weight < upper.
+/// As Multiplier, for weights below 1 and whatever is in doubt. The neighbouring fractions
+/// lower <= weight < upper are found down the Stern-Brocot tree, a run of equal turns at a time.
+uint16_t MultiplierByDoubles(double weight) {
   const ScaledWeight scaled(weight);
   Fraction lower{0, 1};
   Fraction upper{1, 1};
@@ -80,6 +75,45 @@ uint16_t MultiplierByFractions(double weight) {
   if (!IsNeverRounded(weight) && (!lowerDecided || lack < kDoubt)) return kNoMultiplier;
   return static_cast<uint16_t>((lower.numerator * 65536 + lower.denominator - 1) /
                                lower.denominator);
+}
+
+}  // namespace
+
+uint16_t Multiplier(double weight) {
+  if (weight >= 1.0) return kNoMultiplier;
+  // Below this no difference of channels makes a step.
+  if (weight < 1.0 / 256) return 0;
+  // The same way down the tree in whole numbers. The weight is cut to 32 bits, by less than 2^-32,
+  // so that what a fraction with denominator q lacks of it is off by less than q. Of the fractions
+  // below and above, only the denominators are kept, and how far they lie from the weight times
+  // their denominator, in units of 2^-32.
+  const auto fraction = static_cast<uint32_t>(weight * 0x1p32);
+  uint32_t lower = 1, excess = fraction;  // 0/1
+  uint32_t upper = 1, lack = -fraction;   // 1/1
+  constexpr uint32_t kMost = kMaxDifference;
+  const auto advance = [](uint32_t& denominator, uint32_t& distance, uint32_t other,
+                          uint32_t otherDistance, uint32_t count) {
+    if (count > kMost || denominator + count * other > kMost) count = (kMost - denominator) / other;
+    denominator += count * other;
+    distance -= count * otherDistance;
+  };
+  while (lower + upper <= kMost) {
+    if (excess >= lack) {
+      advance(lower, excess, upper, lack, excess / lack);
+    } else if (excess != 0) {
+      advance(upper, lack, lower, excess, (lack - 1) / excess);
+    } else {
+      break;
+    }
+  }
+  if ((excess == 0 && lower > 1) || lack <= kMost) return MultiplierByDoubles(weight);
+  // Between the two lies the upper or the lower of the weight's neighbours among the multiples of
+  // 2^-16: the lower one unless the fraction lies above it.
+  const uint32_t below = fraction >> 16;
+  const uint32_t cut = fraction & 0xFFFF;
+  const uint32_t multiplier = excess < lower * cut ? below + 1 : below;
+  // From 254/255 on every multiplier does the same.
+  return static_cast<uint16_t>(multiplier < 0xFF00 ? multiplier : 0xFF00);
 }
 
 }  // namespace velpicture

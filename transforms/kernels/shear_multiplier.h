@@ -16,9 +16,11 @@
 
 namespace velpicture {
 
+/// Stands in place of a multiplier where none is exact: the products must be formed in double.
+constexpr uint16_t kNoMultiplier = 0xFFFF;
+
 /// The multiplier m for a weight in [0, 1]: |trunc(c·weight − p·weight)| == (|c − p|·m) >> 16 for
-/// all channel values c and p; kNoMultiplier when rounding may decide a blend, and for 1. Decides
-/// every weight, slowly; see shear_multiplier_impl.h for the usual ones.
-uint16_t MultiplierByFractions(double weight);
+/// all channel values c and p; kNoMultiplier when rounding may decide a blend, and for 1.
+uint16_t Multiplier(double weight);
 
 }  // namespace velpicture

@@ -1,0 +1,107 @@
+#pragma once
+
+// Rows of pixels that move. Included inside a variant, see kernels_impl.h.
+//
+// A row goes sixteen pixels at a time, and what is left of it once more with pixels that have gone
+// already: writing them twice costs less than writing few at a time.
+
+#include "transforms/kernels/pixels_impl.h"
+
+namespace velpicture::VEL_VARIANT_NAME {
+namespace {
+
+template <class Source, class Target, bool kReverse>
+struct RowOf {
+  explicit RowOf(const RowMove& move) : row(move), convert(move.formats) {}
+
+  /// Where pixels i to i + count − 1 go.
+  uint8_t* Place(ptrdiff_t i, int count) const {
+    return row.target + (kReverse ? row.count - i - count : i) * Target::kBytes;
+  }
+
+  void MovePixel(ptrdiff_t i) const { convert(Place(i, 1), row.source + i * Source::kBytes); }
+
+  /// Moves pixels i to i + 15. All are loaded before any is stored: loads at the same place of a
+  /// page as stores just before them have to wait.
+  template <bool kStream>
+  void MoveLine(ptrdiff_t i) const {
+    const Line loaded = ConvertedLine(row.source + i * Source::kBytes, convert);
+    Line line;
+    for (int v = 0; v < kLineVectors; ++v) {
+      line.vectors[v] =
+          kReverse ? Vector::Reverse(loaded.vectors[kLineVectors - 1 - v]) : loaded.vectors[v];
+    }
+    uint8_t* const place = Place(i, kLineWords);
+    if constexpr (kStream) {
+      for (int v = 0; v < kLineVectors; ++v) {
+        Vector::Stream(place + v * Vector::kBytes, line.vectors[v]);
+      }
+    } else {
+      StoreLine<Target::kBytes>(place, line);
+    }
+  }
+
+  void Move() const {
+    ptrdiff_t i = 0;
+    if (row.count < kLineWords) {
+      for (; i < row.count; ++i) MovePixel(i);
+      return;
+    }
+    if (Target::kBytes == 4 && row.stores == Stores::kStreaming &&
+        BytesToLine(row.target) % 4 == 0) {
+      if constexpr (Target::kBytes == 4) {
+        MoveLine<false>(0);
+        const int toLine = BytesToLine(kReverse ? Place(0, 0) : row.target) / 4;
+        i = kReverse ? -toLine & (kLineWords - 1) : toLine;
+        for (; i + kLineWords <= row.count; i += kLineWords) MoveLine<true>(i);
+      }
+    } else {
+      for (; i + kLineWords <= row.count; i += kLineWords) {
+        // Where a row ends, the hardware's own foresight ends too.
+        Prefetch(row.source + i * Source::kBytes, row.sourceAhead);
+        Prefetch(Place(i, kLineWords), row.targetAhead);
+        MoveLine<false>(i);
+      }
+    }
+    if (i < row.count) MoveLine<false>(row.count - kLineWords);
+  }
+
+  const RowMove& row;
+  const Conversion<Source, Target> convert;
+};
+
+template <bool kReverse>
+void MoveRow(const RowMove& row) {
+  VisitKinds(row.formats, [&](auto source, auto target) {
+    RowOf<decltype(source), decltype(target), kReverse>(row).Move();
+  });
+}
+
+template <bool kReverse>
+void Exchange(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint8_t* leftAhead,
+              const uint8_t* rightAhead) {
+  uint8_t* other = kReverse ? right + count * 4 : right;
+  for (ptrdiff_t ahead = 0; count >= kLineWords; count -= kLineWords, ahead += kLineBytes) {
+    Prefetch(leftAhead, ahead);
+    Prefetch(rightAhead, ahead);
+    for (int i = 0; i < kLineVectors; ++i) {
+      if constexpr (kReverse) other -= Vector::kBytes;
+      const Words fromLeft = Vector::Load(left);
+      const Words fromRight = Vector::Load(other);
+      Vector::Store(left, kReverse ? Vector::Reverse(fromRight) : fromRight);
+      Vector::Store(other, kReverse ? Vector::Reverse(fromLeft) : fromLeft);
+      if constexpr (!kReverse) other += Vector::kBytes;
+      left += Vector::kBytes;
+    }
+  }
+  for (; count > 0; --count, left += 4) {
+    if constexpr (kReverse) other -= 4;
+    const uint32_t word = LoadWord(left);
+    StoreWord(left, LoadWord(other));
+    StoreWord(other, word);
+    if constexpr (!kReverse) other += 4;
+  }
+}
+
+}  // namespace
+}  // namespace velpicture::VEL_VARIANT_NAME

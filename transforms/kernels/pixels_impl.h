@@ -1,0 +1,217 @@
+#pragma once
+
+// Pixels on their way into and out of words of 8-bit channels (0xAARRGGBB). Included inside a
+// variant, see kernels_impl.h.
+//
+// A kind of pixels is what kernels tell formats apart by: words as they are, console words, whose
+// alpha has 7 bits, and three bytes. A pixel goes from its source's kind to a word, bits are set
+// where alpha is to be opaque, and from the word to its target's kind.
+
+#include "pixels/pixel_types.h"
+#include "transforms/kernels/kernels.h"
+
+namespace velpicture::VEL_VARIANT_NAME {
+namespace {
+
+constexpr uint32_t kOpaque = 0xFF000000;
+constexpr int kLineBytes = 64;  ///< of the cache
+constexpr int kLineWords = kLineBytes / 4;
+constexpr int kLanes = Vector::kBytes / 16;
+constexpr int kVectorWords = Vector::kBytes / 4;
+constexpr int kLineVectors = kLineBytes / Vector::kBytes;
+
+using Words = typename Vector::Type;
+
+inline uint32_t LoadWord(const void* bytes) {
+  uint32_t word;
+  __builtin_memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+inline void StoreWord(void* bytes, uint32_t word) { __builtin_memcpy(bytes, &word, sizeof word); }
+
+/// Asks for the line `offset` bytes from `address`, which may be anywhere, even outside memory.
+inline void Prefetch(const uint8_t* address, intptr_t offset) {
+  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<intptr_t>(address) + offset));
+}
+
+/// Bytes from the address to the next line of the cache.
+inline int BytesToLine(const uint8_t* address) {
+  return static_cast<int>(-reinterpret_cast<uintptr_t>(address) & (kLineBytes - 1));
+}
+
+struct WordPixels {
+  static constexpr int kBytes = 4;
+  static constexpr int kAlphaBits = 8;
+  static uint32_t Load(const uint8_t* pixel) { return LoadWord(pixel); }
+  static void Store(uint8_t* pixel, uint32_t word) { StoreWord(pixel, word); }
+  static Words Widened(Words words) { return words; }
+  static Words Narrowed(Words words) { return words; }
+};
+
+struct ConsolePixels {
+  static constexpr int kBytes = 4;
+  static constexpr int kAlphaBits = 7;
+  static uint32_t Load(const uint8_t* pixel) {
+    const uint32_t word = LoadWord(pixel);
+    return (word & 0x01FFFFFF) | (word << 1 & 0xFE000000);
+  }
+  static void Store(uint8_t* pixel, uint32_t word) {
+    StoreWord(pixel, (word & 0x00FFFFFF) | (word >> 1 & 0x7F000000));
+  }
+  static Words Widened(Words words) { return Vector::WidenAlpha(words); }
+  static Words Narrowed(Words words) { return Vector::NarrowAlpha(words); }
+};
+
+struct RgbPixels {
+  static constexpr int kBytes = 3;
+  static constexpr int kAlphaBits = 0;
+  static uint32_t Load(const uint8_t* pixel) {
+    return static_cast<uint32_t>(pixel[0]) << 16 | static_cast<uint32_t>(pixel[1]) << 8 | pixel[2];
+  }
+  static void Store(uint8_t* pixel, uint32_t word) {
+    pixel[0] = static_cast<uint8_t>(word >> 16);
+    pixel[1] = static_cast<uint8_t>(word >> 8);
+    pixel[2] = static_cast<uint8_t>(word);
+  }
+  static Words Widened(Words words) { return words; }
+  static Words Narrowed(Words words) { return words; }
+};
+
+/// Calls visit with the kind of a format.
+template <class Visitor>
+inline void VisitKind(uint32_t format, Visitor visit) {
+  if (format == kPixelConsole) {
+    visit(ConsolePixels{});
+  } else if (format == kPixelRgb24) {
+    visit(RgbPixels{});
+  } else {
+    visit(WordPixels{});
+  }
+}
+
+template <class Visitor>
+inline void VisitKinds(const FormatPair& formats, Visitor visit) {
+  VisitKind(formats.source, [&](auto source) {
+    VisitKind(formats.target, [&](auto target) { visit(source, target); });
+  });
+}
+
+/// What is to be set in every word on its way: an opaque source's alpha is 255, and where the
+/// target keeps none, 255 is stored.
+inline uint32_t SetBits(const FormatPair& formats) {
+  const bool isOpaque = formats.source == kPixelRgb24 || formats.source == kPixelRgb32 ||
+                        formats.target == kPixelRgb32;
+  return isOpaque ? kOpaque : 0;
+}
+
+/// What pixels go through that are not blended.
+template <class Source, class Target>
+struct Conversion {
+  explicit Conversion(const FormatPair& formats)
+      : set(SetBits(formats)), bits(Vector::Broadcast(kKeepsAlpha ? 0x7FFFFFFF : set)) {}
+
+  /// Words as loaded, three-byte pixels widened.
+  Words operator()(Words loaded) const {
+    if constexpr (kKeepsAlpha) return Vector::And(loaded, bits);
+    return Target::Narrowed(Vector::Or(Source::Widened(loaded), bits));
+  }
+  void operator()(uint8_t* to, const uint8_t* from) const {
+    Target::Store(to, Source::Load(from) | set);
+  }
+
+  static constexpr bool kKeepsAlpha = Source::kAlphaBits == 7 && Target::kAlphaBits == 7;
+  const uint32_t set;
+  const Words bits;
+};
+
+/// A line's worth of words.
+struct Line {
+  Words vectors[kLineVectors];
+};
+
+/// Sixteen pixels of so many bytes as they are, three-byte ones as words without alpha. Not a byte
+/// more is read.
+template <int kBytes>
+inline Line LoadLine(const uint8_t* pixels) {
+  Line line;
+  for (int i = 0; i < kLineVectors; ++i) {
+    if constexpr (kBytes == 4) {
+      line.vectors[i] = Vector::Load(pixels + i * Vector::kBytes);
+    } else {
+      // Sixteen bytes hold four pixels and four bytes behind them, or the last four and four bytes
+      // in front of them.
+      const Words bytes = Vector::LoadLanes([=](int lane) {
+        const int fours = i * kLanes + lane;
+        return pixels + fours * 12 - (fours == 3 ? 4 : 0);
+      });
+      line.vectors[i] = i + 1 == kLineVectors ? Vector::template WidenRgb<0, 4>(bytes)
+                                              : Vector::template WidenRgb<0, 0>(bytes);
+    }
+  }
+  return line;
+}
+
+/// A vector of pixels of so many bytes; of three-byte ones, four bytes more are written where
+/// kSpills says so.
+template <int kBytes, bool kSpills>
+inline void StoreVector(uint8_t* pixels, Words words) {
+  if constexpr (kBytes == 4) {
+    Vector::Store(pixels, words);
+  } else {
+    Vector::VisitLanes(Vector::NarrowRgb(words), [=](int lane, __m128i bytes) {
+      uint8_t* const to = pixels + lane * 12;
+      if (kSpills || lane + 1 < kLanes) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+        return;
+      }
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(to), bytes);
+      StoreWord(to + 8, static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(bytes, 8))));
+    });
+  }
+}
+
+/// Sixteen pixels of so many bytes. Not a byte more is written.
+template <int kBytes>
+inline void StoreLine(uint8_t* pixels, const Line& line) {
+  for (int i = 0; i + 1 < kLineVectors; ++i) {
+    StoreVector<kBytes, true>(pixels + i * kVectorWords * kBytes, line.vectors[i]);
+  }
+  StoreVector<kBytes, false>(pixels + (kLineWords - kVectorWords) * kBytes,
+                             line.vectors[kLineVectors - 1]);
+}
+
+/// Sixteen pixels, converted.
+template <class Source, class Target>
+inline Line ConvertedLine(const uint8_t* pixels, const Conversion<Source, Target>& convert) {
+  Line line = LoadLine<Source::kBytes>(pixels);
+  for (Words& words : line.vectors) words = convert(words);
+  return line;
+}
+
+/// Converts `count` pixels.
+template <class Source, class Target>
+void ConvertPixels(uint8_t* to, const uint8_t* from, int count, const FormatPair& formats) {
+  const Conversion<Source, Target> convert(formats);
+  int i = 0;
+  for (; i + kLineWords <= count; i += kLineWords) {
+    StoreLine<Target::kBytes>(to + i * Target::kBytes,
+                              ConvertedLine(from + i * Source::kBytes, convert));
+  }
+  for (; i < count; ++i) convert(to + i * Target::kBytes, from + i * Source::kBytes);
+}
+
+/// `count` pixels of one word.
+template <class Target>
+void FillPixels(uint8_t* pixels, int64_t count, uint32_t word) {
+  Line line;
+  for (Words& words : line.vectors) words = Target::Narrowed(Vector::Broadcast(word));
+  int64_t i = 0;
+  for (; i + kLineWords <= count; i += kLineWords) {
+    StoreLine<Target::kBytes>(pixels + i * Target::kBytes, line);
+  }
+  for (; i < count; ++i) Target::Store(pixels + i * Target::kBytes, word);
+}
+
+}  // namespace
+}  // namespace velpicture::VEL_VARIANT_NAME
