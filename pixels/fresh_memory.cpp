@@ -29,12 +29,6 @@ struct Range {
   bool HoldsHugePage() const { return RoundUp(begin, kHugePageBytes) + kHugePageBytes <= end; }
 };
 
-bool IsResident(uintptr_t page) {
-  unsigned char state = 1;
-  // What the kernel does not tell counts as being there.
-  return mincore(reinterpret_cast<void*>(page), kPageBytes, &state) != 0 || (state & 1) != 0;
-}
-
 bool Advise(const Range& pages, int advice) {
   return madvise(reinterpret_cast<void*>(pages.begin), pages.Bytes(), advice) == 0;
 }
@@ -44,8 +38,11 @@ bool Request(const Range& memory) {
   const Range pages = {RoundUp(memory.begin, kPageBytes), memory.end & ~(kPageBytes - 1)};
   if (pages.Bytes() < kLeastBytes) return true;
   const uintptr_t middle = (pages.begin + pages.Bytes() / 2) & ~(kPageBytes - 1);
-  if (IsResident(pages.begin) || IsResident(middle) || IsResident(pages.end - kPageBytes)) {
-    return true;
+  const uintptr_t samples[] = {pages.begin, middle, pages.end - kPageBytes};
+  for (const uintptr_t page : samples) {
+    unsigned char state = 0;
+    if (mincore(reinterpret_cast<void*>(page), kPageBytes, &state) != 0) return false;
+    if ((state & 1) != 0) return true;
   }
   // Where there are no huge pages, small ones still come faster together than one by one.
   if (pages.HoldsHugePage()) Advise(pages, MADV_HUGEPAGE);
