@@ -4,8 +4,6 @@
 
 #include "fuzz/calls.h"
 #include "fuzz/picture_model.h"
-#include "simulator/cairo_storage.h"
-#include "simulator/console_storage.h"
 
 namespace {
 
@@ -46,12 +44,6 @@ bool HasWords(const sim::Picture& picture) {
   return picture.storage->kind() != sim::StorageKind::kNone;
 }
 
-uint32_t* RowOf(const sim::Picture& picture, int y) {
-  return picture.storage->kind() == sim::StorageKind::kConsole
-             ? picture.StorageAs<sim::ConsoleStorage>().Words(y)
-             : picture.StorageAs<sim::CairoStorage>().Words(y);
-}
-
 /// Any words as pixels, also such as no host stores: unused bits set, colours above their alpha.
 void Scribble(sim::Picture& picture, uint32_t seed, int style) {
   std::mt19937 random(seed);
@@ -69,9 +61,9 @@ void Scribble(sim::Picture& picture, uint32_t seed, int style) {
   for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) {
       const sim::Rgba pixel = image.At(x, y);
-      RowOf(picture, y)[x] = static_cast<uint32_t>(pixel.alpha) << 24 |
-                             static_cast<uint32_t>(pixel.red) << 16 |
-                             static_cast<uint32_t>(pixel.green) << 8 | pixel.blue;
+      picture.storage->Words(y)[x] = static_cast<uint32_t>(pixel.alpha) << 24 |
+                                     static_cast<uint32_t>(pixel.red) << 16 |
+                                     static_cast<uint32_t>(pixel.green) << 8 | pixel.blue;
     }
   }
 }

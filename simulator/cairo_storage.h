@@ -28,8 +28,7 @@ class CairoStorage final : public Storage {
   bool GuardsIntact() const override;
   size_t ByteCount() const override { return memory_.size(); }
 
-  /// The raw words of row `y`.
-  uint32_t* Words(int y) const {
+  uint32_t* Words(int y) const override {
     return reinterpret_cast<uint32_t*>(memory_.bytes() + static_cast<size_t>(y) * strideBytes_);
   }
 

@@ -15,10 +15,21 @@ constexpr int kPoisonRows = 4;
 // 20 keeps rows at multiples of 4 and off multiples of 16.
 int GapBytes(RowLayout rows) { return rows == RowLayout::kContiguous ? 0 : 20; }
 
+uint64_t Stride(const StorageRequest& request) {
+  return uint64_t{4} * static_cast<uint32_t>(request.width) + GapBytes(request.rows);
+}
+
+// Slots between the halves of a picture, or after all rows.
+int FreeSlots(const StorageRequest& request) {
+  constexpr int kFreeBytes = 3 * 4096;
+  return request.rows == RowLayout::kHalves ? static_cast<int>(kFreeBytes / Stride(request)) + 1
+                                            : 0;
+}
+
 // Bytes of all rows with their gaps; SIZE_MAX, which no allocation grants, when they are too many.
-size_t TotalBytes(const StorageRequest& request, int gapBytes) {
-  const uint64_t stride = uint64_t{4} * static_cast<uint32_t>(request.width) + gapBytes;
-  const uint64_t total = stride * static_cast<uint32_t>(request.height);
+size_t TotalBytes(const StorageRequest& request) {
+  const uint64_t total =
+      Stride(request) * static_cast<uint64_t>(int64_t{request.height} + FreeSlots(request));
   return total > 0x7FFFFFFF ? SIZE_MAX : static_cast<size_t>(total);
 }
 
@@ -27,6 +38,11 @@ std::vector<int> RowSlots(const StorageRequest& request) {
   std::vector<int> slots(static_cast<size_t>(request.height));
   std::iota(slots.begin(), slots.end(), 0);
   if (request.rows == RowLayout::kReversed) std::reverse(slots.begin(), slots.end());
+  if (request.rows == RowLayout::kHalves) {
+    const int half = request.height / 2;
+    std::rotate(slots.begin(), slots.begin() + (request.height - half), slots.end());
+    for (int y = 0; y < half; ++y) slots[static_cast<size_t>(y)] += FreeSlots(request);
+  }
   if (request.rows == RowLayout::kScattered) {
     // Same pictures, same places: a failure can be repeated.
     std::mt19937 random(static_cast<uint32_t>(request.width * 31 + request.height));
@@ -46,7 +62,7 @@ std::unique_ptr<Storage> ConsoleStorage::Make(const StorageRequest& request) {
 ConsoleStorage::ConsoleStorage(const StorageRequest& request)
     : Storage(request.width, request.height, request.alpha),
       gapBytes_(GapBytes(request.rows)),
-      memory_(request.pool, TotalBytes(request, gapBytes_)) {
+      memory_(request.pool, TotalBytes(request)) {
   if (memory_.bytes() == nullptr) return;
   const size_t stride = static_cast<size_t>(width()) * 4 + static_cast<size_t>(gapBytes_);
   for (const int slot : RowSlots(request)) {
@@ -113,7 +129,7 @@ std::unique_ptr<Storage> UnlockableStorage::Make(const StorageRequest& request) 
 
 UnlockableStorage::UnlockableStorage(const StorageRequest& request)
     : Storage(request.width, request.height, request.alpha),
-      memory_(request.pool, TotalBytes(request, 0)) {}
+      memory_(request.pool, TotalBytes(request)) {}
 
 Rgba* UnlockableStorage::Row(int y) const {
   return reinterpret_cast<Rgba*>(memory_.bytes()) + static_cast<ptrdiff_t>(y) * width();

@@ -21,8 +21,8 @@ class ConsoleStorage final : public Storage {
   bool GuardsIntact() const override;
   size_t ByteCount() const override { return memory_.size(); }
 
-  /// The raw words of row `y`, found through the original row table.
-  uint32_t* Words(int y) const {
+  /// Found through the original row table.
+  uint32_t* Words(int y) const override {
     return reinterpret_cast<uint32_t*>(rows_[static_cast<size_t>(y)]);
   }
   /// What the plugin is handed; tests spoil its words to see them checked.

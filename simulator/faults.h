@@ -1,9 +1,10 @@
 #pragma once
 
 // Faults: failures asked for in advance. A failing call returns null, false or 0 and does nothing
-// else; a failing allocation of the plugin returns null. Calls without a result (unlocks, cache
-// clears) cannot fail, but any call can be told to throw; one without a result does its work first,
-// so that what it gives back is not lost (but locks take nothing).
+// else; a failing allocation of the plugin returns null, failing advice about its pages −1 with
+// EPERM. Calls without a result (unlocks, cache clears) cannot fail, but any call can be told to
+// throw; one without a result does its work first, so that what it gives back is not lost (but
+// locks take nothing).
 
 #include <set>
 #include <string>

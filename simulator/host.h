@@ -71,12 +71,22 @@ struct Recorder {
   std::vector<std::array<uint32_t, 8>> calls;
 };
 
+/// A call by which the plugin asked the kernel about pages.
+struct PageCall {
+  /// As for madvise; kAsk for mincore.
+  int advice;
+  size_t byteCount;
+  static constexpr int kAsk = -1;
+};
+
 /// What the ledger counts besides references.
 struct Ledger {
   int livePictures = 0;
   int borrowedStrings = 0;
   /// Allocations of the plugin's own that are not freed (needs import hooks).
   std::unordered_map<void*, size_t> pluginAllocations;
+  /// In order, refused ones too (needs import hooks).
+  std::vector<PageCall> pageCalls;
 };
 
 class Host {
@@ -122,6 +132,9 @@ class Host {
   /// Checks the guards of all live pictures and memory blocks; stops the process on damage.
   void CheckGuards() const;
   void CheckGuards(const Handle& handle) const;
+  /// Keeps account of a call about these pages; stops the process unless they are a live picture's
+  /// or those of the plugin's own memory. False when the call shall fail.
+  bool AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice);
   /// Exceptions that the plugin raised, in order. Raising one hands its reference to the host.
   std::vector<Ref<Object>> raised;
 

@@ -4,8 +4,8 @@
 #include <elf.h>
 #include <link.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -45,6 +45,34 @@ void HookedFree(void* address) {
   std::free(address);
 }
 
+// Advice about pages: only about pixels, refused by the faults.
+
+constexpr size_t kPageBytes = 4096;
+
+template <class Call>
+int Ask(const char* name, void* begin, size_t byteCount, int advice, Call call) {
+  if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice)) {
+    return call();
+  }
+  errno = EPERM;
+  return -1;
+}
+
+int HookedMadvise(void* begin, size_t byteCount, int advice) {
+  return Ask("madvise", begin, byteCount, advice,
+             [&] { return madvise(begin, byteCount, advice); });
+}
+
+int HookedMincore(void* begin, size_t byteCount, unsigned char* states) {
+  return Ask("mincore", begin, byteCount, PageCall::kAsk, [&] {
+    const int result = mincore(begin, byteCount, states);
+    if (result == 0 && Host::Exists() && Host::Current().settings.pagesMissing) {
+      std::memset(states, 0, (byteCount + kPageBytes - 1) / kPageBytes);
+    }
+    return result;
+  });
+}
+
 // Libraries: logged, and missing where the settings say so.
 
 template <class Find>
@@ -71,6 +99,8 @@ struct Hook {
 const Hook kHooks[] = {{"malloc", reinterpret_cast<void*>(HookedMalloc)},
                        {"calloc", reinterpret_cast<void*>(HookedCalloc)},
                        {"free", reinterpret_cast<void*>(HookedFree)},
+                       {"madvise", reinterpret_cast<void*>(HookedMadvise)},
+                       {"mincore", reinterpret_cast<void*>(HookedMincore)},
                        {"dlopen", reinterpret_cast<void*>(HookedDlopen)},
                        {"dlsym", reinterpret_cast<void*>(HookedDlsym)}};
 
@@ -119,9 +149,8 @@ bool HoldsSymbolAddress(uint32_t relocationType) {
 
 /// Writes one slot of the import table, which the loader has made read-only.
 void Overwrite(uintptr_t slot, void* function) {
-  const auto pageSize = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-  auto* const page = reinterpret_cast<void*>(slot & ~(pageSize - 1));
-  mprotect(page, pageSize, PROT_READ | PROT_WRITE);
+  auto* const page = reinterpret_cast<void*>(slot & ~(kPageBytes - 1));
+  mprotect(page, kPageBytes, PROT_READ | PROT_WRITE);
   std::memcpy(reinterpret_cast<void*>(slot), &function, sizeof function);
 }
 

@@ -1,5 +1,6 @@
 // The host's account: what must be even between two calls of the plugin.
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "simulator/host.h"
@@ -45,6 +46,25 @@ std::string Host::Imbalance() const {
     report("the plugin holds an allocation of " + std::to_string(size) + " bytes");
   }
   return text;
+}
+
+bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice) {
+  const auto first = reinterpret_cast<uintptr_t>(begin);
+  const auto allocated = [&](const auto& block) {
+    const auto address = reinterpret_cast<uintptr_t>(block.first);
+    return first >= address && first - address + byteCount <= block.second;
+  };
+  const auto covered = [&](const auto& handle) {
+    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
+    return picture != nullptr && picture->storage != nullptr &&
+           picture->storage->CoversPages(first, first + byteCount);
+  };
+  if (std::ranges::none_of(ledger.pluginAllocations, allocated) &&
+      std::ranges::none_of(handles_, covered)) {
+    Misuse(std::string(name) + " names pages that hold no pixels");
+  }
+  ledger.pageCalls.push_back({advice, byteCount});
+  return !faults.Fails(name);
 }
 
 bool Host::GuardsIntact(const Handle& handle) {

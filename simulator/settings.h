@@ -17,8 +17,9 @@ enum class AppKind { kUnknown, kConsole, kWeb, kDesktop };
 enum class StorageKind { kNone, kConsole, kCairo, kGdk };
 
 /// How a console picture's rows lie in memory. All but kContiguous have guard bytes between rows;
-/// kScattered also puts them out of order, at addresses that are multiples of 4 only.
-enum class RowLayout { kContiguous, kPadded, kReversed, kScattered };
+/// kScattered also puts them out of order, at addresses that are multiples of 4 only; kHalves puts
+/// the lower half of the picture before the upper one, with more than a page between them.
+enum class RowLayout { kContiguous, kPadded, kReversed, kScattered, kHalves };
 
 struct Settings {
   /// Reported by "REALGetRBVersion". Below 2012.0 the host expects one unlock for a failed lock.
@@ -46,6 +47,9 @@ struct Settings {
   /// For benchmarks: memory of released pictures is kept for the next picture of the same size,
   /// and new pictures are not filled.
   bool warmMemory = false;
+  /// The plugin is told that no page it asks about is there yet, whatever the kernel says (needs
+  /// import hooks).
+  bool pagesMissing = false;
   /// The destructor of the host then tolerates an imbalance, which otherwise stops the process.
   bool allowLeaks = false;
 };

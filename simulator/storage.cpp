@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 #include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
@@ -24,6 +25,8 @@ Kind kinds[] = {{0, UnlockableStorage::Make, nullptr},
                 {kStorageCairoContext, nullptr, InstallCairoStorage},
                 {kStorageGdkDrawable, nullptr, InstallGdkStorage}};
 
+constexpr uintptr_t kPageBytes = 4096;
+
 Kind& KindOf(StorageKind kind) { return kinds[static_cast<size_t>(kind)]; }
 
 }  // namespace
@@ -36,6 +39,25 @@ bool IsNativeType(int type) {
 std::string InstallStorage(StorageKind kind) {
   const auto install = KindOf(kind).install;
   return install == nullptr ? "" : install();
+}
+
+bool Storage::CoversPages(uintptr_t begin, uintptr_t end) const {
+  if (Words(0) == nullptr) return false;
+  const auto pageOf = [begin](uintptr_t address) { return (address - begin) / kPageBytes; };
+  std::vector<bool> holdsWords(begin < end ? pageOf(end - 1) + 1 : 0);
+  uintptr_t first = UINTPTR_MAX, last = 0;
+  for (int y = 0; y < height_; ++y) {
+    const auto row = reinterpret_cast<uintptr_t>(Words(y));
+    const uintptr_t rowEnd = row + size_t{4} * static_cast<size_t>(width_);
+    first = std::min(first, row);
+    last = std::max(last, rowEnd);
+    if (rowEnd <= begin || row >= end) continue;
+    const auto pages = holdsWords.begin();
+    std::fill(pages + pageOf(std::max(row, begin)), pages + pageOf(std::min(rowEnd, end) - 1) + 1,
+              true);
+  }
+  return begin >= first && end <= last &&
+         std::find(holdsWords.begin(), holdsWords.end(), false) == holdsWords.end();
 }
 
 void SetStorageFactory(StorageKind kind, StorageFactory factory) { KindOf(kind).factory = factory; }

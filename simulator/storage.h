@@ -5,6 +5,7 @@
 // as long as its picture; references, locks and the ledger are the picture's affair.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -37,6 +38,12 @@ class Storage {
   /// premultiplied colours, no alpha).
   virtual void ReadRow(int y, Rgba* out) const = 0;
   virtual void WriteRow(int y, const Rgba* in) = 0;
+
+  /// The raw 32-bit words of row `y`; null where the pixels are none.
+  virtual uint32_t* Words(int) const { return nullptr; }
+  /// True when the whole pages from `begin` to `end` lie between the first of the words and the
+  /// last, and each holds some.
+  bool CoversPages(uintptr_t begin, uintptr_t end) const;
 
   /// False once somebody wrote outside the pixels: a fence, row padding, a gap between rows.
   virtual bool GuardsIntact() const = 0;

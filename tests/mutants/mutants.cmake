@@ -48,3 +48,10 @@ mutant(forgotten_carry
   FROM [[Rgba previous = load(-1 - int64_t{row.offset});]]
   TO [[Rgba previous = background;]]
   TESTS corpus)
+
+# The page that a picture's first pixels share with whatever lies before them is not the picture's.
+mutant(first_page_of_others
+  FILE pixels/fresh_memory.cpp
+  FROM [[{RoundUp(memory.begin, kPageBytes), memory]]
+  TO [[{memory.begin & ~(kPageBytes - 1), memory]]
+  TESTS Storages/FreshMemory.IsAskedForWhereItIsMissing/Console)

@@ -2,9 +2,6 @@
 
 #include <cmath>
 
-#include "simulator/cairo_storage.h"
-#include "simulator/console_storage.h"
-
 namespace model {
 
 Format FormatOf(sim::StorageKind kind, bool alpha) {
@@ -25,10 +22,8 @@ Raster Raster::Of(const sim::Picture& picture) {
       uint32_t& word = raster.Word(x, y);
       if (format == Format::kBytes) {
         word = p.red | uint32_t{p.green} << 8 | uint32_t{p.blue} << 16;
-      } else if (format == Format::kConsole) {
-        word = picture.StorageAs<sim::ConsoleStorage>().Words(y)[x];
       } else {
-        word = picture.StorageAs<sim::CairoStorage>().Words(y)[x];
+        word = picture.storage->Words(y)[x];
       }
     }
   }

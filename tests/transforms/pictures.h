@@ -72,10 +72,7 @@ inline sim::Ref<sim::Picture> RandomPicture(sim::Host& host, const PictureSetup&
   }
   auto picture = host.MakePicture(image, {setup.source, setup.alpha, setup.rows});
   for (int i = 0; i < width * height && setup.source != sim::StorageKind::kGdk; ++i) {
-    uint32_t* const row = setup.source == sim::StorageKind::kConsole
-                              ? picture->StorageAs<sim::ConsoleStorage>().Words(i / width)
-                              : picture->StorageAs<sim::CairoStorage>().Words(i / width);
-    row[i % width] = static_cast<uint32_t>(random());
+    picture->storage->Words(i / width)[i % width] = static_cast<uint32_t>(random());
   }
   return picture;
 }

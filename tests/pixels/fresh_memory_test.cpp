@@ -1,0 +1,125 @@
+// Fresh memory: what the kernel is asked about the pages of new pictures. That every such call
+// names pages of pixels only is the simulated host's to check: it stops the process otherwise.
+
+#include <algorithm>
+#include <cerrno>
+
+#include "tests/transforms/pictures.h"
+
+namespace {
+
+using sim::AppKind;
+using sim::PageCall;
+using sim::RowLayout;
+using sim::StorageKind;
+
+constexpr int kPopulateWrite = 23;
+constexpr size_t kPageBytes = 4096;
+// Half of these pixels are a large block too.
+constexpr int kWidth = 601, kHeight = 603;
+
+struct FreshCase : PictureSetup {
+  /// Ranges of a new picture that are long enough to be asked for.
+  size_t ranges;
+};
+
+void PrintTo(const FreshCase& each, std::ostream* out) { *out << each.name; }
+
+FreshCase Console(const char* name, RowLayout rows, size_t ranges) {
+  return {{name, AppKind::kConsole, StorageKind::kConsole, StorageKind::kConsole, false, rows},
+          ranges};
+}
+
+FreshCase Desktop(const char* name, StorageKind kind, bool alpha, int extraStride, size_t ranges) {
+  return {{name, AppKind::kDesktop, kind, kind, alpha, RowLayout::kContiguous, extraStride},
+          ranges};
+}
+
+const FreshCase kCases[] = {
+    Console("Console", RowLayout::kContiguous, 1),
+    Console("ConsolePadded", RowLayout::kPadded, 1),
+    Console("ConsoleReversed", RowLayout::kReversed, 1),
+    Console("ConsoleScattered", RowLayout::kScattered, 0),
+    Console("ConsoleHalves", RowLayout::kHalves, 2),
+    Desktop("Cairo", StorageKind::kCairo, false, 0, 1),
+    Desktop("CairoOddStride", StorageKind::kCairo, true, 12, 1),
+    Desktop("CairoPagesBetweenRows", StorageKind::kCairo, true, 8204, 0),
+    Desktop("Gdk", StorageKind::kGdk, false, 0, 1),
+};
+
+const struct {
+  const char* method;
+  std::vector<sim::Argument> arguments;
+  size_t newPictures;
+} kCalls[] = {
+    {"VMirrorVel", {}, 1}, {"Rotate90Vel", {}, 1}, {"RotateVel", {30.0, sim::Color{}}, 3}};
+
+struct Outcome {
+  sim::Image image;
+  std::vector<PageCall> calls;
+  int error;
+
+  size_t Count(int advice) const { return std::ranges::count(calls, advice, &PageCall::advice); }
+};
+
+class FreshMemory : public testing::TestWithParam<FreshCase> {
+ protected:
+  void SetUp() override {
+    if (const std::string why = Install(GetParam()); !why.empty()) GTEST_SKIP() << why;
+  }
+
+  static Outcome Run(const auto& call, bool fresh, const char* failing = "", int divisor = 1) {
+    sim::Settings settings = GetParam().Settings(2012.0);
+    settings.pagesMissing = fresh;
+    settings.warmMemory = fresh;  // New pictures are not filled.
+    Session session(settings);
+    session.host.faults.failing = {failing};
+    std::mt19937 random(1);
+    const auto source =
+        RandomPicture(session.host, GetParam(), kWidth / divisor, kHeight / divisor, random);
+    errno = 0;
+    const auto result = session.plugin.Call(call.method, source.get(), call.arguments);
+    const int error = errno;
+    EXPECT_EQ(session.host.Imbalance(), "");
+    return {result.picture->Read(), session.host.ledger.pageCalls, error};
+  }
+};
+
+TEST_P(FreshMemory, IsAskedForWhereItIsMissing) {
+  const bool ownBuffers = GetParam().target == StorageKind::kGdk;
+  const size_t most = size_t{kWidth} * kHeight * (ownBuffers ? 3 : 4);
+  for (const auto& call : kCalls) {
+    SCOPED_TRACE(call.method);
+    const Outcome fresh = Run(call, true), filled = Run(call, false);
+    EXPECT_EQ(fresh.image.pixels, filled.image.pixels);
+    size_t asked = 0;
+    for (const PageCall& each : fresh.calls) {
+      if (each.advice == kPopulateWrite) asked += each.byteCount;
+    }
+    // All but what lies in pages that the ends of a range share with others.
+    const size_t ranges = GetParam().ranges, least = most - 2 * kPageBytes * ranges;
+    EXPECT_GE(asked, ranges == 0 ? 0 : call.newPictures * least);
+    // The host fills its pictures, nobody the plugin's own buffers.
+    EXPECT_EQ(filled.Count(PageCall::kAsk) == filled.calls.size(), !ownBuffers);
+    EXPECT_TRUE(Run(call, true, "", 6).calls.empty()) << "a small picture";
+  }
+}
+
+TEST_P(FreshMemory, IsAskedForOnceWhereTheKernelRefuses) {
+  for (const auto& call : kCalls) {
+    const Outcome granted = Run(call, true);
+    for (const auto& [failing, refusedCall] :
+         {std::pair("mincore", PageCall::kAsk), {"madvise", kPopulateWrite}}) {
+      SCOPED_TRACE(std::string(call.method) + " without " + failing);
+      const Outcome refused = Run(call, true, failing);
+      EXPECT_EQ(refused.image.pixels, granted.image.pixels);
+      EXPECT_NE(refused.error, EPERM);
+      EXPECT_EQ(refused.Count(refusedCall), GetParam().ranges == 0 ? 0 : call.newPictures);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Storages, FreshMemory, testing::ValuesIn(kCases),
+                         testing::PrintToStringParamName());
+
+}  // namespace
