@@ -9,15 +9,16 @@ constexpr const char* kDrawnByHost = "drawn by the simulated host, whose time th
 constexpr const char* kNoPixels = "touches no pixel";
 
 constexpr MethodCase kMethods[] = {
-    {"RotateVel(30)", Work::kRotate, false, 30},
+    {"RotateVel(30)", Work::kRotate, false, 30, "", Sizes::kAll},
+    {"RotateVel(29)", Work::kRotate, false, 29, "", Sizes::kSmall},
     {"RotateVel(20)", Work::kRotate, false, 20},
     {"RotateVel(-7)", Work::kRotate, false, -7},
-    {"Rotate90Vel", Work::kQuarterLeft},
+    {"Rotate90Vel", Work::kQuarterLeft, false, 0, "", Sizes::kAll},
     {"Rotate180Vel", Work::kHalfTurn},
     {"Rotate270Vel", Work::kQuarterRight},
     {"MirrorVel", Work::kHalfTurn},
     {"VMirrorVel", Work::kFlip},
-    {"HMirrorVel", Work::kMirror},
+    {"HMirrorVel", Work::kMirror, false, 0, "", Sizes::kAll},
     {"MirrorPictureVel", Work::kHalfTurn, true},
     {"VMirrorPictureVel", Work::kFlip, true},
     {"HMirrorPictureVel", Work::kMirror, true},
@@ -34,14 +35,17 @@ constexpr StorageCase kStorages[] = {
     {"three-byte", sim::AppKind::kDesktop, sim::StorageKind::kGdk, false, 3},
 };
 
-// The third because the strides of real pictures are multiples of 4 bytes and no more, the last
-// because its rows lie a power of two apart, where cache sets collide.
-constexpr Size kSizes[] = {{512, 512}, {1920, 1080}, {4001, 2999}, {4096, 4096}};
-constexpr size_t kQuickSizes = 2;
+// The last but one because the strides of real pictures are multiples of 4 bytes and no more, the
+// last because its rows lie a power of two apart, where cache sets collide.
+constexpr Size kSizes[] = {{32, 32},     {128, 128},   {256, 256},  {512, 512},
+                           {1920, 1080}, {4001, 2999}, {4096, 4096}};
+constexpr Size kQuickSizes[] = {{32, 32}, {512, 512}, {1920, 1080}};
 
-// Pictures that can only be copied out refuse to be changed in place.
-bool Applies(const MethodCase& method, const StorageCase& storage) {
-  return !method.inPlace || storage.kind != sim::StorageKind::kGdk;
+bool Applies(const MethodCase& method, const StorageCase& storage, Size size) {
+  // Pictures that can only be copied out refuse to be changed in place.
+  if (method.inPlace && storage.kind == sim::StorageKind::kGdk) return false;
+  if (method.sizes == Sizes::kLarge) return !IsSmall(size);
+  return method.sizes == Sizes::kAll || size.width <= 512;
 }
 
 }  // namespace
@@ -60,12 +64,12 @@ std::vector<Group> SelectGroups(bool quick, const std::regex& filter) {
   std::vector<Group> groups;
   // All fresh ones first: a heap that has kept large blocks once goes on handing them out.
   for (const Condition condition : {Condition::kFresh, Condition::kWarm}) {
-    for (const Size& size : std::span(kSizes).first(quick ? kQuickSizes : std::size(kSizes))) {
+    for (const Size& size : quick ? std::span<const Size>(kQuickSizes) : kSizes) {
       for (const StorageCase& storage : kStorages) {
         Group group = {&storage, size, condition, {}};
         for (const MethodCase& method : kMethods) {
           const std::string row = std::string(method.call) + "/" + NameOf(group);
-          if (Applies(method, storage) && std::regex_search(row, filter)) {
+          if (Applies(method, storage, size) && std::regex_search(row, filter)) {
             group.methods.push_back(&method);
           }
         }

@@ -16,6 +16,9 @@ struct Size {
   int height;
 };
 
+/// Icons and thumbnails, which only some methods are measured on.
+inline bool IsSmall(Size size) { return size.width < 512; }
+
 /// kFresh: each new picture is allocated anew, so that everybody pays for page faults. kWarm:
 /// picture memory is recycled.
 enum class Condition { kFresh, kWarm };
@@ -23,6 +26,9 @@ enum class Condition { kFresh, kWarm };
 /// What a method does, as far as other libraries can do it too. Turns to the left are
 /// counter-clockwise.
 enum class Work { kMirror, kFlip, kHalfTurn, kQuarterLeft, kQuarterRight, kRotate, kOwn };
+
+/// From 512 × 512 on, up to there, or all.
+enum class Sizes { kLarge, kSmall, kAll };
 
 struct MethodCase {
   /// As the host's language writes it.
@@ -32,6 +38,7 @@ struct MethodCase {
   double angleDegrees = 0;
   /// What has to be known about our own figure.
   const char* note = "";
+  Sizes sizes = Sizes::kLarge;
 };
 
 struct StorageCase {

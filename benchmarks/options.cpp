@@ -20,7 +20,9 @@ constexpr const char* kExamples =
     "  velbench --json figures.json --plot figures.png\n";
 
 void CheckFiles(const Options& options) {
-  if (!options.json.empty()) velhost::CheckOutputPath(options.json);
+  for (const std::string& file : {options.json, options.markdown}) {
+    if (!file.empty()) velhost::CheckOutputPath(file);
+  }
   if (options.plot.empty()) return;
   velhost::CheckImageName(options.plot);
   velhost::CheckOutputPath(options.plot);
@@ -36,6 +38,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.get_formatter()->column_width(32);
   app.add_flag("--quick", options.quick, "the smaller sizes, fewer repetitions");
   app.add_option("--json", options.json, "file to write the figures to")->type_name("FILE");
+  app.add_option("--markdown", options.markdown, "file to write the tables of docs/speed.md to")
+      ->type_name("FILE");
   app.add_option("--plot", options.plot, "picture to draw them into (.png)")->type_name("FILE");
   app.add_option("--kernels", options.kernels, "pixel kernels to use: plain, sse2, avx2, avx512")
       ->type_name("NAME");

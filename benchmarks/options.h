@@ -11,6 +11,7 @@ namespace velbench {
 struct Options {
   bool quick = false;
   std::string json;
+  std::string markdown;
   std::string plot;
   std::string kernels;
   std::regex filter;

@@ -10,7 +10,8 @@ namespace {
 using velhost::DrawText;
 using velhost::FillRectangle;
 
-constexpr int kWidth = 960, kLeft = 180, kRight = 940, kTop = 96, kRowHeight = 26, kDot = 10;
+constexpr int kWidth = 960, kLeft = 180, kRight = 940, kTop = 108, kDot = 10, kLane = kDot + 2;
+constexpr int kRowGap = 14;
 constexpr int kTextHeight = 8;
 constexpr sim::Rgba kInk = {40, 40, 40}, kGrid = {225, 225, 225};
 constexpr sim::Rgba kOurs = {214, 39, 40};
@@ -19,9 +20,9 @@ constexpr sim::Rgba kPeerColors[] = {{31, 119, 180},  {255, 127, 14}, {44, 160, 
 
 // What the picture shows: one size, storage and condition.
 std::vector<const Row*> RowsToShow(const Report& report) {
-  const auto pixels = [](const Row& row) { return int64_t{row.size.width} * row.size.height; };
-  const auto rank = [&](const Row& row) {
-    return std::pair(row.condition == Condition::kWarm, pixels(row));
+  const auto rank = [](const Row& row) {
+    const double screens = double(row.size.width) * row.size.height / (1920 * 1080);
+    return std::pair(row.condition == Condition::kFresh, -std::abs(std::log2(screens)));
   };
   const Row& best = *std::max_element(report.rows.begin(), report.rows.end(),
                                       [&](auto& a, auto& b) { return rank(a) < rank(b); });
@@ -78,6 +79,41 @@ void DrawDot(velhost::Image& image, int centreX, int centreY, sim::Rgba color) {
   FillRectangle(image, centreX - kDot / 2, centreY - kDot / 2, kDot, kDot, color);
 }
 
+struct Marker {
+  int x;
+  sim::Rgba color;
+  int lane = 0;
+};
+
+/// Markers that would hide one another lie in lanes of their own.
+std::vector<Marker> Markers(const Row& row, const Axis& axis) {
+  std::vector<Marker> markers;
+  const auto add = [&](const Figure& figure, sim::Rgba color) {
+    if (const auto times = Times(figure, row)) markers.push_back({axis.PlaceOf(*times), color});
+  };
+  add(row.ours, kOurs);
+  for (size_t i = 0; i < row.peers.size(); ++i) {
+    add(row.peers[i], kPeerColors[i % std::size(kPeerColors)]);
+  }
+  std::stable_sort(markers.begin(), markers.end(),
+                   [](const Marker& a, const Marker& b) { return a.x < b.x; });
+  std::vector<int> ends;  // of each lane, so far
+  for (Marker& marker : markers) {
+    const auto lane =
+        std::find_if(ends.begin(), ends.end(), [&](int end) { return end < marker.x; });
+    marker.lane = static_cast<int>(lane - ends.begin());
+    if (lane == ends.end()) ends.push_back(0);
+    ends[static_cast<size_t>(marker.lane)] = marker.x + kDot;
+  }
+  return markers;
+}
+
+int LaneCount(const std::vector<Marker>& markers) {
+  int count = 1;
+  for (const Marker& marker : markers) count = std::max(count, marker.lane + 1);
+  return count;
+}
+
 void DrawLegend(velhost::Image& image, const Report& report) {
   int x = kLeft;
   const auto entry = [&](const std::string& name, sim::Rgba color) {
@@ -95,7 +131,9 @@ void DrawLegend(velhost::Image& image, const Report& report) {
 
 velhost::Image Plot(const Report& report) {
   const std::vector<const Row*> rows = RowsToShow(report);
-  const int height = kTop + static_cast<int>(rows.size()) * kRowHeight + kRowHeight;
+  const Axis axis(rows);
+  int height = kTop + kRowGap;
+  for (const Row* const row : rows) height += LaneCount(Markers(*row, axis)) * kLane + kRowGap;
   velhost::Image image(kWidth, height, {255, 255, 255});
   if (rows.empty()) return image;
   const Row& first = *rows.front();
@@ -103,22 +141,19 @@ velhost::Image Plot(const Report& report) {
            "Times as long as memcpy of the source: " + NameOf(first.size) + ", " +
                first.storage->name + ", " + NameOf(first.condition) + ", " + report.kernels,
            kInk);
-  DrawText(image, 16, 34, 1, report.machine.caveat, kOurs);
-  const Axis axis(rows);
+  DrawText(image, 16, 36, 1, "Lower is better: the further to the left, the faster.", kInk);
+  DrawText(image, kLeft * 2, 36, 1, report.machine.caveat, kOurs);
   axis.Draw(image);
   DrawLegend(image, report);
-  int y = kTop + kRowHeight / 2;
+  int y = kTop;
   for (const Row* const row : rows) {
-    DrawText(image, 16, y - kTextHeight / 2, 1, row->method->call, kInk);
-    const auto dot = [&](const Figure& figure, sim::Rgba color) {
-      const auto times = Times(figure, *row);
-      if (times) DrawDot(image, axis.PlaceOf(*times), y, color);
-    };
-    for (size_t i = 0; i < row->peers.size(); ++i) {
-      dot(row->peers[i], kPeerColors[i % std::size(kPeerColors)]);
+    const std::vector<Marker> markers = Markers(*row, axis);
+    const int lanes = LaneCount(markers);
+    DrawText(image, 16, y + (lanes * kLane - kTextHeight) / 2, 1, row->method->call, kInk);
+    for (const Marker& marker : markers) {
+      DrawDot(image, marker.x, y + marker.lane * kLane + kLane / 2, marker.color);
     }
-    dot(row->ours, kOurs);
-    y += kRowHeight;
+    y += lanes * kLane + kRowGap;
   }
   return image;
 }

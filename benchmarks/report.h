@@ -1,6 +1,7 @@
 #pragma once
 
-// What was measured, and its three forms: a table that grows as rows come in, JSON, and a picture.
+// What was measured, and its forms: a table that grows as rows come in, JSON, the tables of the
+// documentation, and a picture.
 // All figures are nanoseconds per pixel of the source.
 
 #include <map>
@@ -44,9 +45,9 @@ class Table {
  public:
   /// Prints what the figures are and the columns' names.
   explicit Table(const Report& report);
+  /// Begins a group: its name, then its rows, then what the marks beside its figures stand for.
   void PrintGroup(const Group& group);
   void PrintRow(const Row& row);
-  /// What the marks beside the figures stand for.
   void PrintNotes() const;
 
  private:
@@ -55,10 +56,18 @@ class Table {
   std::map<std::string, char> marks_;
 };
 
+/// A figure as a person reads it: three digits that count.
+std::string Digits(double value);
+
 std::string ToJson(const Report& report);
 
-/// The largest pictures' warm rows (of the first storage that has such): how many times as long as
-/// copying the pixels each column took.
+/// Our own figures as tables in Markdown, fresh ones first, a column for each size: small pictures
+/// in nanoseconds a pixel, large ones in times as long as copying the pixels. A cell has a figure
+/// for each storage, in the order that its title tells.
+std::string ToMarkdown(const Report& report);
+
+/// The fresh rows (warm ones where there are none) of the size nearest to a screen's, of the first
+/// storage that has such: how many times as long as copying the pixels each column took.
 velhost::Image Plot(const Report& report);
 
 }  // namespace velbench

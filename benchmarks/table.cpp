@@ -8,18 +8,6 @@ namespace {
 constexpr int kNameWidth = 20;
 constexpr int kColumnWidth = 15;
 
-// Three digits that count.
-std::string Digits(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.*f",
-                value < 1     ? 3
-                : value < 10  ? 2
-                : value < 100 ? 1
-                              : 0,
-                value);
-  return text;
-}
-
 // "0.52 x1.34a": theirs, and ours divided by theirs. Right-aligned but for the mark.
 std::string Cell(const Figure& figure, const Figure& ours, char mark) {
   std::string text = figure.nanoseconds ? Digits(*figure.nanoseconds) : "-";
@@ -30,6 +18,17 @@ std::string Cell(const Figure& figure, const Figure& ours, char mark) {
 }
 
 }  // namespace
+
+std::string Digits(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.*f",
+                value < 1     ? 3
+                : value < 10  ? 2
+                : value < 100 ? 1
+                              : 0,
+                value);
+  return text;
+}
 
 Table::Table(const Report& report) {
   std::printf("%s, kernels %s\n", report.machine.processor.c_str(), report.kernels.c_str());
@@ -47,7 +46,10 @@ char Table::Mark(const std::string& note) {
   return marks_.emplace(note, static_cast<char>('a' + marks_.size())).first->second;
 }
 
-void Table::PrintGroup(const Group& group) { std::printf("\n%s\n", NameOf(group).c_str()); }
+void Table::PrintGroup(const Group& group) {
+  std::printf("\n%s\n", NameOf(group).c_str());
+  marks_.clear();
+}
 
 void Table::PrintRow(const Row& row) {
   std::printf("%-*s", kNameWidth, row.method->call);
@@ -64,7 +66,6 @@ void Table::PrintRow(const Row& row) {
 void Table::PrintNotes() const {
   std::map<char, std::string> notes;
   for (const auto& [note, mark] : marks_) notes[mark] = note;
-  std::printf("\n");
   for (const auto& [mark, note] : notes) std::printf("%c: %s\n", mark, note.c_str());
 }
 
