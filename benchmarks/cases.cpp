@@ -65,6 +65,8 @@ std::vector<Group> SelectGroups(bool quick, const std::regex& filter) {
   // All fresh ones first: a heap that has kept large blocks once goes on handing them out.
   for (const Condition condition : {Condition::kFresh, Condition::kWarm}) {
     for (const Size& size : quick ? std::span<const Size>(kQuickSizes) : kSizes) {
+      // The C library keeps blocks this small, so they are never fresh for long.
+      if (condition == Condition::kFresh && IsSmall(size)) continue;
       for (const StorageCase& storage : kStorages) {
         Group group = {&storage, size, condition, {}};
         for (const MethodCase& method : kMethods) {

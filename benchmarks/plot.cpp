@@ -75,13 +75,20 @@ class Axis {
   int last_ = 3;
 };
 
-void DrawDot(velhost::Image& image, int centreX, int centreY, sim::Rgba color) {
-  FillRectangle(image, centreX - kDot / 2, centreY - kDot / 2, kDot, kDot, color);
+void DrawDot(velhost::Image& image, int centreX, int centreY, sim::Rgba color,
+             bool hollow = false) {
+  const int x = centreX - kDot / 2, y = centreY - kDot / 2, edge = 2;
+  FillRectangle(image, x, y, kDot, kDot, color);
+  if (hollow) {
+    FillRectangle(image, x + edge, y + edge, kDot - 2 * edge, kDot - 2 * edge, {255, 255, 255});
+  }
 }
 
 struct Marker {
   int x;
   sim::Rgba color;
+  /// Of a figure with a note.
+  bool hollow;
   int lane = 0;
 };
 
@@ -89,7 +96,9 @@ struct Marker {
 std::vector<Marker> Markers(const Row& row, const Axis& axis) {
   std::vector<Marker> markers;
   const auto add = [&](const Figure& figure, sim::Rgba color) {
-    if (const auto times = Times(figure, row)) markers.push_back({axis.PlaceOf(*times), color});
+    if (const auto times = Times(figure, row)) {
+      markers.push_back({axis.PlaceOf(*times), color, !figure.note.empty()});
+    }
   };
   add(row.ours, kOurs);
   for (size_t i = 0; i < row.peers.size(); ++i) {
@@ -141,8 +150,10 @@ velhost::Image Plot(const Report& report) {
            "Times as long as memcpy of the source: " + NameOf(first.size) + ", " +
                first.storage->name + ", " + NameOf(first.condition) + ", " + report.kernels,
            kInk);
-  DrawText(image, 16, 36, 1, "Lower is better: the further to the left, the faster.", kInk);
-  DrawText(image, kLeft * 2, 36, 1, report.machine.caveat, kOurs);
+  DrawText(image, 16, 36, 1,
+           "Lower is better: the further to the left, the faster. Hollow: not quite the same work.",
+           kInk);
+  DrawText(image, kLeft * 3, 36, 1, report.machine.caveat, kOurs);
   axis.Draw(image);
   DrawLegend(image, report);
   int y = kTop;
@@ -151,7 +162,7 @@ velhost::Image Plot(const Report& report) {
     const int lanes = LaneCount(markers);
     DrawText(image, 16, y + (lanes * kLane - kTextHeight) / 2, 1, row->method->call, kInk);
     for (const Marker& marker : markers) {
-      DrawDot(image, marker.x, y + marker.lane * kLane + kLane / 2, marker.color);
+      DrawDot(image, marker.x, y + marker.lane * kLane + kLane / 2, marker.color, marker.hollow);
     }
     y += lanes * kLane + kRowGap;
   }

@@ -7,7 +7,8 @@ endif()
 file(MAKE_DIRECTORY ${WORK})
 set(figures ${WORK}/figures.json)
 set(plot ${WORK}/figures.png)
-file(REMOVE ${figures} ${plot})
+set(tables ${WORK}/figures.md)
+file(REMOVE ${figures} ${plot} ${tables})
 
 # run(STATUS PATTERN ARGS...): checks the status, and that one stream or the other says PATTERN.
 function(run wanted pattern)
@@ -24,7 +25,11 @@ macro(value out)
 endmacro()
 
 run(0 "HMirrorVel.* x" --quick --filter "^HMirrorVel/512x512/console" --kernels sse2
-  --json ${figures} --plot ${plot})
+  --json ${figures} --plot ${plot} --markdown ${tables})
+file(READ ${tables} text)
+if(NOT text MATCHES "^fresh, .*HMirrorVel` [|] [0-9.]+ [|].*\nwarm, .*HMirrorVel` [|] [0-9.]+ [|]")
+  message(SEND_ERROR "the tables: ${text}")
+endif()
 file(READ ${figures} json)
 value(kernels kernels)
 string(JSON caveat TYPE "${json}" caveat)
