@@ -9,14 +9,12 @@
 
 #include "benchmarks/three_byte_storage.h"
 #include "cli/imaging/user_error.h"
+#include "transforms/kernels/variant_names.h"
 
 namespace velbench {
 namespace {
 
 constexpr const char* kPluginPath = VEL_PLUGIN;
-
-// Widest first.
-constexpr const char* kKernelNames[] = {"avx512", "avx2", "sse2", "plain"};
 
 bool Select(const sim::Plugin& plugin, const std::string& name) {
   return plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")(name.c_str());
@@ -69,11 +67,11 @@ std::string PrepareStorage(sim::StorageKind kind) {
 
 std::string ResolveKernels(const std::string& kernels) {
   const sim::Plugin plugin(kPluginPath, false);
-  for (const char* const name : kKernelNames) {
+  for (const char* const name : velpicture::kVariantNames) {
     if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
   }
   throw velhost::UserError("--kernels " + kernels +
-                           ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
+                           ": unknown, or this machine lacks it; there are" + velpicture::kVariantList);
 }
 
 MethodTimer::MethodTimer(const Group& group, const std::string& kernels)

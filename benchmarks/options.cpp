@@ -5,6 +5,7 @@
 #include "cli/imaging/image_file.h"
 #include "cli/imaging/output_file.h"
 #include "cli/imaging/user_error.h"
+#include "transforms/kernels/variant_names.h"
 
 namespace velbench {
 namespace {
@@ -41,7 +42,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_option("--markdown", options.markdown, "file to write the tables of docs/speed.md to")
       ->type_name("FILE");
   app.add_option("--plot", options.plot, "picture to draw them into (.png)")->type_name("FILE");
-  app.add_option("--kernels", options.kernels, "pixel kernels to use: plain, sse2, avx2, avx512")
+  app.add_option("--kernels", options.kernels,
+                 "pixel kernels to use, of" + std::string(velpicture::kVariantList))
       ->type_name("NAME");
   app.add_option("--filter", filter, "only rows such as Rotate90Vel/1920x1080/console/warm")
       ->type_name("REGEX");

@@ -8,6 +8,7 @@
 
 #include "cli/imaging/canvas.h"
 #include "cli/imaging/user_error.h"
+#include "transforms/kernels/variant_names.h"
 
 namespace velhost {
 namespace {
@@ -80,7 +81,7 @@ void SelectKernels(const sim::Plugin& plugin, const std::string& name) {
   }
   if (!select(name.c_str())) {
     throw UserError("--kernels " + name +
-                    ": unknown, or this machine lacks it; give plain, sse2, avx2 or avx512");
+                    ": unknown, or this machine lacks it; there are" + velpicture::kVariantList);
   }
 }
 

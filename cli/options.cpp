@@ -4,6 +4,7 @@
 
 #include "cli/imaging/user_error.h"
 #include "cli/method_runner.h"
+#include "transforms/kernels/variant_names.h"
 
 namespace velhost {
 namespace {
@@ -83,8 +84,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_option("--plugin", options.plugin, "plugin to load [VelPicture.so beside velhost]")
       ->option_text("FILE");
   app.add_option("--kernels", options.kernels,
-                 "pixel kernels to use: plain, sse2, avx2 or avx512\n"
-                 "[the fastest that the processor has]")
+                 "pixel kernels to use, of" + std::string(velpicture::kVariantList) +
+                     "\n[the fastest that the processor has]")
       ->option_text("NAME");
 
   try {

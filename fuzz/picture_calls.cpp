@@ -4,6 +4,7 @@
 
 #include "fuzz/calls.h"
 #include "fuzz/picture_model.h"
+#include "transforms/kernels/variant_names.h"
 
 namespace {
 
@@ -197,9 +198,9 @@ class PictureCall {
 void FuzzPictures(FuzzCase& fuzzCase) {
   Input& input = fuzzCase.input;
   if (auto* const select = fuzzCase.plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")) {
-    constexpr const char* kKernels[] = {"plain", "sse2", "avx2", "avx512"};
     const int choice = input.Below(8);
-    if (choice < 4) select(kKernels[choice]);
+    constexpr int kCount = std::size(velpicture::kVariantNames);
+    if (choice < kCount) select(velpicture::kVariantNames[kCount - 1 - choice]);
   }
   const auto [width, height] = PickSize(input);
   const bool alpha = input.Flag();

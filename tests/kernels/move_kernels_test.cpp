@@ -14,6 +14,7 @@
 #include "pixels/pixel_formats.h"
 #include "tests/kernels/guarded_bytes.h"
 #include "transforms/kernels/kernels.h"
+#include "transforms/kernels/variant_names.h"
 #include "transforms/pixel_moves.h"
 
 namespace velpicture {
@@ -297,10 +298,9 @@ TEST_P(PictureMovesTest, InPlace) {
 
 std::string NameOf(const testing::TestParamInfo<const char*>& variant) { return variant.param; }
 
-INSTANTIATE_TEST_SUITE_P(Variants, MoveKernelsTest, testing::Values("sse2", "avx2", "avx512"),
-                         NameOf);
-INSTANTIATE_TEST_SUITE_P(Variants, PictureMovesTest,
-                         testing::Values("plain", "sse2", "avx2", "avx512"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Variants, MoveKernelsTest,  // Plain, the last, is what the others equal.
+                         testing::ValuesIn(kVariantNames, std::end(kVariantNames) - 1), NameOf);
+INSTANTIATE_TEST_SUITE_P(Variants, PictureMovesTest, testing::ValuesIn(kVariantNames), NameOf);
 
 TEST(SelectKernelsTest, RefusesUnknownNames) {
   ASSERT_TRUE(SelectKernels("plain"));

@@ -14,6 +14,7 @@
 #include "tests/kernels/guarded_bytes.h"
 #include "transforms/kernels/kernels.h"
 #include "transforms/kernels/shear_multiplier.h"
+#include "transforms/kernels/variant_names.h"
 
 namespace velpicture {
 namespace {
@@ -256,8 +257,8 @@ TEST(ShearMultiplierTest, EqualsDoublesForRandomWeights) {
 
 std::string NameOf(const testing::TestParamInfo<const char*>& variant) { return variant.param; }
 
-INSTANTIATE_TEST_SUITE_P(Variants, ShearKernelsTest, testing::Values("sse2", "avx2", "avx512"),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(Variants, ShearKernelsTest,
+                         testing::ValuesIn(kVariantNames, std::end(kVariantNames) - 1), NameOf);
 
 }  // namespace
 }  // namespace velpicture

@@ -12,6 +12,7 @@
 
 #include "pixels/pixel_formats.h"
 #include "transforms/kernels/kernels.h"
+#include "transforms/kernels/variant_names.h"
 #include "transforms/shear.h"
 #include "transforms/shear_blocks.h"
 
@@ -112,7 +113,7 @@ class ShearLinesTest : public testing::TestWithParam<LinesCase> {
 };
 
 TEST_P(ShearLinesTest, EqualTheModelForSteadyAndForWildOffsets) {
-  for (const char* name : {"plain", "sse2", "avx2", "avx512"}) {
+  for (const char* const name : kVariantNames) {
     if (!SelectKernels(name)) continue;
     SCOPED_TRACE(name);
     std::vector<ShearLine> steady, wild;
