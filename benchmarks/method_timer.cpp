@@ -71,7 +71,8 @@ std::string ResolveKernels(const std::string& kernels) {
     if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
   }
   throw velhost::UserError("--kernels " + kernels +
-                           ": unknown, or this machine lacks it; there are" + velpicture::kVariantList);
+                           ": unknown, or this machine lacks it; there are" +
+                           velpicture::kVariantList);
 }
 
 MethodTimer::MethodTimer(const Group& group, const std::string& kernels)

@@ -80,8 +80,8 @@ void SelectKernels(const sim::Plugin& plugin, const std::string& name) {
     throw UserError("--kernels: this plugin has no choice of kernels; leave the option out");
   }
   if (!select(name.c_str())) {
-    throw UserError("--kernels " + name +
-                    ": unknown, or this machine lacks it; there are" + velpicture::kVariantList);
+    throw UserError("--kernels " + name + ": unknown, or this machine lacks it; there are" +
+                    velpicture::kVariantList);
   }
 }
 

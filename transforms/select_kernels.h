@@ -5,6 +5,6 @@
 
 #include "host/export.h"
 
-/// Selects "plain", "sse2", "avx2" or "avx512" from now on; false, with nothing changed, for any
+/// Selects "plain", "sse2" or "avx2" from now on; false, with nothing changed, for any
 /// other name, for null, and for a set that this machine lacks.
 VEL_EXPORT bool SelectKernels(const char* name);

@@ -47,21 +47,23 @@ struct RowOf {
       for (; i < row.count; ++i) MovePixel(i);
       return;
     }
-    if (Target::kBytes == 4 && row.stores == Stores::kStreaming &&
-        BytesToLine(row.target) % 4 == 0) {
-      if constexpr (Target::kBytes == 4) {
-        MoveLine<false>(0);
-        const int toLine = BytesToLine(kReverse ? Place(0, 0) : row.target) / 4;
-        i = kReverse ? -toLine & (kLineWords - 1) : toLine;
-        for (; i + kLineWords <= row.count; i += kLineWords) MoveLine<true>(i);
+    const uint8_t* const start = Place(0, 0);
+    if (Target::kBytes == 4 && BytesToLine(start) % 4 == 0) {
+      // From here on lines are written as they lie in the cache.
+      MoveLine<false>(0);
+      const int toLine = BytesToLine(start) / 4;
+      i = kReverse ? -toLine & (kLineWords - 1) : toLine;
+      if (row.stores == Stores::kStreaming) {
+        if constexpr (Target::kBytes == 4) {
+          for (; i + kLineWords <= row.count; i += kLineWords) MoveLine<true>(i);
+        }
       }
-    } else {
-      for (; i + kLineWords <= row.count; i += kLineWords) {
-        // Where a row ends, the hardware's own foresight ends too.
-        Prefetch(row.source + i * Source::kBytes, row.sourceAhead);
-        Prefetch(Place(i, kLineWords), row.targetAhead);
-        MoveLine<false>(i);
-      }
+    }
+    for (; i + kLineWords <= row.count; i += kLineWords) {
+      // Where a row ends, the hardware's own foresight ends too.
+      Prefetch(row.source + i * Source::kBytes, row.sourceAhead);
+      Prefetch(Place(i, kLineWords), row.targetAhead);
+      MoveLine<false>(i);
     }
     if (i < row.count) MoveLine<false>(row.count - kLineWords);
   }
