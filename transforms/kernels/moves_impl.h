@@ -15,29 +15,29 @@ struct RowOf {
   explicit RowOf(const RowMove& move) : row(move), convert(move.formats) {}
 
   /// Where pixels i to i + count − 1 go.
-  uint8_t* Place(ptrdiff_t i, int count) const {
+  uint8_t* TargetAt(ptrdiff_t i, int count) const {
     return row.target + (kReverse ? row.count - i - count : i) * Target::kBytes;
   }
 
-  void MovePixel(ptrdiff_t i) const { convert(Place(i, 1), row.source + i * Source::kBytes); }
+  void MovePixel(ptrdiff_t i) const { convert(TargetAt(i, 1), row.source + i * Source::kBytes); }
 
   /// Moves pixels i to i + 15. All are loaded before any is stored: loads at the same place of a
   /// page as stores just before them have to wait.
   template <bool kStream>
   void MoveLine(ptrdiff_t i) const {
-    const Line loaded = ConvertedLine(row.source + i * Source::kBytes, convert);
-    Line line;
+    const CacheLine loaded = ConvertedLine(row.source + i * Source::kBytes, convert);
+    CacheLine line;
     for (int v = 0; v < kLineVectors; ++v) {
       line.vectors[v] =
           kReverse ? Vector::Reverse(loaded.vectors[kLineVectors - 1 - v]) : loaded.vectors[v];
     }
-    uint8_t* const place = Place(i, kLineWords);
+    uint8_t* const to = TargetAt(i, kLineWords);
     if constexpr (kStream) {
       for (int v = 0; v < kLineVectors; ++v) {
-        Vector::Stream(place + v * Vector::kBytes, line.vectors[v]);
+        Vector::Stream(to + v * Vector::kBytes, line.vectors[v]);
       }
     } else {
-      StoreLine<Target::kBytes>(place, line);
+      StoreLine<Target::kBytes>(to, line);
     }
   }
 
@@ -47,7 +47,7 @@ struct RowOf {
       for (; i < row.count; ++i) MovePixel(i);
       return;
     }
-    const uint8_t* const start = Place(0, 0);
+    const uint8_t* const start = TargetAt(0, 0);
     if (Target::kBytes == 4 && BytesToLine(start) % 4 == 0) {
       // From here on lines are written as they lie in the cache.
       MoveLine<false>(0);
@@ -62,7 +62,7 @@ struct RowOf {
     for (; i + kLineWords <= row.count; i += kLineWords) {
       // Where a row ends, the hardware's own foresight ends too.
       Prefetch(row.source + i * Source::kBytes, row.sourceAhead);
-      Prefetch(Place(i, kLineWords), row.targetAhead);
+      Prefetch(TargetAt(i, kLineWords), row.targetAhead);
       MoveLine<false>(i);
     }
     if (i < row.count) MoveLine<false>(row.count - kLineWords);

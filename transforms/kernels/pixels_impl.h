@@ -126,15 +126,15 @@ struct Conversion {
 };
 
 /// A line's worth of words.
-struct Line {
+struct CacheLine {
   Words vectors[kLineVectors];
 };
 
 /// Sixteen pixels of so many bytes as they are, three-byte ones as words without alpha. Not a byte
 /// more is read.
 template <int kBytes>
-inline Line LoadLine(const uint8_t* pixels) {
-  Line line;
+inline CacheLine LoadLine(const uint8_t* pixels) {
+  CacheLine line;
   for (int i = 0; i < kLineVectors; ++i) {
     if constexpr (kBytes == 4) {
       line.vectors[i] = Vector::Load(pixels + i * Vector::kBytes);
@@ -173,7 +173,7 @@ inline void StoreVector(uint8_t* pixels, Words words) {
 
 /// Sixteen pixels of so many bytes. Not a byte more is written.
 template <int kBytes>
-inline void StoreLine(uint8_t* pixels, const Line& line) {
+inline void StoreLine(uint8_t* pixels, const CacheLine& line) {
   for (int i = 0; i + 1 < kLineVectors; ++i) {
     StoreVector<kBytes, true>(pixels + i * kVectorWords * kBytes, line.vectors[i]);
   }
@@ -183,8 +183,8 @@ inline void StoreLine(uint8_t* pixels, const Line& line) {
 
 /// Sixteen pixels, converted.
 template <class Source, class Target>
-inline Line ConvertedLine(const uint8_t* pixels, const Conversion<Source, Target>& convert) {
-  Line line = LoadLine<Source::kBytes>(pixels);
+inline CacheLine ConvertedLine(const uint8_t* pixels, const Conversion<Source, Target>& convert) {
+  CacheLine line = LoadLine<Source::kBytes>(pixels);
   for (Words& words : line.vectors) words = convert(words);
   return line;
 }
@@ -204,7 +204,7 @@ void ConvertPixels(uint8_t* to, const uint8_t* from, int count, const FormatPair
 /// `count` pixels of one word.
 template <class Target>
 void FillPixels(uint8_t* pixels, int64_t count, uint32_t word) {
-  Line line;
+  CacheLine line;
   for (Words& words : line.vectors) words = Target::Narrowed(Vector::Broadcast(word));
   int64_t i = 0;
   for (; i + kLineWords <= count; i += kLineWords) {

@@ -45,7 +45,8 @@ Fraction Advanced(Fraction from, Fraction step, int count) {
 }
 
 /// As Multiplier, for weights below 1 and whatever is in doubt. The neighbouring fractions
-/// lower <= weight < upper are found down the Stern-Brocot tree, a run of equal turns at a time.
+/// lower <= weight < upper are found down the tree of M. A. Stern (1858) and A. Brocot (1861), a
+/// run of equal turns at a time.
 uint16_t MultiplierByDoubles(double weight) {
   const ScaledWeight scaled(weight);
   Fraction lower{0, 1};
