@@ -14,10 +14,13 @@ struct NamedType {
   const char* name;
   Type type;
 };
-constexpr NamedType kTypes[] = {{"double", Type::kDouble},   {"integer", Type::kInteger},
-                                {"Int64", Type::kInt64},     {"color", Type::kColor},
-                                {"boolean", Type::kBoolean}, {"picture", Type::kPicture},
-                                {"string", Type::kString}};
+constexpr NamedType kTypes[] = {
+    {"double", Type::kDouble},   {"single", Type::kSingle}, {"integer", Type::kInteger},
+    {"Int64", Type::kInt64},     {"color", Type::kColor},   {"boolean", Type::kBoolean},
+    {"picture", Type::kPicture}, {"string", Type::kString}, {"Int32", Type::kInteger},
+    {"UInt32", Type::kInteger},  {"Int16", Type::kInteger}, {"UInt16", Type::kInteger},
+    {"Int8", Type::kInteger},    {"UInt8", Type::kInteger}, {"byte", Type::kInteger},
+    {"UInt64", Type::kInt64}};
 
 bool SameWord(std::string_view left, std::string_view right) {
   return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
@@ -62,7 +65,8 @@ class Scanner {
     for (const NamedType& each : kTypes) {
       if (SameWord(each.name, word)) return each.type;
     }
-    return std::nullopt;
+    if (word.empty()) return std::nullopt;
+    return Type::kOther;
   }
 
  private:
@@ -81,19 +85,25 @@ class Scanner {
 };
 
 bool ParseParameter(Scanner& scanner, Parameter& parameter, std::string& why) {
+  const bool byReference = scanner.AcceptWord("ByRef");
   parameter.name = scanner.Word();
+  const bool isArray = scanner.Accept('(') && scanner.Accept(')');
   if (parameter.name.empty() || !scanner.AcceptWord("as")) {
     why = "a parameter is written \"name as type\"";
     return false;
   }
   const auto type = scanner.ReadType();
   if (!type) {
-    why = "the type of " + parameter.name + " is unknown";
+    why = "the type of " + parameter.name + " is missing";
     return false;
   }
-  parameter.type = *type;
+  parameter.type = byReference || isArray ? Type::kOther : *type;
   if (!scanner.Accept('=')) return true;
-  if (const auto literal = ParseLiteral(scanner.Literal())) {
+  const std::string_view text = scanner.Literal();
+  if (parameter.type == Type::kString || parameter.type == Type::kOther) return true;
+  if (SameWord(text, "true") || SameWord(text, "false")) {
+    parameter.defaultValue = Convert(int64_t{SameWord(text, "true")}, *type);
+  } else if (const auto literal = ParseLiteral(text)) {
     parameter.defaultValue = Convert(*literal, *type);
   }
   if (parameter.defaultValue) return true;
@@ -119,7 +129,7 @@ bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
   if (scanner.AcceptWord("as")) {
     const auto type = scanner.ReadType();
     if (!type) {
-      why = "the type of the result is unknown";
+      why = "the type of the result is missing";
       return false;
     }
     method.result = *type;
@@ -153,6 +163,15 @@ size_t Method::RequiredArguments() const {
   return count;
 }
 
+std::string Method::Obstacle() const {
+  if (owner != "Picture") return "extends " + owner + ", of which no object is made up here";
+  for (const Parameter& parameter : parameters) {
+    if (parameter.type != Type::kOther) continue;
+    return "the parameter " + parameter.name + " cannot be made up";
+  }
+  return "";
+}
+
 std::optional<Method> ParseDeclaration(std::string_view text, std::string* why) {
   Scanner scanner(text);
   Method method;
@@ -181,6 +200,7 @@ std::optional<Argument> ParseLiteral(std::string_view text) {
 std::optional<Argument> Convert(const Argument& value, Type type) {
   switch (type) {
     case Type::kDouble:
+    case Type::kSingle:
       if (const auto* whole = std::get_if<int64_t>(&value)) return static_cast<double>(*whole);
       if (std::holds_alternative<double>(value)) return value;
       break;
@@ -195,8 +215,14 @@ std::optional<Argument> Convert(const Argument& value, Type type) {
     case Type::kColor:
       if (std::holds_alternative<Color>(value)) return value;
       break;
+    case Type::kBoolean:
+      if (value == Argument(int64_t{0}) || value == Argument(int64_t{1})) return value;
+      break;
     case Type::kString:
       if (std::holds_alternative<String*>(value)) return value;
+      break;
+    case Type::kPicture:
+      if (std::holds_alternative<Picture*>(value)) return value;
       break;
     default:
       break;

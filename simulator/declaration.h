@@ -12,6 +12,7 @@
 
 namespace sim {
 
+class Picture;
 class String;
 
 /// A colour as the plugin receives it: red in bits 16 to 23, green, blue, and bits 24 to 31 on top.
@@ -20,9 +21,21 @@ struct Color {
   friend bool operator==(const Color&, const Color&) = default;
 };
 
-using Argument = std::variant<double, int64_t, Color, String*>;
+using Argument = std::variant<double, int64_t, Color, String*, Picture*>;
 
-enum class Type { kNone, kDouble, kInteger, kInt64, kColor, kBoolean, kPicture, kString };
+enum class Type {
+  kNone,
+  kDouble,
+  kSingle,
+  kInteger,
+  kInt64,
+  kColor,
+  kBoolean,
+  kPicture,
+  kString,
+  /// Of the host language, but nothing that is made up or looked at here.
+  kOther
+};
 
 const char* TypeName(Type type);
 
@@ -37,14 +50,18 @@ struct Method {
   std::string name;
   std::vector<Parameter> parameters;
   Type result = Type::kNone;
+  /// The class that is extended.
+  std::string owner;
   void* function = nullptr;
   uint32_t flags = 0;
 
   /// The fewest arguments that a call must give.
   size_t RequiredArguments() const;
+  /// Why the method cannot be called here; empty when it can.
+  std::string Obstacle() const;
 };
 
-/// Empty when the text is no declaration of types known here; `why` then says what is wrong.
+/// Empty when the text is no declaration; `why` then says what is wrong.
 std::optional<Method> ParseDeclaration(std::string_view text, std::string* why);
 /// "30", "-7.5e3", "&cFF2040", "&c80FF2040" (the first two of eight digits are bits 24 to 31, which
 /// six leave 0). Nothing is infinite.

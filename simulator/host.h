@@ -30,6 +30,10 @@ class Host;
 
 /// The names of all entries that have behaviour here, to make each of them missing or fail in turn.
 std::vector<std::string> EntryNames();
+/// Without this entry, what the host gave cannot be given back.
+bool GivesBack(std::string_view entry);
+/// An address in a loaded library as "VelPicture.so+0x1a2b", which does not change from run to run.
+std::string PlaceInLibrary(const void* address);
 
 /// One reference held by a test or tool, dropped at the end of the scope. The ledger knows it as
 /// such: everything beyond it and what other host objects hold is an imbalance.
@@ -83,8 +87,13 @@ struct PageCall {
 struct Ledger {
   int livePictures = 0;
   int borrowedStrings = 0;
-  /// Allocations of the plugin's own that are not freed (needs import hooks).
-  std::unordered_map<void*, size_t> pluginAllocations;
+  /// Allocations of the plugin's own that are not freed (needs import hooks), and where in its code
+  /// they were made.
+  struct Allocation {
+    size_t size;
+    const void* site;
+  };
+  std::unordered_map<void*, Allocation> pluginAllocations;
   /// In order, refused ones too (needs import hooks).
   std::vector<PageCall> pageCalls;
 };
@@ -129,6 +138,9 @@ class Host {
   /// held by tests and by other objects, locked descriptions, unlocks still owed, borrowed string
   /// data, allocations of the plugin, damaged guards.
   std::string Imbalance() const;
+  /// The part of it that is the host's, and the part that is the plugin's own memory.
+  std::string HostImbalance() const;
+  std::string HeldByPlugin() const;
   /// Checks the guards of all live pictures and memory blocks; stops the process on damage.
   void CheckGuards() const;
   void CheckGuards(const Handle& handle) const;
@@ -138,8 +150,10 @@ class Host {
   /// Exceptions that the plugin raised, in order. Raising one hands its reference to the host.
   std::vector<Ref<Object>> raised;
 
-  /// The class record that the plugin started last registered, null before.
-  const REALclassDefinition* extension = nullptr;
+  /// The class extensions that the plugin started last registered, in order.
+  std::vector<const REALclassDefinition*> extensions;
+  /// What it registered besides: nothing that is tried here. "the class Robot", "a module".
+  std::vector<std::string> registered;
   /// What that plugin declared with "RegisterPluginVersion"; 0 before.
   int pluginVersion = 0;
   /// The version that the plugin was told; what it never asked for is 0.
@@ -148,6 +162,8 @@ class Host {
   // For the host's own entries.
   /// Prints "simulated host: <entry>: <text>" to standard error and aborts.
   [[noreturn]] void Misuse(const std::string& text) const;
+  /// Told before that, when set; need not return.
+  static inline void (*onMisuse)(const std::string& line) = nullptr;
   /// The live handle at `address` as a T (null for null); anything else is misuse.
   template <class T>
   T* Live(const void* address) const;

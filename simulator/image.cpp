@@ -1,6 +1,31 @@
 #include "simulator/image.h"
 
+#include <cstdio>
+
 namespace sim {
+
+Image PatternImage(int width, int height) {
+  Image image(width, height);
+  uint8_t n = 7;
+  for (Rgba& pixel : image.pixels) {
+    pixel = {n, static_cast<uint8_t>(n * 3), static_cast<uint8_t>(200 - n),
+             static_cast<uint8_t>(255 - n)};
+    n = static_cast<uint8_t>(n + 13);
+  }
+  return image;
+}
+
+std::string Digest(const Image& image) {
+  uint32_t sum = 0;
+  for (const Rgba& pixel : image.pixels) {
+    for (const uint8_t channel : {pixel.red, pixel.green, pixel.blue, pixel.alpha}) {
+      sum = (sum ^ channel) * 0x01000193U;
+    }
+  }
+  char text[64];
+  std::snprintf(text, sizeof text, "%d x %d pixels %08x", image.width, image.height, sum);
+  return text;
+}
 
 Rgba Over(Rgba source, Rgba target) {
   if (source.alpha == 255) return source;

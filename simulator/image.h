@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace sim {
@@ -38,6 +39,11 @@ struct Image {
   int height = 0;
   std::vector<Rgba> pixels;
 };
+
+/// Pixels that differ, with every channel and alpha in use.
+Image PatternImage(int width, int height);
+/// All pixels as one number, with the size: "5 x 3 pixels 89abcdef".
+std::string Digest(const Image& image);
 
 /// `source` laid over `target`, straight alpha, each channel rounded to nearest. An opaque source
 /// replaces the target, an invisible one leaves it. This is how the host draws pictures.

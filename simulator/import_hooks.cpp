@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "simulator/host.h"
 
@@ -18,11 +20,15 @@ namespace {
 // Allocations: counted in the ledger, failed by the faults. Without a host, as in the plugin's
 // static initialisation, they just happen.
 
-void* Track(void* address, size_t size) {
+void* Track(void* address, size_t size, const void* site) {
   if (address != nullptr && Host::Exists()) {
-    Host::Current().ledger.pluginAllocations[address] = size;
+    Host::Current().ledger.pluginAllocations[address] = {size, site};
   }
   return address;
+}
+
+void Forget(void* address) {
+  if (Host::Exists()) Host::Current().ledger.pluginAllocations.erase(address);
 }
 
 bool AllocationFails(const char* name) {
@@ -30,20 +36,49 @@ bool AllocationFails(const char* name) {
 }
 
 void* HookedMalloc(size_t size) {
-  return AllocationFails("malloc") ? nullptr : Track(std::malloc(size), size);
+  if (AllocationFails("malloc")) return nullptr;
+  return Track(std::malloc(size), size, __builtin_return_address(0));
 }
 
 void* HookedCalloc(size_t count, size_t size) {
-  return AllocationFails("calloc") ? nullptr : Track(std::calloc(count, size), count * size);
+  if (AllocationFails("calloc")) return nullptr;
+  return Track(std::calloc(count, size), count * size, __builtin_return_address(0));
 }
 
+void* HookedRealloc(void* address, size_t size) {
+  if (AllocationFails("realloc")) return nullptr;
+  if (!Host::Exists()) return std::realloc(address, size);
+  auto& allocations = Host::Current().ledger.pluginAllocations;
+  auto former = allocations.extract(address);
+  void* const moved = std::realloc(address, size);
+  if (moved == nullptr && size != 0 && former) allocations.insert(std::move(former));
+  return Track(moved, size, __builtin_return_address(0));
+}
+
+char* HookedStrdup(const char* text) {
+  if (AllocationFails("strdup")) return nullptr;
+  return static_cast<char*>(
+      Track(strdup(text), std::strlen(text) + 1, __builtin_return_address(0)));
+}
+
+void* HookedNew(size_t size) {
+  if (AllocationFails("new")) throw std::bad_alloc();
+  return Track(operator new(size), size, __builtin_return_address(0));
+}
+
+// What some function of the C library allocated is free to be freed; whether it is an allocation at
+// all, the C library looks itself.
 void HookedFree(void* address) {
-  if (address != nullptr && Host::Exists() &&
-      Host::Current().ledger.pluginAllocations.erase(address) == 0) {
-    Host::Current().Misuse("the plugin frees what it did not allocate");
-  }
+  Forget(address);
   std::free(address);
 }
+
+void HookedDelete(void* address) {
+  Forget(address);
+  operator delete(address);
+}
+
+void HookedSizedDelete(void* address, size_t) { HookedDelete(address); }
 
 // Advice about pages: only about pixels, refused by the faults.
 
@@ -98,7 +133,15 @@ struct Hook {
 };
 const Hook kHooks[] = {{"malloc", reinterpret_cast<void*>(HookedMalloc)},
                        {"calloc", reinterpret_cast<void*>(HookedCalloc)},
+                       {"realloc", reinterpret_cast<void*>(HookedRealloc)},
+                       {"strdup", reinterpret_cast<void*>(HookedStrdup)},
                        {"free", reinterpret_cast<void*>(HookedFree)},
+                       {"_Znwj", reinterpret_cast<void*>(HookedNew)},
+                       {"_Znaj", reinterpret_cast<void*>(HookedNew)},
+                       {"_ZdlPv", reinterpret_cast<void*>(HookedDelete)},
+                       {"_ZdaPv", reinterpret_cast<void*>(HookedDelete)},
+                       {"_ZdlPvj", reinterpret_cast<void*>(HookedSizedDelete)},
+                       {"_ZdaPvj", reinterpret_cast<void*>(HookedSizedDelete)},
                        {"madvise", reinterpret_cast<void*>(HookedMadvise)},
                        {"mincore", reinterpret_cast<void*>(HookedMincore)},
                        {"dlopen", reinterpret_cast<void*>(HookedDlopen)},

@@ -1,13 +1,20 @@
 // The host's account: what must be even between two calls of the plugin.
 
+#include <dlfcn.h>
+
 #include <algorithm>
+#include <cstdio>
+#include <numeric>
+#include <set>
 #include <unordered_map>
 
 #include "simulator/host.h"
 
 namespace sim {
 
-std::string Host::Imbalance() const {
+std::string Host::Imbalance() const { return HostImbalance() + HeldByPlugin(); }
+
+std::string Host::HostImbalance() const {
   std::unordered_map<const Handle*, int> expected;
   for (const auto& handle : handles_) {
     if (!handle->live()) continue;
@@ -42,9 +49,6 @@ std::string Host::Imbalance() const {
   if (ledger.borrowedStrings != 0) {
     report(std::to_string(ledger.borrowedStrings) + " borrowed string records not given back");
   }
-  for (const auto& [address, size] : ledger.pluginAllocations) {
-    report("the plugin holds an allocation of " + std::to_string(size) + " bytes");
-  }
   return text;
 }
 
@@ -52,7 +56,7 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   const auto first = reinterpret_cast<uintptr_t>(begin);
   const auto allocated = [&](const auto& block) {
     const auto address = reinterpret_cast<uintptr_t>(block.first);
-    return first >= address && first - address + byteCount <= block.second;
+    return first >= address && first - address + byteCount <= block.second.size;
   };
   const auto covered = [&](const auto& handle) {
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
@@ -65,6 +69,26 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   }
   ledger.pageCalls.push_back({advice, byteCount});
   return !faults.Fails(name);
+}
+
+std::string Host::HeldByPlugin() const {
+  std::multiset<std::string> lines;  // in an order of their own: addresses differ from run to run
+  for (const auto& [address, allocation] : ledger.pluginAllocations) {
+    lines.insert("the plugin holds an allocation of " + std::to_string(allocation.size) +
+                 " bytes, made at " + PlaceInLibrary(allocation.site) + "\n");
+  }
+  return std::accumulate(lines.begin(), lines.end(), std::string());
+}
+
+std::string PlaceInLibrary(const void* address) {
+  Dl_info where;
+  if (dladdr(address, &where) == 0 || where.dli_fname == nullptr) return "no library";
+  const std::string_view path = where.dli_fname;
+  char text[32];
+  std::snprintf(text, sizeof text, "+0x%zx",
+                static_cast<size_t>(static_cast<const char*>(address) -
+                                    static_cast<const char*>(where.dli_fbase)));
+  return std::string(path.substr(path.rfind('/') + 1)) + text;
 }
 
 bool Host::GuardsIntact(const Handle& handle) {

@@ -44,22 +44,21 @@ std::string Log::Sequence() const {
   return names;
 }
 
+std::string Log::TextOf(const LogLine& line) {
+  switch (line.kind) {
+    case LogLine::kLookup:
+      return "look  " + line.name + (line.failed ? ": missing" : "");
+    case LogLine::kCall:
+      return "call  " + line.name + "(" + line.arguments + ")" + (line.failed ? ": failed" : "");
+    case LogLine::kLibrary:
+      return "open  " + line.name + " " + line.arguments + (line.failed ? ": missing" : "");
+  }
+  return "";
+}
+
 std::string Log::Text() const {
   std::string text;
-  for (const LogLine& line : lines) {
-    switch (line.kind) {
-      case LogLine::kLookup:
-        text += "look  " + line.name + (line.failed ? ": missing" : "");
-        break;
-      case LogLine::kCall:
-        text += "call  " + line.name + "(" + line.arguments + ")" + (line.failed ? ": failed" : "");
-        break;
-      case LogLine::kLibrary:
-        text += "open  " + line.name + " " + line.arguments + (line.failed ? ": missing" : "");
-        break;
-    }
-    text += '\n';
-  }
+  for (const LogLine& line : lines) text += TextOf(line) + '\n';
   return text;
 }
 

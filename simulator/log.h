@@ -5,6 +5,7 @@
 
 #include <xmmintrin.h>
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,8 +29,12 @@ struct LogLine {
 
 class Log {
  public:
+  /// "call  REALLockObject(picture#3)", "look  X: missing"
+  static std::string TextOf(const LogLine& line);
   void Add(LogLine line) {
-    if (enabled) lines.push_back(std::move(line));
+    if (!enabled) return;
+    if (echo != nullptr) std::fputs((TextOf(line) + '\n').c_str(), echo);
+    lines.push_back(std::move(line));
   }
   void Clear() { lines.clear(); }
 
@@ -40,10 +45,12 @@ class Log {
   int CallCount() const;
   /// The names of all calls, in order, parted by one space: "REALLockObject REALUnlockObject".
   std::string Sequence() const;
-  /// One line of text each: "call  REALLockObject(picture#3)", "look  X: missing".
+  /// The text of each line.
   std::string Text() const;
 
   bool enabled = true;
+  /// Where each line is written as it happens, so that a crash does not take them along.
+  std::FILE* echo = nullptr;
   std::vector<LogLine> lines;
 };
 

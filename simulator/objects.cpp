@@ -64,6 +64,10 @@ void Picture::Write(const Image& image) {
   for (int y = 0; y < image.height; ++y) storage->WriteRow(y, image.Row(y));
 }
 
+std::string Picture::Describe() const {
+  return storage == nullptr ? "a picture never constructed" : Digest(Read());
+}
+
 void Picture::Fill(Rgba colour) {
   const std::vector<Rgba> row(static_cast<size_t>(storage->width()), colour);
   for (int y = 0; y < storage->height(); ++y) storage->WriteRow(y, row.data());

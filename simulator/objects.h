@@ -153,6 +153,8 @@ class Picture final : public Object {
   Image Read() const;
   void Write(const Image& image);
   void Fill(Rgba colour);
+  /// Digest of the pixels, if there are any.
+  std::string Describe() const;
   template <class T>
   T& StorageAs() const {
     return dynamic_cast<T&>(*storage);

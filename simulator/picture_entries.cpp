@@ -106,7 +106,9 @@ void UnlockDescription(Host& host, Picture* picture) {
   if (picture->descriptionLocks == 0) {
     // An old host that cannot lock is asked for the unlock all the same.
     const bool isOld = host.reportedVersion < kFirstVersionWithCleanLocks;
-    if (isOld && host.Missing("REALLockPictureDescription")) return;
+    const bool cannotLock =
+        host.Missing("REALLockPictureDescription") || host.Missing("lockPictureDescription");
+    if (isOld && cannotLock) return;
     host.Misuse(picture->Name() + " is not locked");
   }
   host.CheckGuards(*picture);

@@ -1,22 +1,30 @@
 #include "simulator/plugin.h"
 
 #include <dlfcn.h>
+#include <link.h>
 #include <strings.h>
 
 #include <algorithm>
+#include <bit>
 #include <numeric>
 #include <utility>
 
 #include "simulator/entry_table.h"
-#include "simulator/raw_call.h"
 
 namespace sim {
 namespace {
 
 void Push(RawCall& call, const Argument& value, Type type) {
-  if (const auto* number = std::get_if<double>(&value)) call.Push(*number);
+  if (const auto* number = std::get_if<double>(&value)) {
+    if (type == Type::kSingle) {
+      call.Push(std::bit_cast<uint32_t>(static_cast<float>(*number)));
+    } else {
+      call.Push(*number);
+    }
+  }
   if (const auto* colour = std::get_if<Color>(&value)) call.Push(colour->value);
   if (const auto* string = std::get_if<String*>(&value)) call.Push(*string);
+  if (const auto* picture = std::get_if<Picture*>(&value)) call.Push(*picture);
   if (const auto* whole = std::get_if<int64_t>(&value)) {
     if (type == Type::kInt64) {
       call.Push(*whole);
@@ -41,6 +49,17 @@ std::optional<std::vector<Argument>> Fit(const Method& method,
   return fitted;
 }
 
+/// Bytes as text that every reader takes, whatever they are.
+std::string Quoted(std::string_view bytes) {
+  std::string text = "\"";
+  for (const char c : bytes) {
+    char letter[8];
+    std::snprintf(letter, sizeof letter, c >= ' ' && c <= '~' ? "%c" : "\\x%02x", c & 0xFF);
+    text += letter;
+  }
+  return text + '"';
+}
+
 /// How many letters must be taken out or put in to make one name of the other. Changing a letter is
 /// both: names that merely lack an ending are nearer.
 size_t Distance(std::string_view left, std::string_view right) {
@@ -57,11 +76,51 @@ size_t Distance(std::string_view left, std::string_view right) {
   return row.back();
 }
 
+/// The entry point that the library itself has, not one that it is linked with; null for none.
+void* EntryPointOf(void* library) {
+  void* const found = dlsym(library, "REALPluginMain");
+  link_map* map = nullptr;
+  Dl_info where;
+  const bool own = found != nullptr && dlinfo(library, RTLD_DI_LINKMAP, &map) == 0 &&
+                   dladdr(found, &where) != 0 && std::strcmp(where.dli_fname, map->l_name) == 0;
+  return own ? found : nullptr;
+}
+
+template <class T>
+T* LiveResult(const Host& host, uint64_t raw) {
+  return host.Live<T>(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw)));
+}
+
 }  // namespace
+
+std::string Result::Describe() const {
+  char text[32];
+  switch (type) {
+    case Type::kPicture:
+      return picture ? picture->Describe() : "null";
+    case Type::kString:
+      return string ? Quoted(string->bytes()) : "null";
+    case Type::kBoolean:
+      return boolean ? "true" : "false";
+    case Type::kDouble:
+    case Type::kSingle:
+      std::snprintf(text, sizeof text, "%.17g", number);
+      return text;
+    case Type::kNone:
+    case Type::kOther:
+      return "nothing";
+    default:
+      return std::to_string(integer);
+  }
+}
 
 Plugin::Plugin(const std::string& path, bool hooks)
     : path_(path), library_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
   if (library_ == nullptr) throw PluginError(dlerror());
+  if (EntryPointOf(library_) == nullptr) {
+    dlclose(library_);
+    throw PluginError(path_ + " has no entry point REALPluginMain: it is no plugin");
+  }
   if (hooks) hooks_ = std::make_unique<ImportHooks>(library_);
 }
 
@@ -69,22 +128,46 @@ Plugin::~Plugin() { dlclose(library_); }
 
 void* Plugin::Address(const char* mangled) const { return dlsym(library_, mangled); }
 
+std::vector<std::string> Plugin::Neighbours() const {
+  std::vector<std::string> paths;
+  link_map* map = nullptr;
+  if (dlinfo(library_, RTLD_DI_LINKMAP, &map) != 0) return paths;
+  for (const link_map* each = map->l_next; each != nullptr; each = each->l_next) {
+    void* const library = dlopen(each->l_name, RTLD_NOW | RTLD_NOLOAD);
+    if (library == nullptr) continue;
+    if (EntryPointOf(library) != nullptr) paths.emplace_back(each->l_name);
+    dlclose(library);
+  }
+  return paths;
+}
+
+uint64_t Plugin::Run(RawCall call, const char* name, void* function, bool returnsNumber) const {
+  std::string broken;
+  const uint64_t raw = call.Run(function, habits, returnsNumber, broken);
+  if (broken.empty()) return raw;
+  Host& host = Host::Current();
+  const CallScope scope(host, name);
+  host.Misuse("did not leave its caller's as it was: " + broken);
+}
+
 void Plugin::Start(Host& host) {
-  auto* const main = Symbol<void(void* (*)(const char*))>("REALPluginMain");
-  if (main == nullptr) throw PluginError(path_ + " has no REALPluginMain");
   host.pluginVersion = 0;
-  host.extension = nullptr;
-  main(Host::Resolve);
+  host.extensions.clear();
+  RawCall call;
+  call.Push(reinterpret_cast<const void*>(Host::Resolve));
+  Run(call, "REALPluginMain", EntryPointOf(library_), false);
   methods_.clear();
-  if (host.extension == nullptr) return;
-  for (int i = 0; i < host.extension->methodCount; ++i) {
-    const REALmethodDefinition& row = host.extension->methods[i];
-    std::string why;
-    auto method = ParseDeclaration(row.declaration, &why);
-    if (!method) throw PluginError("\"" + std::string(row.declaration) + "\": " + why);
-    method->function = row.function;
-    method->flags = row.flags;
-    methods_.push_back(std::move(*method));
+  for (const REALclassDefinition* extension : host.extensions) {
+    for (int i = 0; i < extension->methodCount; ++i) {
+      const REALmethodDefinition& row = extension->methods[i];
+      std::string why;
+      auto method = ParseDeclaration(row.declaration, &why);
+      if (!method) throw PluginError("\"" + std::string(row.declaration) + "\": " + why);
+      method->owner = extension->name;
+      method->function = row.function;
+      method->flags = row.flags;
+      methods_.push_back(std::move(*method));
+    }
   }
 }
 
@@ -125,7 +208,8 @@ Result Plugin::Call(const Method& method, Picture* picture,
   RawCall call;
   call.Push(picture);
   for (size_t i = 0; i < fitted->size(); ++i) Push(call, (*fitted)[i], method.parameters[i].type);
-  const uint64_t raw = call.Run(method.function);
+  const bool returnsNumber = method.result == Type::kDouble || method.result == Type::kSingle;
+  const uint64_t raw = Run(call, method.name.c_str(), method.function, returnsNumber);
 
   Result result;
   result.type = method.result;
@@ -133,8 +217,10 @@ Result Plugin::Call(const Method& method, Picture* picture,
   const CallScope scope(host, method.name.c_str());
   switch (method.result) {
     case Type::kPicture:
-      result.picture = Ref<Picture>::Adopt(
-          host.Live<Picture>(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw))));
+      result.picture = Ref<Picture>::Adopt(LiveResult<Picture>(host, raw));
+      break;
+    case Type::kString:
+      result.string = Ref<String>::Adopt(LiveResult<String>(host, raw));
       break;
     case Type::kBoolean:
       if ((raw & 0xFF) > 1) host.Misuse("a boolean result is neither 0 nor 1");
@@ -149,9 +235,12 @@ Result Plugin::Call(const Method& method, Picture* picture,
     case Type::kColor:
       result.integer = static_cast<uint32_t>(raw);
       break;
-    case Type::kNone:
     case Type::kDouble:
-    case Type::kString:
+    case Type::kSingle:
+      result.number = std::bit_cast<double>(raw);
+      break;
+    case Type::kNone:
+    case Type::kOther:
       break;
   }
   return result;

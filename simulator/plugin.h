@@ -12,6 +12,7 @@
 #include "simulator/declaration.h"
 #include "simulator/host.h"
 #include "simulator/import_hooks.h"
+#include "simulator/raw_call.h"
 
 namespace sim {
 
@@ -24,8 +25,13 @@ struct PluginError : std::runtime_error {
 struct Result {
   Type type = Type::kNone;
   Ref<Picture> picture;
+  Ref<String> string;
   bool boolean = false;
   int64_t integer = 0;
+  double number = 0;
+
+  /// The result as text: "true", "-3", "5 x 3 pixels 89abcdef", "null".
+  std::string Describe() const;
 };
 
 class Plugin {
@@ -41,6 +47,7 @@ class Plugin {
   /// cannot be parsed.
   void Start(Host& host);
 
+  /// Of all class extensions, in the order of their registration.
   const std::vector<Method>& methods() const { return methods_; }
   /// The overload that takes these arguments. Throws PluginError.
   const Method& Choose(std::string_view name, const std::vector<Argument>& arguments) const;
@@ -58,8 +65,15 @@ class Plugin {
   void* Address(const char* mangled) const;
   /// The name that the dynamic loader knows this plugin's file under.
   const std::string& path() const { return path_; }
+  /// Files of the plugins that this one is linked with.
+  std::vector<std::string> Neighbours() const;
+
+  /// How the plugin is called. What it does not leave as it was is misuse.
+  CallerHabits habits;
 
  private:
+  uint64_t Run(RawCall call, const char* name, void* function, bool returnsNumber) const;
+
   std::string path_;
   void* library_;
   std::unique_ptr<ImportHooks> hooks_;

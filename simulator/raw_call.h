@@ -1,15 +1,26 @@
 #pragma once
 
 // A call of a function whose signature is known at run time only: its arguments are laid down one
-// by one, as a cdecl caller would push them.
+// by one, as a cdecl caller would push them. The caller is as trying as a host may be (its stack is
+// aligned to 4 bytes only), and looks afterwards whether what is its own is as it was: registers,
+// stack pointer, floating-point control, direction flag.
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 
 namespace sim {
+
+/// How the caller computes and keeps its stack.
+struct CallerHabits {
+  uint16_t x87Control = 0x037F;
+  uint32_t mxcsr = 0x1F80;
+  /// Bytes by which the stack misses a multiple of 16 at the call; a multiple of 4.
+  uint32_t misalignment = 12;
+};
 
 #if defined(__i386__)
 
@@ -24,13 +35,10 @@ class RawCall {
   void Push(int64_t value) { PushWide(&value); }
   void Push(double value) { PushWide(&value); }
 
-  /// The words beyond the arguments do no harm: a cdecl callee ignores them.
-  uint64_t Run(void* function) const {
-    using Function =
-        uint64_t(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t);
-    return reinterpret_cast<Function*>(function)(words_[0], words_[1], words_[2], words_[3],
-                                                 words_[4], words_[5], words_[6], words_[7]);
-  }
+  /// The result in eax and edx; of one that returns a floating-point number, its bits. The words
+  /// beyond the arguments do no harm: a cdecl callee ignores them. `broken` says what of the
+  /// caller's the callee did not leave as it was, and stays empty when all is well.
+  uint64_t Run(void* function, const CallerHabits& habits, bool returnsNumber, std::string& broken);
 
  private:
   void PushWide(const void* value) {
@@ -58,7 +66,7 @@ class RawCall {
   void Push(int64_t value) { whole_.at(wholeCount_++) = static_cast<uint64_t>(value); }
   void Push(double value) { doubles_.at(doubleCount_++) = value; }
 
-  uint64_t Run(void* function) const {
+  uint64_t Run(void* function, const CallerHabits&, bool, std::string&) const {
     using Function =
         uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, double, double);
     return reinterpret_cast<Function*>(function)(whole_[0], whole_[1], whole_[2], whole_[3],

@@ -1,7 +1,5 @@
 // Entries for registration, classes, objects and exceptions, and the look-up over all tables.
 
-#include <cstring>
-
 #include "simulator/entry_table.h"
 
 namespace sim {
@@ -16,21 +14,68 @@ void RegisterPluginVersion(Host& host, int version) {
 
 double GetVersion(Host& host) { return host.reportedVersion = host.settings.version; }
 
-void RegisterClassExtension(Host& host, const REALclassDefinition* record) {
-  if (host.pluginVersion == 0) host.Misuse("registered before its interface version");
-  if (record->version != kInterfaceVersion) host.Misuse("wrong version of the record");
-  if (std::strcmp(record->name, "Picture") != 0) host.Misuse("extends an unknown class");
-  const bool consoleBits = (record->flags & ~0xC0000U) != 0;
-  for (int i = 0; i < record->methodCount; ++i) {
-    const REALmethodDefinition& method = record->methods[i];
-    if (method.function == nullptr || method.secondFunction != nullptr) {
-      host.Misuse("a method without its one function");
-    }
-    if (((method.flags & ~0xC0000U) != 0) != consoleBits) {
-      host.Misuse("console flags differ between the class and its methods");
-    }
+// Flags: safe in console applications, only there, web only; and a plugin's own marks for the
+// first two.
+constexpr uint32_t kKnownFlags = 0x4 | 0x8 | 0x100 | 0x40000 | 0x80000;
+constexpr uint32_t kSizeUnit = 16;
+
+void CheckFlags(const Host& host, const char* what, uint32_t flags) {
+  if ((flags & ~kKnownFlags) != 0) host.Misuse(std::string(what) + " has unknown flags");
+}
+
+void CheckMethods(const Host& host, const REALmethodDefinition* methods, int count) {
+  const bool hasRows = count == 0 || (count > 0 && methods != nullptr);
+  if (!hasRows) host.Misuse("a list of methods is impossible");
+  for (int i = 0; i < count; ++i) {
+    const char* const declaration = methods[i].declaration;
+    if (declaration == nullptr) host.Misuse("a method has no declaration");
+    if (methods[i].function == nullptr) host.Misuse(std::string(declaration) + " has no function");
+    CheckFlags(host, declaration, methods[i].flags);
   }
-  host.extension = record;
+}
+
+void CheckClass(const Host& host, const REALclassDefinition* record) {
+  // A host that cannot be told the version takes the record all the same.
+  if (host.pluginVersion == 0 && !host.Missing("RegisterPluginVersion")) {
+    host.Misuse("registered before its interface version");
+  }
+  if (record == nullptr || record->name == nullptr) host.Misuse("a class without a name");
+  if (record->version != kInterfaceVersion) host.Misuse("wrong version of the record");
+  if (record->size % kSizeUnit != 0) host.Misuse("the record's size is no multiple of 16");
+  CheckFlags(host, record->name, record->flags);
+  CheckMethods(host, record->methods, record->methodCount);
+  CheckMethods(host, record->sharedMethods, record->sharedMethodCount);
+}
+
+void RegisterClassExtension(Host& host, const REALclassDefinition* record) {
+  CheckClass(host, record);
+  host.extensions.push_back(record);
+  if (record->sharedMethodCount > 0) {
+    host.registered.push_back("shared methods of " + std::string(record->name));
+  }
+}
+
+void RegisterClass(Host& host, const REALclassDefinition* record) {
+  CheckClass(host, record);
+  host.registered.push_back("the class " + std::string(record->name));
+}
+
+void RegisterModule(Host& host, const REALmoduleDefinition* record) {
+  if (record == nullptr) host.Misuse("no record");
+  CheckMethods(host, record->methods, record->methodCount);
+  host.registered.emplace_back("a module");
+}
+
+void RegisterMethod(Host& host, const REALmethodDefinition* record) {
+  CheckMethods(host, record, 1);
+  host.registered.push_back(record->declaration);
+}
+
+void RegisterControl(Host& host, const REALcontrol* record) {
+  if (record == nullptr || record->size % kSizeUnit != 0) {
+    host.Misuse("the record's size is no multiple of 16");
+  }
+  host.registered.emplace_back("a control");
 }
 
 const ClassRef* FindClassRef(Host& host, const char* name) { return host.FindClass(name); }
@@ -87,6 +132,10 @@ std::span<const EntryRow> RuntimeEntries() {
       Row<"RegisterPluginVersion", RegisterPluginVersion>(),
       Row<"REALGetRBVersion", GetVersion>(),
       Row<"PluginRegisterClassExtension", RegisterClassExtension>(),
+      Row<"PluginRegisterClass", RegisterClass>(),
+      Row<"PluginRegisterModule", RegisterModule>(),
+      Row<"PluginRegisterMethod", RegisterMethod>(),
+      Row<"PluginRegisterControl", RegisterControl>(),
       Row<"pluginObjectType", FindClassRef>(),
       Row<"CreateInstance", Instantiate>(),
       Row<"PluginNewInstance", InstantiateByName>(),
@@ -111,6 +160,11 @@ void* EntryAddress(const char* name) {
   }();
   const auto found = addresses.find(std::string_view(name));
   return found == addresses.end() ? nullptr : found->second;
+}
+
+bool GivesBack(std::string_view entry) {
+  return entry == "REALUnlockObject" || entry == "REALUnlockString" ||
+         entry == "unlockPictureDescription" || entry == "PluginDisposeStringData";
 }
 
 std::vector<std::string> EntryNames() {

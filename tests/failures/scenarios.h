@@ -1,8 +1,9 @@
 #pragma once
 
-// Everything a host or another module may ask of the plugin, each as one short scenario that
-// describes its outcome as text: what came back, down to the last pixel or byte. The failure tests
-// run every scenario again and again, with another call failing each time.
+// What another module may ask of the plugin (and some methods, for the rest of which velhost
+// --check does the same), each as one short scenario that describes its outcome as text: what came
+// back, down to the last pixel or byte. The failure tests run every scenario again and again, with
+// another call failing each time.
 
 #include <span>
 #include <string>
@@ -28,7 +29,8 @@ struct Scenario {
   /// Describes the outcome; what the call returned is given back by then. Is given the scenario's
   /// own name.
   std::string (*run)(Fixture& fixture, const char* name);
-  /// Other outcomes that are fine when something fails, each in brackets.
+  /// Other outcomes that are fine when something fails, each in brackets; of pictures their size,
+  /// where one may be made afresh.
   const char* alternatives = "";
 
   std::string Run(Fixture& fixture) const { return run(fixture, name); }
@@ -37,6 +39,3 @@ struct Scenario {
 /// Scenarios about pictures, and about strings, data and arrays.
 std::span<const Scenario> PictureScenarios();
 std::span<const Scenario> TextScenarios();
-
-/// All pixels as one number, with the size: "5 x 3 pixels 89abcdef"; "null" for none.
-std::string Describe(const sim::Picture* picture);

@@ -61,7 +61,7 @@ TEST_P(StartUp, RegistersWhatTheVersionAsksFor) {
   const auto symbols = ExportedSymbols();
   const uint32_t flags = kMarkSafe | (param.consoleBits ? kSafe : 0);
   uint32_t words[25];
-  std::memcpy(words, session.host.extension, sizeof words);
+  std::memcpy(words, session.host.extensions.at(0), sizeof words);
   EXPECT_STREQ(reinterpret_cast<const char*>(words[1]), "Picture");
   const auto* const methods = reinterpret_cast<const REALmethodDefinition*>(words[9]);
   std::map<int, uint32_t> expected = {

@@ -4,13 +4,13 @@ mutant(lost_reference
   FILE pixels/picture_writers.cpp
   FROM [[AddReference(editor.picture) ||]]
   TO [[editor.picture != nullptr ||]]
-  TESTS Storages/Methods.PutPixelsWhereTheyBelong/Console)
+  TESTS Storages/Methods.PutPixelsWhereTheyBelong/console)
 
 mutant(missing_unlock
   FILE pixels/picture_editor.cpp
   FROM [[  REALUnlockPictureDescription(reference.get());]]
   TO ""
-  TESTS Storages/Methods.PutPixelsWhereTheyBelong/Console)
+  TESTS Storages/Methods.PutPixelsWhereTheyBelong/console)
 
 mutant(leaking_writer
   FILE pixels/picture_editor.cpp
@@ -22,25 +22,25 @@ mutant(lost_alpha
   FILE pixels/picture_reader.cpp
   FROM [[editor.hasAlpha = PictureHasAlphaChannel(picture);]]
   TO [[editor.hasAlpha = PictureHasAlphaChannel(picture) && false;]]
-  TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/ConsoleScatteredAlpha)
+  TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/console_alpha)
 
 mutant(row_too_long
   FILE transforms/pixel_moves.cpp
   FROM [[row.count = source.width;]]
   TO [[row.count = source.width + 1;]]
-  TESTS Storages/Methods.PutPixelsWhereTheyBelong/ConsolePadded)
+  TESTS Storages/Methods.PutPixelsWhereTheyBelong/web)
 
 mutant(unmirrored_middle_row
   FILE transforms/pixel_moves.cpp
   FROM [[if (picture.height % 2 == 0) return;]]
   TO [[if (picture.height % 2 != 0) return;]]
-  TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/Console)
+  TESTS Storages/Methods.DoWhatTheModelDoesAtEveryVersion/console)
 
 mutant(shear_off_by_one
   FILE transforms/rotate.cpp
   FROM [[return {static_cast<int>(whole), offset - whole};]]
   TO [[return {static_cast<int>(whole) + 1, offset - whole};]]
-  TESTS Storages/Methods.RotateRandomPicturesByRandomAngles/Console)
+  TESTS Storages/Methods.RotateRandomPicturesByRandomAngles/console)
 
 # Pixels that fall off the row's front still blend into the first one that stays.
 mutant(forgotten_carry

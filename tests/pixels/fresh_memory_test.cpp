@@ -69,7 +69,7 @@ class FreshMemory : public testing::TestWithParam<FreshCase> {
   }
 
   static Outcome Run(const auto& call, bool fresh, const char* failing = "", int divisor = 1) {
-    sim::Settings settings = GetParam().Settings(2012.0);
+    sim::Settings settings = GetParam().SettingsAt(2012.0);
     settings.pagesMissing = fresh;
     settings.warmMemory = fresh;  // New pictures are not filled.
     Session session(settings);

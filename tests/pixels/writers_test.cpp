@@ -169,7 +169,7 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
     editor.accessX = editor.accessY = 7;
     ASSERT_TRUE(linux(editor, 10, 4));
     uint8_t* const buffer = editor.ownedBuffer;
-    EXPECT_EQ(session.host.ledger.pluginAllocations.at(buffer), 150U);
+    EXPECT_EQ(session.host.ledger.pluginAllocations.at(buffer).size, 150U);
     EXPECT_EQ(std::count(buffer, buffer + 150, 0), 150);
     EXPECT_EQ(std::tuple(editor.baseAddress, editor.pixels), std::tuple(buffer, buffer));
     EXPECT_EQ(std::tuple(editor.width, editor.height, editor.rowBytes, editor.bytesPerPixel),

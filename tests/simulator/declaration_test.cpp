@@ -24,7 +24,7 @@ TEST(Declaration, IsTakenApart) {
 TEST(Declaration, IsRefusedWithTheReason) {
   const char* const cases[][2] = {
       {"", "no name"},
-      {"A(b as thing) as picture", "type of b is unknown"},
+      {"A(b as ) as picture", "type of b is missing"},
       {"A(b double)", "name as type"},
       {"A(b as double", "do not end"},
       {"A(b as integer = 1.5)", "default of b"},

@@ -10,56 +10,16 @@
 
 #include "simulator/cairo_storage.h"
 #include "simulator/console_storage.h"
+#include "simulator/picture_setup.h"
 #include "tests/session.h"
 #include "tests/transforms/model.h"
 
-/// Where the source lives and where new pictures go.
-struct PictureSetup {
-  const char* name;
-  sim::AppKind application;
-  sim::StorageKind source;
-  sim::StorageKind target;
-  bool alpha;
-  sim::RowLayout rows = sim::RowLayout::kContiguous;
-  int extraStrideBytes = 0;
+using sim::PictureSetup;
 
-  sim::Settings Settings(double version) const {
-    return {.version = version,
-            .application = application,
-            .newPictures = target,
-            .newAlphaPictures = target,
-            .rows = rows,
-            .extraStrideBytes = extraStrideBytes};
-  }
-  model::Format TargetFormat() const { return model::FormatOf(target, alpha); }
-};
-
+namespace sim {
 /// What a test's name shows.
 inline void PrintTo(const PictureSetup& setup, std::ostream* out) { *out << setup.name; }
-
-inline const PictureSetup kSetups[] = {
-    {"Console", sim::AppKind::kConsole, sim::StorageKind::kConsole, sim::StorageKind::kConsole,
-     false},
-    {"ConsolePadded", sim::AppKind::kWeb, sim::StorageKind::kConsole, sim::StorageKind::kConsole,
-     false, sim::RowLayout::kPadded},
-    {"ConsoleReversed", sim::AppKind::kConsole, sim::StorageKind::kConsole,
-     sim::StorageKind::kConsole, false, sim::RowLayout::kReversed},
-    {"ConsoleScatteredAlpha", sim::AppKind::kConsole, sim::StorageKind::kConsole,
-     sim::StorageKind::kConsole, true, sim::RowLayout::kScattered},
-    {"CairoAlpha", sim::AppKind::kDesktop, sim::StorageKind::kCairo, sim::StorageKind::kCairo, true,
-     sim::RowLayout::kContiguous, 12},
-    {"Cairo", sim::AppKind::kDesktop, sim::StorageKind::kCairo, sim::StorageKind::kCairo, false,
-     sim::RowLayout::kContiguous, 4},
-    {"Gdk", sim::AppKind::kDesktop, sim::StorageKind::kGdk, sim::StorageKind::kGdk, false},
-    {"CairoToGdk", sim::AppKind::kDesktop, sim::StorageKind::kCairo, sim::StorageKind::kGdk, false,
-     sim::RowLayout::kContiguous, 8},
-    {"GdkToCairo", sim::AppKind::kDesktop, sim::StorageKind::kGdk, sim::StorageKind::kCairo, false},
-};
-
-/// Why a set-up cannot be had here, or nothing.
-inline std::string Install(const PictureSetup& setup) {
-  return sim::InstallStorage(setup.source) + sim::InstallStorage(setup.target);
-}
+}  // namespace sim
 
 /// A picture of random bits: unused ones, alphas and colours that no host would combine included.
 inline sim::Ref<sim::Picture> RandomPicture(sim::Host& host, const PictureSetup& setup, int width,

@@ -260,74 +260,31 @@ TEST(Rotation, SizesThatDoNotFitAreRefused) {
   }
 }
 
-/// function(picture, angle, background) with a stack that is `misalignment` bytes off a multiple
-/// of 16 at the call.
-extern "C" uint32_t callMisaligned(void* function, const uint32_t* words, uint32_t misalignment);
-asm(R"(
-  .text
-  .type callMisaligned, @function
-callMisaligned:
-  pushl %ebp
-  movl %esp, %ebp
-  andl $-16, %esp
-  subl 16(%ebp), %esp
-  movl 12(%ebp), %ecx
-  pushl 12(%ecx)
-  pushl 8(%ecx)
-  pushl 4(%ecx)
-  pushl (%ecx)
-  call *8(%ebp)
-  movl %ebp, %esp
-  popl %ebp
-  ret
-)");
-
 TEST(Rotation, DoesNotDependOnItsCallersHabits) {
-  struct Habit {
-    uint16_t control;  // of the x87
-    uint32_t mxcsr;
-    uint32_t misalignment;
-  };
   Session session;
-  auto* const estimate =
-      Exported<long long(void*, double)>(session.plugin, "_Z14rbRotateMemoryP17REALpictureStructd");
   std::mt19937 random(3);
   const auto source = RandomPicture(session.host, kConsole, 23, 17, random);
   for (const double angle : {30.0, 17.3, 200.1, -1e-20}) {
     const Raster expected =
         Rotated(Raster::Of(*source), model::Format::kConsole, angle, 0x12345678).result;
-    for (const Habit& habit : {Habit{0x037F, 0x1F80, 0},
-                               {0x037F, 0x1F80, 4},
-                               {0x037F, 0x1F80, 8},
-                               {0x037F, 0x1F80, 12},
-                               {0x007F, 0x1F80, 12},
-                               {0x0F7F, 0xFFC0, 4},
-                               {0x0B7F, 0x5F80, 8},
-                               {0x077F, 0x3FBF, 0}}) {
-      SCOPED_TRACE(testing::Message() << angle << std::hex << " " << habit.control << " "
-                                      << habit.mxcsr << " " << habit.misalignment);
-      uint32_t words[4] = {static_cast<uint32_t>(reinterpret_cast<uintptr_t>(source.get())), 0, 0,
-                           0x12345678};
-      std::memcpy(words + 1, &angle, sizeof angle);
-      void* const rotate = session.plugin.Address("_Z8rbRotateP17REALpictureStructdm");
-      uint16_t control = 0;
-      uint32_t mxcsr = 0;
-      constexpr uint32_t kUsual = 0x1F80;
-      asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(habit.control), "m"(habit.mxcsr) : "memory");
+    for (const sim::CallerHabits& habits : {sim::CallerHabits{0x037F, 0x1F80, 0},
+                                            {0x037F, 0x1F80, 4},
+                                            {0x037F, 0x1F80, 8},
+                                            {0x037F, 0x1F80, 12},
+                                            {0x007F, 0x1F80, 12},
+                                            {0x0F7F, 0xFFC0, 4},
+                                            {0x0B7F, 0x5F80, 8},
+                                            {0x077F, 0x3FBF, 0}}) {
+      SCOPED_TRACE(testing::Message() << angle << std::hex << " " << habits.x87Control << " "
+                                      << habits.mxcsr << " " << habits.misalignment);
+      session.plugin.habits = habits;
       session.host.log.Clear();
-      const uint32_t result = callMisaligned(rotate, words, habit.misalignment);
-      estimate(source.get(), angle);
-      asm volatile("fnstcw %0\n\tstmxcsr %1\n\tfninit\n\tldmxcsr %2"
-                   : "=m"(control), "=m"(mxcsr)
-                   : "m"(kUsual)
-                   : "memory");
-      EXPECT_EQ(control, habit.control);
-      EXPECT_EQ(mxcsr, habit.mxcsr);
-      for (const auto& line : session.host.log.lines) EXPECT_EQ(line.mxcsr, habit.mxcsr);
-      const auto made = sim::Ref<sim::Picture>::Adopt(
-          session.host.Live<sim::Picture>(reinterpret_cast<void*>(uintptr_t{result})));
-      ASSERT_TRUE(made);
-      EXPECT_EQ(Difference(Raster::Of(*made), expected), "");
+      const sim::Result made =
+          session.plugin.Call("RotateVel", source.get(), {angle, sim::Color{0x12345678}});
+      session.plugin.Call("RotateMemoryVel", source.get(), {angle});
+      for (const auto& line : session.host.log.lines) EXPECT_EQ(line.mxcsr, habits.mxcsr);
+      ASSERT_TRUE(made.picture);
+      EXPECT_EQ(Difference(Raster::Of(*made.picture), expected), "");
     }
   }
 }
