@@ -2,13 +2,9 @@
 
 #include <unistd.h>
 
-#include <biosoup/progress_bar.hpp>
-#include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <map>
 #include <new>
 
@@ -16,6 +12,7 @@
 #include "cli/imaging/image_file.h"
 #include "cli/imaging/output_file.h"
 #include "cli/imaging/user_error.h"
+#include "cli/progress.h"
 #include "cli/sheet.h"
 #include "cli/test_card.h"
 
@@ -23,8 +20,6 @@ namespace velhost {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kClearLine = "\r\x1b[K";
 
 volatile std::sig_atomic_t caughtSignal = 0;
 
@@ -49,36 +44,6 @@ void PrintSteps(const std::vector<PreparedCall>& calls, const std::vector<Step>&
     std::puts("");
   }
 }
-
-// One line, drawn on a terminal only; elsewhere it would be noise.
-class Progress {
- public:
-  explicit Progress(size_t count)
-      : bar_(static_cast<uint32_t>(count), 24), shown_(count > 1 && isatty(STDERR_FILENO) != 0) {}
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  void Show(const std::string& name) const {
-    if (!shown_) return;
-    const uint32_t done = bar_.event_counter(), all = bar_.num_events();
-    std::cerr << kClearLine << '[' << bar_ << "] " << done + 1 << " of " << all;
-    if (done > 0) {
-      const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start_;
-      std::cerr << ", " << std::lround(time.count() / done * (all - done)) << " s left";
-    }
-    // A long name is cut at the terminal's edge: wrapped, the line could not be cleared.
-    std::cerr << ": \x1b[?7l" << name << "\x1b[?7h" << std::flush;
-  }
-  void Clear() const {
-    if (shown_) std::cerr << kClearLine << std::flush;
-  }
-  void Step() { ++bar_; }
-
- private:
-  biosoup::ProgressBar bar_;
-  bool shown_;
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
 
 struct Job {
   std::string input;

@@ -1,5 +1,6 @@
 // velhost: the command-line front of the simulated host. Exit status 0 when all went well, 1 when a
-// picture failed, 2 when the command line is not right or would replace a file, 130 after Ctrl-C.
+// picture or a check failed, 2 when the command line is not right or would replace a file, 130
+// after Ctrl-C.
 
 #include <cstdio>
 #include <exception>
@@ -14,6 +15,7 @@ namespace velhost {
 namespace {
 
 int Run(const Options& options) {
+  if (!options.check.plugin.empty()) return RunCheck(options.check);
   if (options.output == kStandardOutput) KeepStandardOutput();
   if (options.testCard) {
     SaveImage(options, options.output, TestCard());

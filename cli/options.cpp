@@ -21,7 +21,11 @@ constexpr const char* kExamples =
 
 // What can be seen to be missing before any work is done.
 void Complete(Options& options) {
-  if (options.list) return;
+  const CheckOptions& check = options.check;
+  if (check.plugin.empty() && !check.caseName.empty()) {
+    throw UserError("--case needs the plugin: --check PLUGIN.so --case NAME");
+  }
+  if (options.list || !check.plugin.empty()) return;
   if (options.sheet && options.inputs.empty()) options.inputs = {kTestCardInput};
   if (options.sheet && options.output.empty()) options.output = "out/sheet.png";
   if (options.testCard) {
@@ -73,6 +77,27 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_flag_callback(
       "--no-times", [&options] { options.times = false; }, "leave the times out of the sheet");
   app.add_flag("--test-card", options.testCard, "write the project's test card");
+  CheckOptions& check = options.check;
+  app.add_option("--check", check.plugin,
+                 "try any plugin in strict hosts: start-up, all methods,\n"
+                 "each host call failing; tells what it leaks or breaks")
+      ->option_text("PLUGIN");
+  app.add_option("--case", check.caseName,
+                 "only this case of the check, in this process and with\n"
+                 "every call into the host shown")
+      ->option_text("NAME");
+  app.add_option("--case-seconds", check.seconds, "time that a case of the check may take [10]")
+      ->option_text("NUMBER")
+      ->check(CLI::Range(0.1, 86400.0));
+  app.add_option("--jobs", check.processes,
+                 "cases of the check at a time [as many as there are\n"
+                 "processors]")
+      ->option_text("NUMBER")
+      ->check(CLI::Range(1, 1024));
+  app.add_flag("--exceptions", check.exceptions,
+               "let host calls throw exceptions in the check, too");
+  app.add_option("--json", check.json, "file for the results of the check, case by case")
+      ->option_text("FILE");
   std::string hosts;
   for (const std::string& name : HostNames()) hosts += (hosts.empty() ? "" : ", ") + name;
   app.add_option("--host", options.host, "kind of host: " + hosts + " [console]")

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/check/check.h"
+
 namespace velhost {
 
 /// Stands for the test card among the names of pictures.
@@ -29,6 +31,7 @@ struct Options {
   bool sheet = false;  ///< instead of running the calls one after the other
   bool times = true;
   bool testCard = false;
+  CheckOptions check;  ///< asked for when it names a plugin
 };
 
 /// Reads the command line. Empty when only help was asked for (and given); throws UserError when

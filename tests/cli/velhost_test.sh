@@ -244,6 +244,24 @@ memory() {
   complains 'sample.png: memory is short'
 }
 
+check() {
+  { printf '\x7fELF\x02\x01\x01'; head -c 9 /dev/zero; printf '\x03\0\x3e'; head -c 99 /dev/zero; } >wide.so
+  ln -s "$(ldd "$velhost" | awk '/libm.so/ { print $3 }')" libm.so
+  try <<'CASES'
+2|text.png is no shared library||--check text.png
+2|nope.so: name||--check nope.so
+2|wide.so is no 32-bit||--check wide.so
+2|no entry point REALPluginMain||--check libm.so
+2|is no case: give one||--check "$PLUGIN" --case Break/console
+2|registers no Nope here||--check "$PLUGIN" --case Nope/console/2012/5x3
+2|--case needs the plugin||--case Break/console/2012/5x3
+1||says "^call .*lockPictureDescription"|--check "$PLUGIN" --case Break/console/2012/5x3
+1||says "after Break call 1,"|--check "$PLUGIN" --case "Break/web/2011.5/call 1"
+1||mv one.json first.json|--check "$PLUGIN" --json one.json --jobs 1
+1||same one.json first.json|--check "$PLUGIN" --json one.json --jobs 3
+CASES
+}
+
 hosts() {
   expect 0 sample.png -m BitmapVel --host gdk -o flat.png
   for host in console web cairo gdk; do

@@ -1,16 +1,17 @@
-# The mutants: what each breaks, and the tests that must notice ("corpus": the kept fuzz inputs).
+# The mutants: what each breaks, and the tests that must notice ("corpus": the kept fuzz inputs,
+# "check": that case of velhost --check).
 
 mutant(lost_reference
   FILE pixels/picture_writers.cpp
   FROM [[AddReference(editor.picture) ||]]
   TO [[editor.picture != nullptr ||]]
-  TESTS Storages/Methods.PutPixelsWhereTheyBelong/console)
+  TESTS "check MirrorVel/console/2012.01/5x3")
 
 mutant(missing_unlock
   FILE pixels/picture_editor.cpp
   FROM [[  REALUnlockPictureDescription(reference.get());]]
   TO ""
-  TESTS Storages/Methods.PutPixelsWhereTheyBelong/console)
+  TESTS "check MirrorVel/console/2012.01/5x3")
 
 mutant(leaking_writer
   FILE pixels/picture_editor.cpp
@@ -28,7 +29,7 @@ mutant(row_too_long
   FILE transforms/pixel_moves.cpp
   FROM [[row.count = source.width;]]
   TO [[row.count = source.width + 1;]]
-  TESTS Storages/Methods.PutPixelsWhereTheyBelong/web)
+  TESTS "check MirrorVel/web/2012.01/5x3")
 
 mutant(unmirrored_middle_row
   FILE transforms/pixel_moves.cpp
