@@ -29,7 +29,10 @@ void REALPluginMain(void* (*resolver)(const char*)) {
   extension.methods = &method;
   extension.methodCount = 1;
   extension.flags = velpicture::kFlagConsoleSafe;
-  reinterpret_cast<void (*)(int)>(resolver("RegisterPluginVersion"))(extension.version);
-  reinterpret_cast<void (*)(REALclassDefinition*)>(resolver("PluginRegisterClassExtension"))(
-      &extension);
+  if (void* entry = resolver("RegisterPluginVersion")) {
+    reinterpret_cast<void (*)(int)>(entry)(extension.version);
+  }
+  if (void* entry = resolver("PluginRegisterClassExtension")) {
+    reinterpret_cast<void (*)(REALclassDefinition*)>(entry)(&extension);
+  }
 }
