@@ -15,6 +15,9 @@ namespace {
 /// A line of source words, down which the target's rows grow by whole lines: the fewer rows are
 /// written at a time, the longer each stays in the first level of the cache.
 constexpr int kStripColumns = kLineWords;
+/// How many rows ahead a strip's lines are asked for: no processor foresees rows that are read
+/// towards lower addresses.
+constexpr int kAheadRows = 32;
 
 template <class Source, class Target>
 struct TransposeOf {
@@ -92,7 +95,13 @@ struct TransposeOf {
     while (column < band.columnCount) {
       if (band.columnCount - end < 4) end = band.columnCount;
       int row = 0;
-      for (; row + kLineWords <= band.rowCount; row += kLineWords) TransposeStep(row, column, end);
+      for (; row + kLineWords <= band.rowCount; row += kLineWords) {
+        for (int ahead = 0; ahead < kLineWords; ++ahead) {
+          Prefetch(band.source + column * Source::kBytes,
+                   (row + kAheadRows + ahead) * band.sourceStride);
+        }
+        TransposeStep(row, column, end);
+      }
       if (row < band.rowCount) TransposeStep(band.rowCount - kLineWords, column, end);
       column = end;
       end += kStripColumns;
