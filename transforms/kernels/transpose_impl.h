@@ -12,8 +12,8 @@
 namespace velpicture::VEL_VARIANT_NAME {
 namespace {
 
-/// A line of source words, down which the target's rows grow by whole lines: the fewer rows are
-/// written at a time, the longer each stays in the first level of the cache.
+/// A strip of columns is a line of source words wide: the fewer target rows grow at a time, the
+/// longer the lines that are being written stay in the first level of the cache.
 constexpr int kStripColumns = kLineWords;
 /// How many rows ahead a strip's lines are asked for: no processor foresees rows that are read
 /// towards lower addresses.
@@ -120,8 +120,7 @@ struct TransposeOf {
 };
 
 // What is larger than the cache is gathered, so that several lines at a stretch go to each target
-// row past the cache: memory, too, has pages that it opens slowly. As many lines in a target row as
-// in a source row.
+// row past the cache: memory, too, has pages that it opens slowly.
 constexpr int kStageColumns = 128;
 constexpr int kStageRows = 64;
 
@@ -194,7 +193,7 @@ void Transpose(const TransposeBand& band) {
   VisitKinds(band.formats, [&](auto source, auto target) {
     using Source = decltype(source);
     using Target = decltype(target);
-    // Less is transposed directly, and a pixel at a time.
+    // A stage of fewer columns than a strip is not worth its filling.
     if (band.stores == Stores::kCached || band.columnCount < kLineWords) {
       TransposeOf<Source, Target>(band).Transpose();
       return;
@@ -203,7 +202,7 @@ void Transpose(const TransposeBand& band) {
     for (int done = 0; done < band.columnCount; done += part.columnCount) {
       const int remaining = band.columnCount - done;
       // None of the parts has fewer than sixteen columns.
-      part.columnCount = remaining < kStageColumns                ? remaining
+      part.columnCount = remaining <= kStageColumns               ? remaining
                          : remaining < kStageColumns + kLineWords ? kStageColumns - kLineWords
                                                                   : kStageColumns;
       part.source = band.source + done * Source::kBytes;
