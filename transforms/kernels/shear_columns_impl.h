@@ -18,9 +18,9 @@
 // from one row of the tile to the next, and only one new vector is loaded for each.
 //
 // Pixels come from the source's rows themselves. Where some of these are missing, at the picture's
-// edges, and where a group has fewer columns or three-byte pixels, they come from a window: the
-// rows as words, the background standing in. Blends go straight to the target; those of groups with
-// fewer columns, of three-byte pixels and of weights without multipliers go to a buffer first.
+// edges, and where a group has fewer columns, they come from a window: the rows as words, the
+// background standing in. Blends go straight to the target; those of groups with fewer columns and
+// of weights without multipliers go to a buffer first.
 
 #include "transforms/kernels/blends_impl.h"
 #include "transforms/kernels/pixels_impl.h"
@@ -104,18 +104,24 @@ int FirstGroupLimit(const ColumnShear& columns) {
 /// A vector's width of columns: the source rows of each lane, and where in these its pixels lie.
 template <class Source>
 struct LaneRows {
+  /// Three-byte pixels are loaded with the four bytes in front of them.
   Words Row(int i) const {
-    const Words pixels =
-        Vector::LoadLanes([&](int lane) { return rows[lane][i] + bytes + lane * 16; });
-    return Vector::Or(Source::Widened(pixels), set);
+    constexpr int kLaneBytes = kLaneColumns * Source::kBytes;
+    constexpr int kSkip = 16 - kLaneBytes;
+    const Words pixels = Vector::LoadLanes(
+        [&](int lane) { return rows[lane][i] + bytes + lane * kLaneBytes - kSkip; });
+    if constexpr (kSkip == 0) return Vector::Or(Source::Widened(pixels), set);
+    return Vector::Or(Vector::template WidenRgb<4, 4>(pixels), set);
   }
 
   const uint8_t* const* rows[kLanes];
   intptr_t bytes;
   Words set;
-  /// Rows to ask for meanwhile, and where in them.
-  const uint8_t* const* ahead;
-  intptr_t aheadBytes;
+  /// What the next group will read and write, to be asked for meanwhile: rows, and where in them.
+  const uint8_t* const* sourceAhead;
+  intptr_t sourceAheadBytes;
+  uint8_t* const* targetAhead;
+  intptr_t targetAheadBytes;
 };
 
 /// Of each column, the pixel of the row that its extra lag names: flags[i] marks those with i.
@@ -136,14 +142,16 @@ void BlendRows(const LaneRows<Source>& rows, const typename Vector::Flags* flags
   for (int i = 0; i <= kExtraLag; ++i) held[i] = rows.Row(i);
   Words previous = Merge<kExtraLag>(held, flags);
   for (int t = 0; t < rowCount; ++t) {
-    if (rows.ahead != nullptr) Prefetch(rows.ahead[t], rows.aheadBytes);
+    if (rows.sourceAhead != nullptr) {
+      Prefetch(rows.sourceAhead[t], rows.sourceAheadBytes);
+      Prefetch(rows.targetAhead[t], rows.targetAheadBytes);
+    }
     for (int i = 0; i < kExtraLag; ++i) held[i] = held[i + 1];
     held[kExtraLag] = rows.Row(t + 1 + kExtraLag);
     const Words current = Merge<kExtraLag>(held, flags);
     uint8_t* const to = targetRows[t] + targetBytes;
-    Vector::Store(to, Target::Narrowed(Vector::Blend(current, previous, weights)));
-    // The next group will write here.
-    Prefetch(to, 2 * kLineBytes - 1);
+    StoreVector<Target::kBytes, false>(to,
+                                       Target::Narrowed(Vector::Blend(current, previous, weights)));
     previous = current;
   }
 }
@@ -218,26 +226,28 @@ class ColumnTile {
     // A lane may name a few more rows than its columns do.
     const bool isInside = BeginRow(group) >= columns_.sourceRowsBegin &&
                           EndRow(group) + kMostExtraLag <= columns_.sourceRowsEnd;
+    const int end = next.first + next.size;
     const uint8_t* const* const nextRows = columns_.sourceRows + BeginRow(next);
-    if constexpr (Source::kBytes == 4) {
-      if (isWhole && isInside) {
-        const LaneRows<Source> rows = {{},
-                                       group.first * 4,
-                                       Vector::Broadcast(set_),
-                                       nextRows,
-                                       (next.first + next.size) * 4 - 1};
-        BlendGroup(group, columns_.sourceRows + BeginRow(group), rows);
-        // The next group also lies across rows that have no counterpart here.
-        for (int i = rowCount_; i < EndRow(next) - BeginRow(next); ++i) {
-          Prefetch(nextRows[i], rows.aheadBytes);
-        }
-        return;
-      }
+    const intptr_t nextBytes = end * Source::kBytes - 1;
+    const auto rowsOf = [&](auto source, intptr_t bytes, uint32_t set) {
+      return LaneRows<decltype(source)>{{},
+                                        bytes,
+                                        Vector::Broadcast(set),
+                                        nextRows,
+                                        nextBytes,
+                                        columns_.targetRows + firstRow_,
+                                        end * Target::kBytes - 1};
+    };
+    if (isWhole && isInside && (Source::kBytes == 4 || group.first > 0)) {
+      BlendGroup(group, columns_.sourceRows + BeginRow(group),
+                 rowsOf(Source{}, group.first * Source::kBytes, set_));
+    } else {
+      LoadWindow(group);
+      BlendGroup(group, windowRows_, rowsOf(WordPixels{}, 0, 0));
     }
-    LoadWindow(group);
-    const LaneRows<WordPixels> rows = {
-        {}, 0, Vector::Broadcast(0), nextRows, (next.first + next.size) * Source::kBytes - 1};
-    BlendGroup(group, windowRows_, rows);
+    // The next group also lies across rows that have no counterpart here.
+    for (int i = rowCount_; i < EndRow(next) - BeginRow(next); ++i)
+      Prefetch(nextRows[i], nextBytes);
   }
 
   void LoadWindow(const ColumnGroup& group) {
@@ -264,13 +274,14 @@ class ColumnTile {
         for (int lane = 0; lane < kLanes; ++lane) {
           rows.rows[lane] = sourceRows + (group.laneLags[j / kLaneColumns + lane] - group.leastLag);
         }
-        rows.bytes = groupBytes + j * 4;
-        BlendLanes<decltype(target)>(rows, group, j, targetRows, targetBytes + j * 4, rowCount_);
-        rows.ahead = nullptr;
+        rows.bytes = groupBytes + j * From::kBytes;
+        BlendLanes<decltype(target)>(rows, group, j, targetRows,
+                                     targetBytes + j * decltype(target)::kBytes, rowCount_);
+        rows.sourceAhead = nullptr;
       }
     };
-    if (Target::kBytes == 4 && group.size == kGroupColumns && !group.NeedsDoubles()) {
-      return blend(Target{}, columns_.targetRows + firstRow_, group.first * 4);
+    if (group.size == kGroupColumns && !group.NeedsDoubles()) {
+      return blend(Target{}, columns_.targetRows + firstRow_, group.first * Target::kBytes);
     }
     blend(WordPixels{}, blendRows_, 0);
     for (int lane = 0; lane < kGroupLanes; ++lane) {
@@ -280,8 +291,8 @@ class ColumnTile {
       for (int i = 0; i < kLaneColumns; ++i) {
         const int row =
             group.laneLags[lane] - group.leastLag + static_cast<int>(group.extraLags[j + i]);
-        above[i] = From::Load(sourceRows[row] + groupBytes + (j + i) * 4) |
-                   (Source::kBytes == 4 && sourceRows != windowRows_ ? set_ : 0);
+        above[i] = From::Load(sourceRows[row] + groupBytes + (j + i) * From::kBytes) |
+                   (sourceRows != windowRows_ ? set_ : 0);
       }
       BlendColumnsInDoubles(blends_[0] + j * 4, sizeof blends_[0], rowCount_, above,
                             group.weights + j);
