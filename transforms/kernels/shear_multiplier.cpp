@@ -1,5 +1,7 @@
 #include "transforms/kernels/shear_multiplier.h"
 
+#include <emmintrin.h>
+
 namespace velpicture {
 namespace {
 
@@ -84,35 +86,32 @@ uint16_t Multiplier(double weight) {
   if (weight >= 1.0) return kNoMultiplier;
   // Below this no difference of channels makes a step.
   if (weight < 1.0 / 256) return 0;
-  // The same way down the tree in whole numbers. The weight is cut to 32 bits, by less than 2^-32,
-  // so that what a fraction with denominator q lacks of it is off by less than q. Of the fractions
-  // below and above, only the denominators are kept, and how far they lie from the weight times
-  // their denominator, in units of 2^-32.
   const auto fraction = static_cast<uint32_t>(weight * 0x1p32);
-  uint32_t lower = 1, excess = fraction;  // 0/1
-  uint32_t upper = 1, lack = -fraction;   // 1/1
-  constexpr uint32_t kMost = kMaxDifference;
-  const auto advance = [](uint32_t& denominator, uint32_t& distance, uint32_t other,
-                          uint32_t otherDistance, uint32_t count) {
-    if (count > kMost || denominator + count * other > kMost) count = (kMost - denominator) / other;
-    denominator += count * other;
-    distance -= count * otherDistance;
-  };
-  while (lower + upper <= kMost) {
-    if (excess >= lack) {
-      advance(lower, excess, upper, lack, excess / lack);
-    } else if (excess != 0) {
-      advance(upper, lack, lower, excess, (lack - 1) / excess);
-    } else {
-      break;
-    }
+  // Beside a half or a whole, where at 30 degrees all columns of a small picture are, the search
+  // below would find only that it cannot tell.
+  if (2 * fraction + 0x20000 < 0x40000) return MultiplierByDoubles(weight);
+  // The multiplier is the weight's lower neighbour among the multiples of 2^-16, unless some
+  // d·weight is past a whole number that d·neighbour has yet to reach: then, as fractions lie
+  // further apart than that, it is the upper one. Differences below 128 need no look, since twice
+  // as much tells the same.
+  const __m128i below = _mm_set1_epi16(static_cast<short>(fraction >> 16));
+  const __m128i cut = _mm_set1_epi16(static_cast<short>(fraction));
+  __m128i differences = _mm_setr_epi16(128, 129, 130, 131, 132, 133, 134, 135);
+  __m128i passed = _mm_setzero_si128();
+  __m128i nearest = _mm_set1_epi16(0x7FFF);
+  for (int d = 128; d <= kMaxDifference; d += 8) {
+    // Bits 2^-1 to 2^-16 of both products. Where a sum has none or all of them set, the product
+    // with the weight, of which it has the upper 32 bits, may be whole or on either side.
+    const __m128i product = _mm_mullo_epi16(differences, below);
+    const __m128i sum = _mm_add_epi16(product, _mm_mulhi_epu16(differences, cut));
+    passed = _mm_or_si128(passed, _mm_subs_epu16(product, sum));
+    nearest = _mm_min_epi16(nearest, _mm_xor_si128(sum, _mm_srai_epi16(sum, 15)));
+    differences = _mm_add_epi16(differences, _mm_set1_epi16(8));
   }
-  if ((excess == 0 && lower > 1) || lack <= kMost) return MultiplierByDoubles(weight);
-  // Between the two lies the upper or the lower of the weight's neighbours among the multiples of
-  // 2^-16: the lower one unless the fraction lies above it.
-  const uint32_t below = fraction >> 16;
-  const uint32_t cut = fraction & 0xFFFF;
-  const uint32_t multiplier = excess < lower * cut ? below + 1 : below;
+  const __m128i zero = _mm_setzero_si128();
+  if (_mm_movemask_epi8(_mm_cmpeq_epi16(nearest, zero)) != 0) return MultiplierByDoubles(weight);
+  const bool isPassed = _mm_movemask_epi8(_mm_cmpeq_epi16(passed, zero)) != 0xFFFF;
+  const uint32_t multiplier = (fraction >> 16) + (isPassed ? 1 : 0);
   // From 254/255 on every multiplier does the same.
   return static_cast<uint16_t>(multiplier < 0xFF00 ? multiplier : 0xFF00);
 }
