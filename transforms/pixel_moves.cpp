@@ -128,14 +128,10 @@ void MirrorPixels(const PictureEditor& source, PictureEditor& target, bool flipC
     row.formats = {kPixelArgb32, kPixelArgb32};
     restBytes = static_cast<size_t>(bytes % 4);
   }
-  const auto targetRow = [&](int y) {
-    return RowAddress(target, flipRows ? source.height - 1 - y : y);
-  };
   for (int y = 0; y < source.height; ++y) {
     const int next = std::min(y + 1, source.height - 1);
-    row.target = targetRow(y);
+    row.target = RowAddress(target, flipRows ? source.height - 1 - y : y);
     row.source = RowAddress(source, y);
-    row.targetAhead = ByteOffset(row.target, targetRow(next));
     row.sourceAhead = ByteOffset(row.source, RowAddress(source, next));
     (flipColumns ? kernels.reverseRow : kernels.copyRow)(row);
     if (restBytes != 0) {

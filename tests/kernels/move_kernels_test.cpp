@@ -72,7 +72,7 @@ TEST_P(MoveKernelsTest, RowsOfEveryWidthAndAlignment) {
                             !atEnd, 1);
           NoisyBytes target(static_cast<size_t>(width) * BytesOf(formats.target), offset, atEnd, 2);
           for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
-            const RowMove row = {target.data(), source.data(), width, formats, stores, 4096, -4096};
+            const RowMove row = {target.data(), source.data(), width, formats, stores, -4096};
             for (const auto move : {&Kernels::copyRow, &Kernels::reverseRow}) {
               ExpectSameMoves(target, [&](const Kernels& kernels) { (kernels.*move)(row); });
             }

@@ -34,8 +34,7 @@ struct RowMove {
   ptrdiff_t count;  ///< pixels
   FormatPair formats;
   Stores stores;
-  /// Bytes to the rows that are moved next, which are asked for meanwhile; they may be anywhere.
-  ptrdiff_t targetAhead;
+  /// Bytes to the source row that is moved next, which is asked for meanwhile; it may be anywhere.
   ptrdiff_t sourceAhead;
 };
 

@@ -62,7 +62,6 @@ struct RowOf {
     for (; i + kLineWords <= row.count; i += kLineWords) {
       // Where a row ends, the hardware's own foresight ends too.
       Prefetch(row.source + i * Source::kBytes, row.sourceAhead);
-      Prefetch(TargetAt(i, kLineWords), row.targetAhead);
       MoveLine<false>(i);
     }
     if (i < row.count) MoveLine<false>(row.count - kLineWords);
