@@ -1,10 +1,11 @@
 #pragma once
 
-// A host and a plugin started in it, fresh for each test.
+// A host and a plugin started in it, fresh for each test, and the plugin's exports by their names.
 
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <typeinfo>
 
 #include "simulator/host.h"
 #include "simulator/plugin.h"
@@ -15,6 +16,29 @@ Signature* Exported(const sim::Plugin& plugin, const std::string& mangled) {
   auto* const function = plugin.Symbol<Signature>(mangled.c_str());
   if (function == nullptr) throw std::runtime_error("not exported: " + mangled);
   return function;
+}
+
+/// A process-wide variable.
+template <class T>
+T& Variable(const sim::Plugin& plugin, const std::string& name) {
+  return *Exported<T>(plugin, name);
+}
+
+/// An exported function by its plain name and C++ type: Function<long(void*)>(plugin,
+/// "REALGetArrayUBound"). The mangled name follows from both, so that one which is exported with
+/// other types is not found; "Fv…E" is the type's own name, with the same parameters between.
+template <class Signature>
+struct MangledName;
+template <class Result, class... Args>
+struct MangledName<Result(Args...)> {
+  static std::string Of(const std::string& name) {
+    const std::string type = typeid(void(Args...)).name();
+    return "_Z" + std::to_string(name.size()) + name + type.substr(2, type.size() - 3);
+  }
+};
+template <class Signature>
+Signature* Function(const sim::Plugin& plugin, const std::string& name) {
+  return Exported<Signature>(plugin, MangledName<Signature>::Of(name));
 }
 
 /// The plugin under test: the one built beside the tests, or the file that the environment variable
@@ -28,6 +52,17 @@ struct Session {
   explicit Session(sim::Settings settings = {}) : host(std::move(settings)), plugin(PluginPath()) {
     plugin.Start(host);
   }
+  /// Calls an exported function.
+  template <class Signature, class... Args>
+  auto Call(const std::string& name, Args&&... args) const {
+    return Function<Signature>(plugin, name)(std::forward<Args>(args)...);
+  }
+  /// The host's object that a function returned, with its reference taken over.
+  template <class T>
+  sim::Ref<T> Own(const void* returned) const {
+    return sim::Ref<T>::Adopt(host.Live<T>(returned));
+  }
+
   sim::Host host;
   sim::Plugin plugin;
 };

@@ -6,7 +6,6 @@
 
 #include "pixels/picture_editor.h"
 #include "simulator/plugin_snapshot.h"
-#include "tests/host/plugin_function.h"
 #include "tests/text/views.h"
 
 namespace {

@@ -6,66 +6,68 @@
 #include <string>
 #include <type_traits>
 
-#include "tests/host/plugin_function.h"
+#include "tests/session.h"
 
 namespace {
 
 using sim::ElementType;
-using String = REALstringStruct;
 
 constexpr const char* kInsertProvider = "RuntimeArrayDirectGetInsertProc";
 constexpr const char* kGetProvider = "RuntimeArrayDirectGetGetProc";
 constexpr const char* kSetProvider = "RuntimeArrayDirectGetSetProc";
 
-template <class Last>
-using Overload = void(REALarrayStruct*, long, Last);
-
-/// Null where there is none of that type.
-template <class Last>
-Overload<Last>* Find(const sim::Plugin& plugin, const char* name) {
-  return plugin.Symbol<Overload<Last>>(SignatureName<Overload<Last>>::Mangled(name).c_str());
-}
-
-/// The three overloads for one type of element.
+/// The three overloads for one type of element; null where there is none.
 template <class T>
 struct Element {
-  explicit Element(const sim::Plugin& plugin)
-      : insert(Find<T>(plugin, "REALInsertArrayValue")),
-        get(Find<T*>(plugin, "REALGetArrayValue")),
-        set(Find<T>(plugin, "REALSetArrayValue")) {}
+  template <class Last>
+  using Overload = void(REALarrayStruct*, long, Last);
+
+  explicit Element(const sim::Plugin& plugin) {
+    const auto find = [&]<class Last>(Overload<Last>*& overload, const char* name) {
+      overload = plugin.Symbol<Overload<Last>>(MangledName<Overload<Last>>::Of(name).c_str());
+    };
+    find(insert, "REALInsertArrayValue");
+    find(get, "REALGetArrayValue");
+    find(set, "REALSetArrayValue");
+  }
   Overload<T>* insert;
   Overload<T*>* get;
   Overload<T>* set;
 };
 
-class Arrays : public testing::TestWithParam<bool> {
+class Arrays : public testing::TestWithParam<bool>, protected Session {
  protected:
   Arrays() {
     if (builtIn) host.settings.missing = {kInsertProvider, kGetProvider, kSetProvider};
   }
 
-  /// Writes (where it can), reads and inserts at element 1 of 3, and checks neighbours and
-  /// look-ups. The values fill the width of their type.
+  /// Writes (where it can), reads and inserts at element 1 of 3, and checks neighbours, look-ups
+  /// and the references on handles. The values fill the width of their type.
   template <class T>
   void Exercise(ElementType type, T first, T second, bool inserts = true, bool writes = true) {
     SCOPED_TRACE(typeid(T).name());
-    const Element<T> element(session.plugin);
+    const Element<T> element(plugin);
     ASSERT_NE(element.get, nullptr);
     ASSERT_EQ(element.insert != nullptr, inserts);
     ASSERT_EQ(element.set != nullptr, writes);
-    sim::Log& log = host.log;
-    log.Clear();
+    const auto expectReferences = [&](int ofFirst, int ofSecond) {
+      if constexpr (std::is_pointer_v<T>) {
+        EXPECT_EQ(host.Live<sim::Handle>(first)->references(), ofFirst);
+        EXPECT_EQ(host.Live<sim::Handle>(second)->references(), ofSecond);
+      }
+    };
+    host.log.Clear();
     const auto array = host.MakeArray(type, 3);
-    array->At<T>(1) = first;
     if (writes) {
-      array->At<T>(1) = second;
-      element.set(array->handle(), 1, first);
-      element.set(array->handle(), 1, first);
-      EXPECT_EQ(log.Lookups(kSetProvider), 1);
+      for (const T value : {second, first, first}) element.set(array->handle(), 1, value);
+      EXPECT_EQ(host.log.Lookups(kSetProvider), 1);
+    } else {
+      array->At<T>(1) = first;
     }
     EXPECT_EQ(array->At<T>(0), T());
     EXPECT_EQ(array->At<T>(1), first);
     EXPECT_EQ(array->At<T>(2), T());
+    expectReferences(2, 1);
 
     const bool readable = !builtIn || !std::is_same_v<T, unsigned short>;
     for (int round = 1; round <= 2; ++round) {
@@ -73,50 +75,28 @@ class Arrays : public testing::TestWithParam<bool> {
       element.get(array->handle(), 1, out);
       EXPECT_EQ(out[0], readable ? first : T());
       EXPECT_EQ(out[1], second) << "written beyond the value";
+      expectReferences(3, 1);
+      if constexpr (std::is_pointer_v<T>) Own<sim::Handle>(out[0]);
       element.get(array->handle(), 1, nullptr);
-      EXPECT_EQ(log.Lookups(kGetProvider), readable ? 1 : 2 * round);
+      element.get(array->handle(), 0, out);
+      EXPECT_EQ(out[0], T());
+      EXPECT_EQ(host.log.Lookups(kGetProvider), readable ? 1 : 3 * round);
     }
 
-    if (!inserts) return;
-    element.insert(array->handle(), 1, second);
-    element.insert(array->handle(), 0, second);
-    EXPECT_EQ(array->count(), builtIn ? 3U : 5U);
-    EXPECT_EQ(array->At<T>(builtIn ? 1 : 3), first);
-    EXPECT_EQ(array->At<T>(2), builtIn ? T() : second);
-    EXPECT_EQ(log.Lookups(kInsertProvider), builtIn ? 2 : 1);
-  }
-
-  /// What happens to references when a handle is set, set again, read, inserted and set to null.
-  template <class T, class Ref>
-  void ExerciseReferences(ElementType type, const Ref& first, const Ref& second) {
-    const Element<T*> element(session.plugin);
-    T* const a = reinterpret_cast<T*>(first.get());
-    T* const b = reinterpret_cast<T*>(second.get());
-    const auto array = host.MakeArray(type, 2);
-    element.set(array->handle(), 0, a);
-    element.set(array->handle(), 0, a);
-    EXPECT_EQ(first->references(), 2);
-    T* out = nullptr;
-    element.get(array->handle(), 0, &out);
-    EXPECT_EQ(out, a);
-    EXPECT_EQ(first->references(), 3);
-    sim::Ref<sim::Handle>::Adopt(host.Live<sim::Handle>(out));
-
-    element.set(array->handle(), 0, b);
-    EXPECT_EQ(first->references(), 1);
-    EXPECT_EQ(second->references(), 2);
-    element.get(array->handle(), 1, &out);
-    EXPECT_EQ(out, nullptr);
-    element.set(array->handle(), 0, nullptr);
-    EXPECT_EQ(second->references(), 1);
-    element.insert(array->handle(), 0, a);
-    EXPECT_EQ(first->references(), builtIn ? 1 : 2);
-    EXPECT_EQ(host.Imbalance(), "");
+    if (inserts) {
+      element.insert(array->handle(), 1, second);
+      element.insert(array->handle(), 0, second);
+      EXPECT_EQ(array->count(), builtIn ? 3U : 5U);
+      EXPECT_EQ(array->At<T>(builtIn ? 1 : 3), first);
+      EXPECT_EQ(array->At<T>(2), builtIn ? T() : second);
+      EXPECT_EQ(host.log.Lookups(kInsertProvider), builtIn ? 2 : 1);
+      expectReferences(2, builtIn ? 1 : 3);
+    }
+    if (writes) element.set(array->handle(), builtIn ? 1 : 3, T());
+    expectReferences(1, builtIn ? 1 : 3);
   }
 
   const bool builtIn = GetParam();
-  Session session;
-  sim::Host& host = session.host;
 };
 
 TEST_P(Arrays, EveryNumberTypeKeepsItsFullWidth) {
@@ -132,14 +112,14 @@ TEST_P(Arrays, EveryNumberTypeKeepsItsFullWidth) {
 }
 
 TEST_P(Arrays, StringsAndObjectsHoldOneReferencePerElement) {
-  ExerciseReferences<String>(ElementType::kString, host.MakeString("a", kEncodingUtf8),
-                             host.MakeString("b", kEncodingUtf8));
-  ExerciseReferences<REALobjectStruct>(ElementType::kObject, host.MakeObject("MemoryBlock"),
-                                       host.MakeObject("Picture"));
+  const auto a = host.MakeString("a", kEncodingUtf8), b = host.MakeString("b", kEncodingUtf8);
+  Exercise(ElementType::kString, a->handle(), b->handle());
+  const auto block = host.MakeObject("MemoryBlock"), picture = host.MakeObject("Picture");
+  Exercise(ElementType::kObject, block->object(), picture->object());
 }
 
 TEST_P(Arrays, AnExceptionOfTheHostUnbalancesNoElement) {
-  const Element<String*> element(session.plugin);
+  const Element<REALstringStruct*> element(plugin);
   const auto first = host.MakeString("a", kEncodingUtf8);
   const auto second = host.MakeString("b", kEncodingUtf8);
   int number = 0;

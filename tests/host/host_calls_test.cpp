@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/host/exports.h"
-#include "tests/host/plugin_function.h"
+#include "tests/session.h"
 
 namespace {
 

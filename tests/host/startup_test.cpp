@@ -7,10 +7,9 @@
 #include <cstring>
 #include <limits>
 #include <map>
-#include <ostream>
 
 #include "tests/host/exports.h"
-#include "tests/host/plugin_function.h"
+#include "tests/session.h"
 
 namespace {
 
@@ -18,72 +17,59 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr uint32_t kSafe = 0x4, kOnly = 0x8, kWebOnly = 0x100;
 constexpr uint32_t kMarkSafe = 0x40000, kMarkOnly = 0x80000;
 
-std::string LookupsAndCalls(const sim::Log& log) {
-  std::string text;
-  for (const sim::LogLine& line : log.lines) {
-    text += (line.kind == sim::LogLine::kLookup ? "?" : "") + line.name + " ";
-  }
-  return text;
-}
-
-struct VersionCase {
-  double version;
-  bool reported;
-  bool eightDigits;
-  bool consoleBits;
-};
-void PrintTo(const VersionCase& param, std::ostream* out) {
-  *out << "version " << param.version << (param.reported ? "" : ", not reported");
-}
-
-class StartUp : public testing::TestWithParam<VersionCase> {};
-
-TEST_P(StartUp, RegistersWhatTheVersionAsksFor) {
-  const VersionCase& param = GetParam();
-  sim::Settings settings{.version = param.version};
-  if (!param.reported) settings.missing = {"REALGetRBVersion"};
-  const Session session(settings);
-
-  EXPECT_EQ(LookupsAndCalls(session.host.log),
-            std::string("?RegisterPluginVersion RegisterPluginVersion ?REALGetRBVersion ") +
-                (param.reported ? "REALGetRBVersion " : "") +
-                "?PluginRegisterClassExtension PluginRegisterClassExtension ");
-  const auto version = Variable<double>(session.plugin, "rbversion_rbversion");
-  EXPECT_EQ(std::memcmp(&version, &param.version, sizeof version), 0) << version;
-
+TEST(StartUp, RegistersWhatTheVersionAsksFor) {
   std::map<size_t, TableRow> rows;
   for (TableRow& row : ReadExportTable()) {
     if (row.method > 0) rows[row.method - 1] = std::move(row);
   }
-  if (!param.eightDigits) {
-    rows[0].declaration = "RotateVel(angle as double, background as color = &cFFFFFF) as picture";
-  }
   const auto symbols = ExportedSymbols();
-  const uint32_t flags = kMarkSafe | (param.consoleBits ? kSafe : 0);
-  uint32_t words[25];
-  std::memcpy(words, session.host.extensions.at(0), sizeof words);
-  EXPECT_STREQ(reinterpret_cast<const char*>(words[1]), "Picture");
-  const auto* const methods = reinterpret_cast<const REALmethodDefinition*>(words[9]);
-  std::map<int, uint32_t> expected = {
-      {0, 9}, {1, words[1]}, {9, words[9]}, {10, rows.size()}, {20, flags}};
-  for (int i = 0; i < 25; ++i) EXPECT_EQ(words[i], expected[i]) << "word " << i;
-  for (const auto& [i, row] : rows) {
-    EXPECT_EQ(methods[i].declaration, row.declaration);
-    EXPECT_EQ(methods[i].function, session.plugin.Address(symbols.find(row.name)->second.c_str()));
-    EXPECT_EQ(methods[i].secondFunction, nullptr);
-    EXPECT_EQ(methods[i].flags, flags);
+  struct VersionCase {
+    double version;
+    bool eightDigits, consoleBits;
+    bool reported = true;
+  };
+  for (const VersionCase& each :
+       {VersionCase{0.0, false, false, false}, VersionCase{0.0, false, false},
+        VersionCase{2010.028, false, false}, VersionCase{2010.029, false, true},
+        VersionCase{2011.03, false, true}, VersionCase{2011.04, true, true},
+        VersionCase{2012.0, true, true}, VersionCase{kNaN, true, true}}) {
+    SCOPED_TRACE(each.version);
+    sim::Settings settings{.version = each.version};
+    if (!each.reported) settings.missing = {"REALGetRBVersion"};
+    const Session session(settings);
+
+    std::string order;
+    for (const sim::LogLine& line : session.host.log.lines) {
+      order += (line.kind == sim::LogLine::kLookup ? "?" : "") + line.name + " ";
+    }
+    EXPECT_EQ(order,
+              std::string("?RegisterPluginVersion RegisterPluginVersion ?REALGetRBVersion ") +
+                  (each.reported ? "REALGetRBVersion " : "") +
+                  "?PluginRegisterClassExtension PluginRegisterClassExtension ");
+    const auto version = Variable<double>(session.plugin, "rbversion_rbversion");
+    EXPECT_EQ(std::memcmp(&version, &each.version, sizeof version), 0) << version;
+
+    const uint32_t flags = kMarkSafe | (each.consoleBits ? kSafe : 0);
+    uint32_t words[25];
+    std::memcpy(words, session.host.extensions.at(0), sizeof words);
+    EXPECT_STREQ(reinterpret_cast<const char*>(words[1]), "Picture");
+    const auto* const methods = reinterpret_cast<const REALmethodDefinition*>(words[9]);
+    std::map<int, uint32_t> expected = {
+        {0, 9}, {1, words[1]}, {9, words[9]}, {10, rows.size()}, {20, flags}};
+    for (int i = 0; i < 25; ++i) EXPECT_EQ(words[i], expected[i]) << "word " << i;
+    rows[0].declaration = std::string("RotateVel(angle as double, background as color = &cFFFFFF") +
+                          (each.eightDigits ? "FF" : "") + ") as picture";
+    for (const auto& [i, row] : rows) {
+      EXPECT_EQ(methods[i].declaration, row.declaration);
+      EXPECT_EQ(methods[i].function,
+                session.plugin.Address(symbols.find(row.name)->second.c_str()));
+      EXPECT_EQ(methods[i].secondFunction, nullptr);
+      EXPECT_EQ(methods[i].flags, flags);
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Versions, StartUp,
-    testing::Values(VersionCase{0.0, false, false, false}, VersionCase{0.0, true, false, false},
-                    VersionCase{2010.028, true, false, false},
-                    VersionCase{2010.029, true, false, true},
-                    VersionCase{2011.03, true, false, true}, VersionCase{2011.04, true, true, true},
-                    VersionCase{2012.0, true, true, true}, VersionCase{kNaN, true, true, true}));
-
-TEST(StartUpTest, AHostWithoutVersionRegistryIsServedAllTheSame) {
+TEST(StartUp, AHostWithoutVersionRegistryIsServedAllTheSame) {
   sim::Host host({.missing = {"RegisterPluginVersion"}});
   // The host would not take a record from a plugin that has not declared its version.
   const auto& registered = host.Record("PluginRegisterClassExtension").calls;
@@ -127,7 +113,7 @@ TEST(ConsoleFlags, AreTranslatedInEveryListOnNewHosts) {
     const bool isNew = !(version < 2010.029);
     const Session session({.version = version});
     const auto fix = [&]<class... Args>(Args... args) {
-      Function<void(Args...)>(session.plugin, "FixConsoleFlags")(args...);
+      session.Call<void(Args...)>("FixConsoleFlags", args...);
     };
     const auto expect = [isNew](const auto& list, const char* gained) {
       EXPECT_EQ(list.Gained(), isNew ? gained : "----");
@@ -172,27 +158,21 @@ TEST(ConsoleFlags, AreTranslatedInEveryListOnNewHosts) {
 
 TEST(ConsoleFlags, ClassesAreMarkedDirectly) {
   const Session session;
-  const auto safe = Function<void(REALclassDefinition*)>(session.plugin, "SetClassConsoleSafe");
-  const auto web = Function<void(REALclassDefinition*)>(session.plugin, "SetClassWebOnly");
-  REALclassDefinition record{};
-  record.flags = 0x10C;
-  web(&record);
-  EXPECT_EQ(record.flags, 0x104U);
-  record.flags = ~(kWebOnly | kSafe);
-  web(&record);
-  EXPECT_EQ(record.flags, ~(kSafe | kOnly));
-  safe(&record);
-  EXPECT_EQ(record.flags, ~kOnly);
+  for (const auto& [function, before, after] :
+       {std::tuple{"SetClassWebOnly", 0x10CU, 0x104U},
+        {"SetClassWebOnly", ~(kWebOnly | kSafe), ~(kSafe | kOnly)},
+        {"SetClassConsoleSafe", ~(kSafe | kOnly), ~kOnly}}) {
+    REALclassDefinition record{};
+    record.flags = before;
+    session.Call<void(REALclassDefinition*)>(function, &record);
+    EXPECT_EQ(record.flags, after) << function;
+  }
 }
 
 TEST(Registration, SizesAreRoundedInPlaceAndOnlyWhenTheyMustBe) {
   Session session;
   sim::Recorder& classes = session.host.Record("PluginRegisterClass");
   sim::Recorder& controls = session.host.Record("PluginRegisterControl");
-  const auto addClass = Function<void(REALclassDefinition*)>(session.plugin, "MyREALRegisterClass");
-  const auto addControl = Function<void(REALcontrol*)>(session.plugin, "MyREALRegisterControl");
-  auto& hasControls = Variable<bool>(session.plugin, "gHasControls");
-
   void* const page =
       mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   constexpr std::pair<uint32_t, uint32_t> kSizes[] = {{0, 0},   {1, 16},    {16, 16}, {17, 32},
@@ -204,15 +184,16 @@ TEST(Registration, SizesAreRoundedInPlaceAndOnlyWhenTheyMustBe) {
       // A record that needs no change may be read-only.
       if (size == rounded) mprotect(page, 4096, PROT_READ);
       if (isControl) {
-        addControl(static_cast<REALcontrol*>(page));
+        session.Call<void(REALcontrol*)>("MyREALRegisterControl", static_cast<REALcontrol*>(page));
       } else {
-        addClass(static_cast<REALclassDefinition*>(page));
+        session.Call<void(REALclassDefinition*)>("MyREALRegisterClass",
+                                                 static_cast<REALclassDefinition*>(page));
       }
       mprotect(page, 4096, PROT_READ | PROT_WRITE);
       EXPECT_EQ(field, rounded);
       EXPECT_EQ((isControl ? controls : classes).calls.back()[0],
                 reinterpret_cast<uintptr_t>(page));
-      EXPECT_EQ(hasControls, isControl);
+      EXPECT_EQ(Variable<bool>(session.plugin, "gHasControls"), isControl);
     }
   }
   EXPECT_EQ(classes.calls.size() + controls.calls.size(), 2 * std::size(kSizes));
@@ -228,18 +209,19 @@ TEST(Application, IsToldByTheClassesThatTheHostKnows) {
       if (known >> i & 1) session.host.AddClass({.name = kNames[i]});
     }
     session.host.log.Clear();
-    const auto check = Function<void()>(session.plugin, "CheckApplication");
-    check();
-    EXPECT_EQ(Variable<bool>(session.plugin, "IsDesktop"), (known & 1) != 0);
-    EXPECT_EQ(Variable<bool>(session.plugin, "IsConsole"), known == 2 || known == 4 || known == 6);
+    session.Call<void()>("CheckApplication");
+    bool &isDesktop = Variable<bool>(session.plugin, "IsDesktop"),
+         &isConsole = Variable<bool>(session.plugin, "IsConsole");
+    EXPECT_EQ(isDesktop, (known & 1) != 0);
+    EXPECT_EQ(isConsole, known == 2 || known == 4 || known == 6);
     std::string asked;
     for (const sim::LogLine& line : session.host.log.lines) asked += line.arguments;
     EXPECT_EQ(asked, "\"Application\"\"WebApplication\"\"ConsoleApplication\"");
     session.host.settings.missing.insert(std::begin(kNames), std::end(kNames));
-    Variable<bool>(session.plugin, "IsConsole") = true;
-    check();  // finds nothing now, and clears nothing
-    EXPECT_EQ(Variable<bool>(session.plugin, "IsDesktop"), (known & 1) != 0);
-    EXPECT_TRUE(Variable<bool>(session.plugin, "IsConsole"));
+    isConsole = true;
+    session.Call<void()>("CheckApplication");  // finds nothing now, and clears nothing
+    EXPECT_EQ(isDesktop, (known & 1) != 0);
+    EXPECT_TRUE(isConsole);
   }
 }
 

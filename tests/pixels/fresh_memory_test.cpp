@@ -25,26 +25,20 @@ struct FreshCase : PictureSetup {
 
 void PrintTo(const FreshCase& each, std::ostream* out) { *out << each.name; }
 
-FreshCase Console(const char* name, RowLayout rows, size_t ranges) {
-  return {{name, AppKind::kConsole, StorageKind::kConsole, StorageKind::kConsole, false, rows},
-          ranges};
-}
-
-FreshCase Desktop(const char* name, StorageKind kind, bool alpha, int extraStride, size_t ranges) {
-  return {{name, AppKind::kDesktop, kind, kind, alpha, RowLayout::kContiguous, extraStride},
-          ranges};
-}
+constexpr StorageKind kBlock = StorageKind::kConsole, kCairo = StorageKind::kCairo,
+                      kGdk = StorageKind::kGdk;
+constexpr AppKind kConsole = AppKind::kConsole, kDesktop = AppKind::kDesktop;
 
 const FreshCase kCases[] = {
-    Console("Console", RowLayout::kContiguous, 1),
-    Console("ConsolePadded", RowLayout::kPadded, 1),
-    Console("ConsoleReversed", RowLayout::kReversed, 1),
-    Console("ConsoleScattered", RowLayout::kScattered, 0),
-    Console("ConsoleHalves", RowLayout::kHalves, 2),
-    Desktop("Cairo", StorageKind::kCairo, false, 0, 1),
-    Desktop("CairoOddStride", StorageKind::kCairo, true, 12, 1),
-    Desktop("CairoPagesBetweenRows", StorageKind::kCairo, true, 8204, 0),
-    Desktop("Gdk", StorageKind::kGdk, false, 0, 1),
+    {{"Console", kConsole, kBlock, kBlock, false}, 1},
+    {{"ConsolePadded", kConsole, kBlock, kBlock, false, RowLayout::kPadded}, 1},
+    {{"ConsoleReversed", kConsole, kBlock, kBlock, false, RowLayout::kReversed}, 1},
+    {{"ConsoleScattered", kConsole, kBlock, kBlock, false, RowLayout::kScattered}, 0},
+    {{"ConsoleHalves", kConsole, kBlock, kBlock, false, RowLayout::kHalves}, 2},
+    {{"Cairo", kDesktop, kCairo, kCairo, false}, 1},
+    {{"CairoOddStride", kDesktop, kCairo, kCairo, true, RowLayout::kContiguous, 12}, 1},
+    {{"CairoPagesBetweenRows", kDesktop, kCairo, kCairo, true, RowLayout::kContiguous, 8204}, 0},
+    {{"Gdk", kDesktop, kGdk, kGdk, false}, 1},
 };
 
 const struct {

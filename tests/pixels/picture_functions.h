@@ -6,36 +6,34 @@
 
 #include "pixels/picture_editor.h"
 #include "simulator/console_storage.h"
-#include "tests/host/plugin_function.h"
+#include "tests/session.h"
 
 using Picture = REALpictureStruct;
 
-/// A session and its pixel functions, each called by its plain name and exact types.
+/// A session and its pixel functions.
 struct PixelSession : Session {
   explicit PixelSession(sim::Settings settings = {}) : Session(std::move(settings)) {
     host.log.Clear();
   }
-  template <class Signature, class... Args>
-  auto Call(const char* name, Args... args) {
-    return Function<Signature>(plugin, name)(args...);
-  }
   bool Read(PictureEditor& editor, Picture* picture) {
-    return Function<bool(PictureEditor&, Picture*)>(plugin, "GetPictureReader")(editor, picture);
+    return Call<bool(PictureEditor&, Picture*)>("GetPictureReader", editor, picture);
   }
   bool Read(PictureEditor& editor, Picture* picture, bool allowCopy, bool writable) {
-    using Signature = bool(PictureEditor&, Picture*, signed char, signed char);
-    return Function<Signature>(plugin, "GetPictureReader")(editor, picture, allowCopy ? 1 : 0,
-                                                           writable ? 1 : 0);
+    return Call<bool(PictureEditor&, Picture*, signed char, signed char)>(
+        "GetPictureReader", editor, picture, allowCopy, writable);
   }
-  void Close(PictureEditor& editor) {
-    Function<void(PictureEditor&)>(plugin, "ClosePictureReader")(editor);
-  }
+  void Close(PictureEditor& editor) { Call<void(PictureEditor&)>("ClosePictureReader", editor); }
   velpicture::Rgba Get(PictureEditor& editor, int x, int y) {
-    return Function<velpicture::Rgba(PictureEditor&, int, int)>(plugin, "GetPixel")(editor, x, y);
+    return Call<velpicture::Rgba(PictureEditor&, int, int)>("GetPixel", editor, x, y);
   }
-  /// The picture that a function returned, with its reference taken over.
-  sim::Ref<sim::Picture> Own(Picture* picture) {
-    return sim::Ref<sim::Picture>::Adopt(host.Live<sim::Picture>(picture));
+  sim::Ref<sim::Picture> Own(Picture* picture) { return Session::Own<sim::Picture>(picture); }
+  /// By any of its names, that of an entry too.
+  void LoseLibrary(const std::string& name) {
+    for (const char* folder : {"", "/usr/lib/", "/usr/lib32/"}) {
+      for (const char* suffix : {"", ".so", ".so.0", ".so.2", ".so.2.10800.10"}) {
+        host.settings.missing.insert(folder + name + suffix);
+      }
+    }
   }
   bool& isConsole() { return Variable<bool>(plugin, "IsConsole"); }
   bool& isDesktop() { return Variable<bool>(plugin, "IsDesktop"); }
@@ -81,14 +79,3 @@ struct PixelSession : Session {
 /// Makes a storage available; on a machine without its libraries says why the test is skipped.
 #define SKIP_WITHOUT(kind) \
   if (const std::string why = sim::InstallStorage(kind); !why.empty()) GTEST_SKIP() << why
-
-/// A picture of distinct pixels, each with another alpha.
-inline sim::Image Numbered(int width, int height) {
-  sim::Image image(width, height);
-  for (size_t i = 0; i < image.pixels.size(); ++i) {
-    const auto n = static_cast<uint8_t>(i * 7 + 3);
-    image.pixels[i] = {n, static_cast<uint8_t>(n * 3), static_cast<uint8_t>(200 - n),
-                       static_cast<uint8_t>(255 - i * 11)};
-  }
-  return image;
-}

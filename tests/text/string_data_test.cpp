@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/host/plugin_function.h"
+#include "tests/session.h"
 #include "tests/text/views.h"
 
 namespace {
