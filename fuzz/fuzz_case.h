@@ -36,13 +36,6 @@ struct FuzzCase {
     return finished;
   }
 
-  template <class Signature>
-  Signature* Exported(const char* mangled) const {
-    auto* const function = plugin.Symbol<Signature>(mangled);
-    Require(function != nullptr, std::string("not exported: ") + mangled);
-    return function;
-  }
-
  private:
   void ArmFaults();
 };

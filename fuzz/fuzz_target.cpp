@@ -3,11 +3,10 @@
 // angles, colours, strings and encodings. Results are compared with a plain model wherever nothing
 // was disturbed, and the host's account must be even after every call.
 
-#include <cstdlib>
-
 #include "fuzz/calls.h"
 #include "fuzz/fuzz_case.h"
 #include "simulator/plugin_snapshot.h"
+#include "tests/session.h"
 
 namespace {
 
@@ -81,11 +80,7 @@ sim::Settings PickSettings(Input& input) {
 }
 
 struct LoadedPlugin {
-  const char* path = [] {
-    const char* const named = std::getenv("VEL_PLUGIN");
-    return named != nullptr ? named : VEL_PLUGIN;
-  }();
-  sim::Plugin plugin{path};
+  sim::Plugin plugin{PluginPath()};
   sim::PluginSnapshot fresh{plugin};
 };
 

@@ -62,15 +62,13 @@ std::optional<Raster> PictureHost::Mirror(const sim::Picture& picture, bool colu
 
 std::optional<Raster> PictureHost::Rotate(const sim::Picture& picture, double angle,
                                           uint32_t background) {
-  const double normalized = Normalized(angle);
-  if (std::isnan(normalized)) return std::nullopt;
-  if (const auto turns = ExactQuarterTurns(normalized)) return Turn(picture, *turns);
+  if (const auto turns = QuarterTurns(angle)) return Turn(picture, *turns);
   const auto source = Read(picture);
-  if (!source) return std::nullopt;
+  if (!source || !std::isfinite(angle)) return std::nullopt;
   const auto format = NewFormat(picture.storage->alpha());
   if (!format) return std::nullopt;
   // The model takes whole turns off one by one, which is for angles within reason.
-  const double near = std::fabs(angle) < 1e6 ? angle : normalized;
+  const double near = std::fabs(angle) < 1e6 ? angle : std::fmod(angle, 360.0);
   return Rotated(*source, *format, near, background).result;
 }
 
@@ -89,39 +87,10 @@ sim::Image PictureHost::Clone(const sim::Picture& picture, int width, int height
   return clone;
 }
 
-double Normalized(double angle) {
-  if (!std::isfinite(angle)) return std::nan("");
-  const double rest = std::fmod(angle, 360.0);
-  return rest < 0 ? rest + 360.0 : rest;
-}
-
-std::optional<int> ExactQuarterTurns(double normalized) {
-  for (int turns = 0; turns < 4; ++turns) {
-    if (normalized == 90.0 * turns) return turns;
-  }
-  return std::nullopt;
-}
-
-int64_t RotationMemory(int64_t width, int64_t height, double angle) {
-  const double normalized = Normalized(angle);
-  if (std::isnan(normalized)) return 0;
-  if (ExactQuarterTurns(normalized)) return width * height * 4;
-  const bool turned = normalized > 45 && normalized <= 315;
-  const int turns = !turned ? 0 : normalized <= 135 ? 1 : normalized <= 225 ? 2 : 3;
-  const int64_t turnedBytes = turned ? width * height * 4 : 0;
-  if (turns % 2 == 1) std::swap(width, height);
-  const double radians = (normalized - 90.0 * turns) * 3.141592653589793 / 180.0;
-  double sine, cosine;
-  sincos(radians, &sine, &cosine);
-  sine = std::fabs(sine);
-  const auto h = static_cast<double>(height);
-  const int64_t w1 = width + static_cast<int64_t>(h * std::fabs(std::tan(radians * 0.5)));
-  const auto wide = static_cast<double>(w1);
-  const int64_t h2 = static_cast<int64_t>(h * cosine + wide * sine) + 1;
-  const auto high = static_cast<double>(h2);
-  const int64_t w3 = static_cast<int64_t>(wide * sine + high * cosine) + 1;
-  const int64_t h3 = static_cast<int64_t>(wide * cosine + high * sine) + 1;
-  return turnedBytes + height * 4 * w1 + w1 * 4 * h2 + w3 * h3 * 4;
+std::optional<int> QuarterTurns(double angle) {
+  if (std::remainder(angle, 90.0) != 0) return std::nullopt;  // NaN where there is no angle
+  const auto turns = static_cast<int>(std::fmod(angle, 360.0) / 90.0);
+  return (turns + 4) % 4;
 }
 
 }  // namespace model

@@ -35,10 +35,7 @@ class PictureHost {
   bool isDesktop_;
 };
 
-/// [0, 360], or NaN.
-double Normalized(double angle);
-/// Whether a normalised angle is 0, 90, 180 or 270: the result is that many quarter turns.
-std::optional<int> ExactQuarterTurns(double normalized);
-int64_t RotationMemory(int64_t width, int64_t height, double angle);
+/// How many quarter turns, 0 to 3, an angle comes down to that is a whole number of them.
+std::optional<int> QuarterTurns(double angle);
 
 }  // namespace model

@@ -1,11 +1,12 @@
 // Texts and data: arbitrary bytes in arbitrary encodings, seen through the views and the builders.
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <optional>
 
 #include "fuzz/calls.h"
 #include "simulator/text_conversion.h"
+#include "tests/text/views.h"
 
 namespace {
 
@@ -13,33 +14,17 @@ constexpr uint32_t kStringEncodings[] = {kEncodingMacRoman,      kEncodingUtf16,
                                          kEncodingWindowsLatin1, kEncodingAscii,
                                          kEncodingUndefined,     kEncodingUtf8};
 
-/// The views' memory, as a caller without their headers has it.
-template <size_t kSize>
-using ViewMemory = std::array<uint32_t, kSize / 4>;
-
-struct Slot {
-  uint32_t encoding;
-  size_t unitBytes;
-  const char* getLength;
-  const char* getText;
-};
-constexpr Slot kSlots[] = {
-    {kEncodingUtf8, 1, "_ZN6rbText10LengthUTF8Ev", "_ZN6rbText7GetUTF8Ev"},
-    {kEncodingAscii, 1, "_ZN6rbText11LengthASCIIEv", "_ZN6rbText8GetASCIIEv"},
-    {kEncodingWindowsLatin1, 1, "_ZN6rbText13LengthWindowsEv", "_ZN6rbText10GetWindowsEv"},
-    {kEncodingMacRoman, 1, "_ZN6rbText14LengthMacRomanEv", "_ZN6rbText11GetMacRomanEv"},
-    {kEncodingUtf16, 2, "_ZN6rbText11LengthUTF16Ev", "_ZN6rbText8GetUTF16Ev"},
-    {kEncodingUtf32, 4, "_ZN6rbText11LengthUTF32Ev", "_ZN6rbText8GetUTF32Ev"},
-};
+constexpr Encoding kSlots[] = {kEncodings[0], kEncodings[1], kEncodings[2],
+                               kEncodings[3], kEncodings[4], {"UTF32", kEncodingUtf32, 5, 4}};
 
 /// What a view hands out of a string in one encoding.
-std::string ExpectedText(std::string_view bytes, uint32_t encoding, const Slot& slot) {
+std::string ExpectedText(std::string_view bytes, uint32_t encoding, const Encoding& target) {
   // Text without an encoding is taken as Windows Latin-1.
   if (encoding == kEncodingUndefined) encoding = kEncodingWindowsLatin1;
-  const bool wide = slot.encoding == kEncodingUtf32;
-  auto text = sim::ConvertText(bytes, encoding, wide ? uint32_t{kEncodingUtf16} : slot.encoding);
+  const bool wide = target.value == kEncodingUtf32;
+  auto text = sim::ConvertText(bytes, encoding, wide ? uint32_t{kEncodingUtf16} : target.value);
   if (!text) return {};
-  if (slot.unitBytes == 1) return *text;
+  if (target.unitBytes == 1) return *text;
   text->resize(text->size() / 2 * 2);
   for (const char* mark : {"\xFF\xFE", "\xFE\xFF"}) {
     if (text->compare(0, 2, mark, 2) == 0) text->erase(0, 2);
@@ -55,39 +40,28 @@ void UseText(FuzzCase& fuzzCase) {
   const int copies = fuzzCase.input.Below(3);
   uint8_t order = fuzzCase.input.Byte();
   const auto string = fuzzCase.host.MakeString(fuzzCase.input.Bytes(60), encoding);
-  const auto construct = fuzzCase.Exported<void(void*, void*)>("_ZN6rbTextC1EP16REALstringStruct");
-  const auto copy = fuzzCase.Exported<void(void*, void*)>("_ZN6rbTextC1ERKS_");
-  const auto assign = fuzzCase.Exported<void*(void*, void*)>("_ZN6rbTextaSERKS_");
-  const auto destroy = fuzzCase.Exported<void(void*)>("_ZN6rbTextD1Ev");
-
-  ViewMemory<180> first, second;
-  bool firstLives = false, secondLives = false;
-  const auto read = [&](ViewMemory<180>& view) {
+  std::optional<Text> first, second;
+  const auto read = [&](Text& view) {
     for (size_t i = 0; i < std::size(kSlots); ++i) {
-      const Slot& slot = kSlots[(i + order) % std::size(kSlots)];
-      const long length = fuzzCase.Exported<long(void*)>(slot.getLength)(&view);
-      const auto* const text = fuzzCase.Exported<const char*(void*)>(slot.getText)(&view);
-      fuzzCase.Require(text != nullptr && length >= 0, "a view without a text");
-      const std::string got(text, static_cast<size_t>(length) * slot.unitBytes);
-      fuzzCase.Require(fuzzCase.disturbed || got == ExpectedText(string->bytes(), encoding, slot),
-                       "wrong text");
+      const Encoding& slot = kSlots[(i + order) % std::size(kSlots)];
+      fuzzCase.Require(view.Length(slot.name) >= 0 && view.Get(slot.name) != nullptr,
+                       "a view without a text");
+      fuzzCase.Require(
+          fuzzCase.disturbed || view.Bytes(slot) == ExpectedText(string->bytes(), encoding, slot),
+          "wrong text");
     }
   };
   fuzzCase.Run([&] {
-    construct(&first, string.get());
-    firstLives = true;
-    read(first);
+    first.emplace(fuzzCase.plugin, string.get());
+    read(*first);
     if (copies == 0) return;
-    copy(&second, &first);
-    secondLives = true;
-    if (copies == 2) assign(&first, &second);
-    read(second);
+    second.emplace(fuzzCase.plugin, *first);
+    if (copies == 2) first->Assign(*second);
+    read(*second);
   });
-  // Views are destroyed whatever happened; destroying them twice is harmless.
-  for (int i = 0; i < 2; ++i) {
-    if (firstLives) destroy(&first);
-    if (secondLives) destroy(&second);
-  }
+  // Whatever happened; once more at the end of their scope.
+  if (first) first->Destroy();
+  if (second) second->Destroy();
 }
 
 void UseData(FuzzCase& fuzzCase) {
@@ -100,27 +74,19 @@ void UseData(FuzzCase& fuzzCase) {
   const auto block = fuzzCase.host.MakeMemoryBlock(bytes);
   block->hidden = fuzzCase.input.Below(8) == 7;
 
-  ViewMemory<40> view;
+  std::optional<Data> view;
   const bool built = fuzzCase.Run([&] {
     if (ofString) {
-      fuzzCase.Exported<void(void*, void*)>("_ZN6rbDataC1EP16REALstringStruct")(&view,
-                                                                                string.get());
+      view.emplace(fuzzCase.plugin, string.get());
     } else {
-      fuzzCase.Exported<void(void*, void*, uint32_t, uint32_t)>(
-          "_ZN6rbDataC1EP21REALmemoryBlockStructjj")(&view, block.get(), offset, length);
+      view.emplace(fuzzCase.plugin, block.get(), offset, length);
     }
   });
-  if (!built) return;
-  const char* data;
-  std::memcpy(&data, &view[8], sizeof data);
-  const std::string_view seen(data, view[9]);
-  if (!fuzzCase.disturbed) {
-    const std::string_view all = bytes;
-    const std::string_view part =
-        block->hidden ? std::string_view() : all.substr(offset, length == 0 ? size : length);
-    fuzzCase.Require(seen == (ofString ? all : part), "wrong data");
-  }
-  fuzzCase.Exported<void(void*)>("_ZN6rbDataD1Ev")(&view);
+  if (!built || fuzzCase.disturbed) return;
+  const std::string_view all = bytes;
+  const std::string_view part =
+      block->hidden ? std::string_view() : all.substr(offset, length == 0 ? size : length);
+  fuzzCase.Require(view->bytes() == (ofString ? all : part), "wrong data");
 }
 
 void UseStringData(FuzzCase& fuzzCase) {
@@ -133,9 +99,8 @@ void UseStringData(FuzzCase& fuzzCase) {
   REALstringData record = untouched;
   bool filled = false;
   const bool finished = fuzzCase.Run([&] {
-    filled = fuzzCase.Exported<bool(void*, uint32_t, void*)>(
-        "_Z17REALGetStringDataP16REALstringStructmP14REALstringData")(
-        onNull ? nullptr : string.get(), to, &record);
+    filled = Function<bool(REALstringStruct*, unsigned long, REALstringData*)>(
+        fuzzCase.plugin, "REALGetStringData")(onNull ? nullptr : string->handle(), to, &record);
   });
   const auto expected = sim::ConvertText(string->bytes(), from, to);
   if (!filled) {
@@ -145,7 +110,7 @@ void UseStringData(FuzzCase& fuzzCase) {
   }
   fuzzCase.Require(std::string_view(record.data, record.length) == expected || fuzzCase.disturbed,
                    "wrong string data");
-  fuzzCase.Exported<void(void*)>("_Z21REALDisposeStringDataP14REALstringData")(&record);
+  Function<void(REALstringData*)>(fuzzCase.plugin, "REALDisposeStringData")(&record);
 }
 
 void UseBuilders(FuzzCase& fuzzCase) {
@@ -159,20 +124,17 @@ void UseBuilders(FuzzCase& fuzzCase) {
   void* made = nullptr;
   uint32_t number = 0;
   const bool finished = fuzzCase.Run([&] {
+    const sim::Plugin& plugin = fuzzCase.plugin;
     if (which == 0) {
-      made = fuzzCase.Exported<void*(const void*, int, uint32_t)>(
-          "_Z22REALBuildUnicodeStringPKvim")(bytes.data(), size, encoding);
+      made = Function<void*(const void*, int, unsigned long)>(plugin, "REALBuildUnicodeString")(
+          bytes.data(), size, encoding);
     } else if (which == 1) {
-      made = fuzzCase.Exported<void*(const void*, int)>("_Z20REALBuildMemoryblockPKvi")(
-          bytes.data(), size);
+      made = Function<void*(const void*, int)>(plugin, "REALBuildMemoryblock")(bytes.data(), size);
     } else if (which == 2) {
-      made = fuzzCase.Exported<void*(uint32_t)>("_Z21REALBuildOSTypeStringm")(code);
-    } else if (which == 3) {
-      number = fuzzCase.Exported<uint32_t(void*)>("_Z18REALstringToOSTypeP16REALstringStruct")(
-          string.get());
+      made = Function<void*(unsigned long)>(plugin, "REALBuildOSTypeString")(code);
     } else {
-      number = fuzzCase.Exported<uint32_t(void*)>(
-          "_Z27REALGetLowestStringEncodingP16REALstringStruct")(string.get());
+      const char* const ask = which == 3 ? "REALstringToOSType" : "REALGetLowestStringEncoding";
+      number = Function<unsigned long(REALstringStruct*)>(plugin, ask)(string->handle());
     }
   });
   if (which == 1) {

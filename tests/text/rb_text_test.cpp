@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/text/views.h"
 
 namespace {
@@ -45,53 +47,47 @@ const Sample kSamples[] = {
     {"empty without encoding", kEncodingUndefined, "", "", "", "", "", u""},
 };
 
-class RbText : public testing::TestWithParam<TextHost> {
+class RbText : public testing::TestWithParam<TextHost>, protected Session {
  protected:
-  Session session{GetParam().Settings()};
+  RbText() : Session(GetParam().Settings()) {}
 
-  void ExpectText(Text& text, const Sample& sample) {
+  static void ExpectText(Text& text, const Sample& sample) {
     for (const Encoding& each : kEncodings) EXPECT_EQ(text.Bytes(each), sample.In(each));
-  }
-
-  /// Zeros, and -1 for the six lengths.
-  static void ExpectEmptied(const Text& text) {
-    for (size_t offset = 0; offset < 180; offset += 4) {
-      EXPECT_EQ(text.At<int32_t>(offset), offset >= 24 && offset < 48 ? -1 : 0) << offset;
-    }
   }
 };
 
 TEST_P(RbText, EveryEncodingConvertsOnceAndIsGivenBack) {
-  sim::Log& log = session.host.log;
+  std::array<uint32_t, 45> emptied{};
+  std::fill_n(&emptied[6], 6, ~0U);  // The lengths are not known.
   for (const Sample& sample : kSamples) {
     SCOPED_TRACE(sample.name);
-    auto string = session.host.MakeString(sample.bytes, sample.encoding);
-    Text text(session.plugin, string.get());
+    auto string = host.MakeString(sample.bytes, sample.encoding);
+    Text text(plugin, string.get());
     const bool hasSource = text.At(0) != 0;
     for (const Encoding& encoding : kEncodings) {
       SCOPED_TRACE(encoding.name);
       const std::string expected = sample.In(encoding);
-      const size_t field = static_cast<size_t>(encoding.slot) * 4;
-      EXPECT_EQ(text.At<int32_t>(24 + field), -1);
-      log.Clear();
+      const auto slot = static_cast<size_t>(encoding.slot);
+      EXPECT_EQ(text.At<int32_t>(24 + 4 * slot), -1);
+      host.log.Clear();
       EXPECT_EQ(text.Bytes(encoding), expected);
-      EXPECT_EQ(text.GetFree(encoding.name), text.Get(encoding.name));
+      const char* const bytes = text.Get(encoding.name);
+      EXPECT_EQ(text.GetFree(encoding.name), bytes);
       EXPECT_EQ(text.Get(encoding.name, "Nil"),
-                expected.size() < encoding.unitBytes ? nullptr : text.Get(encoding.name));
-      EXPECT_EQ(log.Calls(GetParam().conversion), hasSource ? 1 : 0);
-      EXPECT_EQ(text.At<int32_t>(24 + field), text.Length(encoding.name));
-      EXPECT_EQ(text.At<const char*>(48 + field), text.Get(encoding.name));
-      EXPECT_EQ(text.At<uint8_t>(172 + static_cast<size_t>(encoding.slot)),
-                hasSource && GetParam().Borrows() ? 1 : 0);
+                expected.size() < encoding.unitBytes ? nullptr : bytes);
+      EXPECT_EQ(host.log.Calls(GetParam().conversion), hasSource ? 1 : 0);
+      EXPECT_EQ(text.At<int32_t>(24 + 4 * slot), text.Length(encoding.name));
+      EXPECT_EQ(text.At<const char*>(48 + 4 * slot), bytes);
+      EXPECT_EQ(text.At<uint8_t>(172 + slot), hasSource && GetParam().Borrows() ? 1 : 0);
       if (encoding.unitBytes == 1) {
-        EXPECT_EQ(text.Get(encoding.name)[expected.size()], '\0');
+        EXPECT_EQ(bytes[expected.size()], '\0');
       }
     }
     EXPECT_EQ(text.GetFree("Password"), text.Get("Windows"));
     EXPECT_EQ(text.Get("Native"), text.Get("UTF8"));
 
     // UTF-32 widens each UTF-16 unit, without the host.
-    log.Clear();
+    host.log.Clear();
     std::u32string wide(sample.utf16.begin(), sample.utf16.end());
     wide.append(4, U'\0');
     EXPECT_EQ(std::memcmp(text.Get("UTF32"), wide.data(), wide.size() * 4), 0);
@@ -99,24 +95,24 @@ TEST_P(RbText, EveryEncodingConvertsOnceAndIsGivenBack) {
     EXPECT_EQ(text.Get("WChar"), text.Get("UTF32"));
     EXPECT_EQ(text.GetFree("UTF32"), text.Get("UTF32"));
     EXPECT_EQ(text.Get("WCharNil") == nullptr, sample.utf16.empty());
-    EXPECT_EQ(log.CallCount(), 0);
+    EXPECT_EQ(host.log.CallCount(), 0);
     text.Destroy();
-    ExpectEmptied(text);
+    EXPECT_EQ(text.Words(), emptied);
     text.Destroy();
-    EXPECT_EQ(session.host.Imbalance(), "");
+    EXPECT_EQ(host.Imbalance(), "");
   }
 }
 
 TEST_P(RbText, NullMalformedStringsAndHostsWithoutConversionReadAsEmpty) {
-  const auto string = session.host.MakeString("\xE9", kEncodingWindowsLatin1);
-  const auto malformed = session.host.MakeString("\xE9", kEncodingWindowsLatin1);
+  const auto string = host.MakeString("\xE9", kEncodingWindowsLatin1);
+  const auto malformed = host.MakeString("\xE9", kEncodingWindowsLatin1);
   malformed->Claim(-1);
   for (sim::String* const each :
        {static_cast<sim::String*>(nullptr), string.get(), malformed.get()}) {
     if (each != malformed.get()) {
-      session.host.settings.missing = {"REALConvertString", "PluginGetStringData"};
+      host.settings.missing = {"REALConvertString", "PluginGetStringData"};
     }
-    Text text(session.plugin, each);
+    Text text(plugin, each);
     for (const char* encoding : {"UTF8", "ASCII", "MacRoman", "UTF16", "UTF32", "WChar"}) {
       SCOPED_TRACE(encoding);
       EXPECT_EQ(text.Length(encoding), 0);
@@ -124,21 +120,21 @@ TEST_P(RbText, NullMalformedStringsAndHostsWithoutConversionReadAsEmpty) {
       EXPECT_EQ(text.Get(encoding, "Nil"), nullptr);
     }
     // A failed conversion is not tried again.
-    session.host.settings.missing = GetParam().Settings().missing;
+    host.settings.missing = GetParam().Settings().missing;
     EXPECT_EQ(text.Length("UTF8"), 0);
-    EXPECT_LE(session.host.log.Calls(GetParam().conversion), each == malformed.get() ? 4 : 0);
+    EXPECT_LE(host.log.Calls(GetParam().conversion), each == malformed.get() ? 4 : 0);
   }
 }
 
 TEST_P(RbText, CopiesAndAssignmentsStandAlone) {
-  auto first = session.host.MakeString(kSamples[1].bytes, kSamples[1].encoding);
-  auto second = session.host.MakeString(kSamples[2].bytes, kSamples[2].encoding);
-  Text text(session.plugin, first.get());
+  auto first = host.MakeString(kSamples[1].bytes, kSamples[1].encoding);
+  auto second = host.MakeString(kSamples[2].bytes, kSamples[2].encoding);
+  Text text(plugin, first.get());
   ExpectText(text, kSamples[1]);
   text.Length("UTF32");
   {
-    Text other(session.plugin, second.get());
-    Text copy(session.plugin, other);
+    Text other(plugin, second.get());
+    Text copy(plugin, other);
     ExpectText(copy, kSamples[2]);
     text.Assign(other);
     EXPECT_EQ(first->references(), 1);
@@ -147,11 +143,10 @@ TEST_P(RbText, CopiesAndAssignmentsStandAlone) {
   ExpectText(text, kSamples[2]);
   text.Assign(text);
   ExpectText(text, kSamples[2]);
-  text.Destroy();
-  EXPECT_EQ(session.host.Imbalance(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(On, RbText, testing::ValuesIn(kTextHosts), TextHostName);
+INSTANTIATE_TEST_SUITE_P(On, RbText, testing::ValuesIn(kTextHosts),
+                         testing::PrintToStringParamName());
 
 TEST(RbTextRelease, FollowsTheFieldOrder) {
   Session session({.version = 2011.99});

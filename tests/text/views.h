@@ -3,8 +3,7 @@
 // The plugin's two view classes as a caller without their headers sees them: memory of their size,
 // exported members, and fields at known offsets.
 
-#include <gtest/gtest.h>
-
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <ostream>
@@ -38,20 +37,29 @@ class View {
   ~View() noexcept(false) { Destroy(); }
 
   /// May be called any number of times.
-  void Destroy() { Exported<void(void*)>(plugin_, "_ZN" + class_ + "D1Ev")(memory_); }
+  void Destroy() { Call<void>("D1Ev"); }
   template <class T = uint32_t>
   T At(size_t offset) const {
     T value;
     std::memcpy(&value, memory_ + offset, sizeof value);
     return value;
   }
-  void* get() { return memory_; }
+  std::array<uint32_t, kSize / 4> Words() const { return At<std::array<uint32_t, kSize / 4>>(0); }
 
  protected:
-  View(const sim::Plugin& plugin, const char* className)
+  template <class... Args>
+  View(const sim::Plugin& plugin, const char* className, const std::string& constructor,
+       Args... args)
       : plugin_(plugin), class_(Sized(className)) {
     std::memset(memory_, 0xCD, sizeof memory_);
+    Call<void>("C1E" + constructor, args...);
   }
+  /// A member function, by what its mangled name has after that of the class.
+  template <class Result, class... Args>
+  Result Call(const std::string& member, Args... args) {
+    return Exported<Result(void*, Args...)>(plugin_, "_ZN" + class_ + member)(memory_, args...);
+  }
+
   const sim::Plugin& plugin_;
   std::string class_;
   alignas(4) unsigned char memory_[kSize];
@@ -59,19 +67,14 @@ class View {
 
 class Text : public View<180> {
  public:
-  Text(const sim::Plugin& plugin, void* string) : View(plugin, "rbText") {
-    Exported<void(void*, void*)>(plugin, "_ZN6rbTextC1EP16REALstringStruct")(memory_, string);
-  }
-  Text(const sim::Plugin& plugin, Text& other) : View(plugin, "rbText") {
-    Exported<void(void*, void*)>(plugin, "_ZN6rbTextC1ERKS_")(memory_, other.memory_);
-  }
-  void Assign(Text& other) {
-    Exported<void*(void*, void*)>(plugin_, "_ZN6rbTextaSERKS_")(memory_, other.memory_);
-  }
+  Text(const sim::Plugin& plugin, void* string)
+      : View(plugin, "rbText", "P16REALstringStruct", string) {}
+  Text(const sim::Plugin& plugin, Text& other) : View(plugin, "rbText", "RKS_", other.memory_) {}
+  void Assign(Text& other) { Call<void*>("aSERKS_", other.memory_); }
 
-  long Length(const std::string& encoding) { return Call<long>("Length" + encoding); }
+  long Length(const std::string& encoding) { return Call<long>(Sized("Length" + encoding) + "Ev"); }
   const char* Get(const std::string& encoding, const char* suffix = "") {
-    return Call<const char*>("Get" + encoding + suffix);
+    return Call<const char*>(Sized("Get" + encoding + suffix) + "Ev");
   }
   /// Through the free function.
   const char* GetFree(const std::string& encoding) {
@@ -81,24 +84,14 @@ class Text : public View<180> {
   std::string_view Bytes(const Encoding& encoding) {
     return {Get(encoding.name), static_cast<size_t>(Length(encoding.name)) * encoding.unitBytes};
   }
-
- private:
-  template <class Result>
-  Result Call(const std::string& member) {
-    return Exported<Result(void*)>(plugin_, "_ZN6rbText" + Sized(member) + "Ev")(memory_);
-  }
 };
 
 class Data : public View<40> {
  public:
   Data(const sim::Plugin& plugin, void* block, uint32_t offset, uint32_t length)
-      : View(plugin, "rbData") {
-    Exported<void(void*, void*, uint32_t, uint32_t)>(
-        plugin, "_ZN6rbDataC1EP21REALmemoryBlockStructjj")(memory_, block, offset, length);
-  }
-  Data(const sim::Plugin& plugin, void* string) : View(plugin, "rbData") {
-    Exported<void(void*, void*)>(plugin, "_ZN6rbDataC1EP16REALstringStruct")(memory_, string);
-  }
+      : View(plugin, "rbData", "P21REALmemoryBlockStructjj", block, offset, length) {}
+  Data(const sim::Plugin& plugin, void* string)
+      : View(plugin, "rbData", "P16REALstringStruct", string) {}
   const char* data() const { return At<const char*>(32); }
   uint32_t length() const { return At(36); }
   std::string_view bytes() const { return {data(), length()}; }
@@ -126,6 +119,3 @@ inline constexpr TextHost kTextHosts[] = {
     {"Copying", 2012.0, false, "StringGetCString"},
 };
 inline void PrintTo(const TextHost& host, std::ostream* out) { *out << host.name; }
-inline std::string TextHostName(const testing::TestParamInfo<TextHost>& info) {
-  return info.param.name;
-}
