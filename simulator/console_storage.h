@@ -40,7 +40,7 @@ class ConsoleStorage final : public Storage {
 };
 
 /// Pixels that no lock reaches.
-class UnlockableStorage final : public Storage {
+class UnlockableStorage : public Storage {
  public:
   static std::unique_ptr<Storage> Make(const StorageRequest& request);
 
@@ -51,8 +51,10 @@ class UnlockableStorage final : public Storage {
   bool GuardsIntact() const override { return true; }
   size_t ByteCount() const override { return memory_.size(); }
 
- private:
+ protected:
   explicit UnlockableStorage(const StorageRequest& request);
+
+ private:
   Rgba* Row(int y) const;
 
   PixelMemory memory_;
