@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -19,25 +20,19 @@ struct TableRow {
   std::string entry;
   std::string result;
   /// For a method, its place among the methods, from 1 on, and its declaration.
-  size_t method = 0;
+  size_t method;
   std::string declaration;
 };
 
 inline std::vector<TableRow> ReadExportTable() {
   std::vector<TableRow> rows;
   std::ifstream table(std::filesystem::path(__FILE__).replace_filename("exported_names.txt"));
+  const std::regex form(R"(([^#].*?)(?: = (\w+) (\w+)| : (\d+) (.+))?)");
   for (std::string line; std::getline(table, line);) {
-    if (line.empty() || line[0] == '#') continue;
-    TableRow& row = rows.emplace_back();
-    const size_t mark = line.find(") ");
-    row.name = line.substr(0, mark == std::string::npos ? mark : mark + 1);
-    if (mark == std::string::npos) continue;
-    const std::string rest = line.substr(mark + 4);
-    const bool isMethod = line[mark + 2] == ':';
-    const size_t space = isMethod ? rest.find(' ') : rest.rfind(' ');
-    (isMethod ? row.declaration : row.result) = rest.substr(space + 1);
-    if (isMethod) row.method = std::stoul(rest);
-    if (!isMethod) row.entry = rest.substr(0, space);
+    std::smatch parts;
+    if (!std::regex_match(line, parts, form)) continue;
+    rows.push_back(
+        {parts[1], parts[2], parts[3], parts[4].matched ? std::stoul(parts[4]) : 0, parts[5]});
   }
   return rows;
 }
