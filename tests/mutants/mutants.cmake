@@ -55,4 +55,4 @@ mutant(first_page_of_others
   FILE pixels/fresh_memory.cpp
   FROM [[{RoundUp(memory.begin, kPageBytes), memory]]
   TO [[{memory.begin & ~(kPageBytes - 1), memory]]
-  TESTS Storages/FreshMemory.IsAskedForWhereItIsMissing/Console)
+  TESTS Storages/FreshMemory.IsAskedForWhereItIsMissing/console)

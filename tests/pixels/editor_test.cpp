@@ -86,7 +86,7 @@ TEST(Editor, PixelsAreReadAndWrittenAsEachFormatKeepsThem) {
     });
     EXPECT_EQ(std::memcmp(pixel, &each.written, size), 0);
     std::memset(pixel, 0xE7, size);
-    EXPECT_EQ(std::count(memory[0], memory[2], 0xE7), 32) << "a byte beside it was written";
+    EXPECT_EQ(std::count(memory[0], memory[0] + 32, 0xE7), 32) << "a byte beside it was written";
 
     for (const int y : {0, 1, 2}) {
       EXPECT_EQ(session.Call<uint8_t*(const PictureEditor&, int)>("RowAddress", editor, y),
