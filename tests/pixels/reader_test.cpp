@@ -161,7 +161,6 @@ TEST(ReaderChecks, OddDescriptionsAreRefusedAndGivenBack) {
     EXPECT_EQ(session.Steps(), std::string("kinds alpha? ") + each.steps);
     EXPECT_EQ(session.isConsole(), each.lockType == 10);
     EXPECT_EQ(session.isDesktop(), each.lockType != 10);
-    EXPECT_EQ(session.host.Imbalance(), "");
   }
 }
 

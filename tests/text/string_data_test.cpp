@@ -112,22 +112,25 @@ void ExpectToEnd(Data& data) {
 }
 
 TEST(RbDataOfBlocks, NeverReachPastTheBlock) {
-  Session session;
   const std::string bytes = "0123456789";
-  auto block = session.host.MakeMemoryBlock(bytes);
   struct {
     uint32_t offset, length;
     std::string expected;
     const char* calls;
+    bool knowsSize = true;
   } const cases[] = {
       {0, 0, bytes, "REALLockObject memoryBlockGetSize memoryBlockGetPtr"},
       {4, 3, "456", "REALLockObject memoryBlockGetPtr"},
       {4, 0, "456789", "REALLockObject memoryBlockGetSize memoryBlockGetPtr"},
       {10, 0, "", "REALLockObject memoryBlockGetSize memoryBlockGetPtr"},
       {11, 0, "", "REALLockObject memoryBlockGetSize"},
+      {1, 0, "", "REALLockObject memoryBlockGetSize", false},
   };
-  for (const auto& [offset, length, expected, calls] : cases) {
+  for (const auto& [offset, length, expected, calls, knowsSize] : cases) {
     SCOPED_TRACE(offset);
+    Session session;
+    auto block = session.host.MakeMemoryBlock(bytes);
+    if (!knowsSize) session.host.Record("memoryBlockGetSize", ~0U);
     session.host.log.Clear();
     Data data(session.plugin, block.get(), offset, length);
     EXPECT_EQ(session.host.log.Sequence(), calls);
@@ -136,16 +139,16 @@ TEST(RbDataOfBlocks, NeverReachPastTheBlock) {
     EXPECT_EQ(block->references(), 2);
     ExpectToEnd(data);
     EXPECT_EQ(block->references(), 1);
-  }
 
-  block->hidden = true;
-  Data hidden(session.plugin, block.get(), 4, 3);
-  EXPECT_TRUE(hidden.data() == nullptr && hidden.length() == 0);
-  EXPECT_EQ(block->references(), 2);
-  session.host.log.Clear();
-  EXPECT_EQ(Data(session.plugin, nullptr, 4, 3).data(), nullptr);
-  EXPECT_EQ(Data(session.plugin, nullptr).data(), nullptr);
-  EXPECT_EQ(session.host.log.CallCount(), 0);
+    block->hidden = true;
+    Data hidden(session.plugin, block.get(), 4, 3);
+    EXPECT_TRUE(hidden.data() == nullptr && hidden.length() == 0);
+    EXPECT_EQ(block->references(), 2);
+    session.host.log.Clear();
+    EXPECT_EQ(Data(session.plugin, nullptr, 4, 3).data(), nullptr);
+    EXPECT_EQ(Data(session.plugin, nullptr).data(), nullptr);
+    EXPECT_EQ(session.host.log.CallCount(), 0);
+  }
 }
 
 class RbDataOfStrings : public testing::TestWithParam<TextHost> {};
