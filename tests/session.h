@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 #include "simulator/host.h"
 #include "simulator/plugin.h"
@@ -24,9 +25,8 @@ T& Variable(const sim::Plugin& plugin, const std::string& name) {
   return *Exported<T>(plugin, name);
 }
 
-/// An exported function by its plain name and C++ type: Function<long(void*)>(plugin,
-/// "REALGetArrayUBound"). The mangled name follows from both, so that one which is exported with
-/// other types is not found; "Fv…E" is the type's own name, with the same parameters between.
+/// Follows from a function's plain name and its C++ type: "Fv…E" is the name of the type, with the
+/// same parameters between.
 template <class Signature>
 struct MangledName;
 template <class Result, class... Args>
@@ -36,6 +36,9 @@ struct MangledName<Result(Args...)> {
     return "_Z" + std::to_string(name.size()) + name + type.substr(2, type.size() - 3);
   }
 };
+
+/// An exported function by both: Function<long(void*)>(plugin, "REALGetArrayUBound"). One that is
+/// exported with other types is not found.
 template <class Signature>
 Signature* Function(const sim::Plugin& plugin, const std::string& name) {
   return Exported<Signature>(plugin, MangledName<Signature>::Of(name));
@@ -48,6 +51,7 @@ inline const char* PluginPath() {
   return named != nullptr ? named : VEL_PLUGIN;
 }
 
+/// What is out of balance at its end stops the process.
 struct Session {
   explicit Session(sim::Settings settings = {}) : host(std::move(settings)), plugin(PluginPath()) {
     plugin.Start(host);

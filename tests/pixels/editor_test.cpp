@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "tests/pixels/picture_functions.h"
 
@@ -121,14 +122,14 @@ TEST(Editor, ClosesInOrderAndOnlyOnce) {
   }
 
   // A pixbuf is released once, and simply forgotten while nobody can release it.
-  static int released = 0;
+  static std::vector<void*> released;
   for (const bool known : {false, true}) {
     Variable<void (*)(void*)>(session.plugin, "_gdk_pixbuf_unref") =
-        known ? +[](void*) { ++released; } : nullptr;
+        known ? +[](void* pixbuf) { released.push_back(pixbuf); } : nullptr;
     PictureEditor editor{};
     editor.pixbuf = &editor;
     for (int i = 0; i < 2; ++i) session.Close(editor);
-    EXPECT_EQ(released, known ? 1 : 0);
+    EXPECT_EQ(released, std::vector<void*>(known ? 1 : 0, &editor));
     EXPECT_EQ(editor.pixbuf, nullptr);
   }
 }
