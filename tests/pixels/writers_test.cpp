@@ -203,8 +203,10 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
   session.host.faults.Clear();
   for (const auto& [width, height] : kTooLarge) EXPECT_FALSE(linux(editor = {}, width, height));
   EXPECT_EQ(session.host.faults.fallible(), 0) << "no memory is asked for";
-  EXPECT_TRUE(linux(editor = {}, 4, 0)) << "the spare row alone";
-  session.Free(editor);
+  for (const auto& [width, height] : {std::pair{4, 0}, {0, 4}}) {
+    EXPECT_TRUE(linux(editor = {}, width, height)) << "the spare row alone, or rows of no length";
+    session.Free(editor);
+  }
 }
 
 TEST(WritersTest, PicturesThatOnlyGiveACopyAreReplacedByABuffer) {
