@@ -44,32 +44,26 @@ std::optional<Format> PictureHost::NewFormat(bool alpha) {
   return Open(alpha ? settings_.newAlphaPictures : settings_.newPictures, alpha);
 }
 
-std::optional<Raster> PictureHost::Turn(const sim::Picture& picture, int quarterTurns) {
+template <class Make>
+std::optional<Raster> PictureHost::MakeFrom(const sim::Picture& picture, Make make) {
   const auto source = Read(picture);
   if (!source) return std::nullopt;
   const auto format = NewFormat(picture.storage->alpha());
   if (!format) return std::nullopt;
-  return Turned(*source, *format, quarterTurns);
+  return make(*source, *format);
 }
 
-std::optional<Raster> PictureHost::Mirror(const sim::Picture& picture, bool columns, bool rows) {
-  const auto source = Read(picture);
-  if (!source) return std::nullopt;
-  const auto format = NewFormat(picture.storage->alpha());
-  if (!format) return std::nullopt;
-  return Mirrored(*source, *format, columns, rows);
+std::optional<Raster> PictureHost::Move(const sim::Picture& picture, const model::Move& move) {
+  return MakeFrom(picture,
+                  [&](const Raster& source, Format format) { return Moved(source, format, move); });
 }
 
 std::optional<Raster> PictureHost::Rotate(const sim::Picture& picture, double angle,
                                           uint32_t background) {
-  if (const auto turns = QuarterTurns(angle)) return Turn(picture, *turns);
-  const auto source = Read(picture);
-  if (!source || !std::isfinite(angle)) return std::nullopt;
-  const auto format = NewFormat(picture.storage->alpha());
-  if (!format) return std::nullopt;
-  // The model takes whole turns off one by one, which is for angles within reason.
-  const double near = std::fabs(angle) < 1e6 ? angle : std::fmod(angle, 360.0);
-  return Rotated(*source, *format, near, background).result;
+  if (!std::isfinite(angle)) return std::nullopt;
+  return MakeFrom(picture, [&](const Raster& source, Format format) {
+    return Rotated(source, format, angle, background).result;
+  });
 }
 
 sim::Image PictureHost::Clone(const sim::Picture& picture, int width, int height) const {
@@ -87,10 +81,13 @@ sim::Image PictureHost::Clone(const sim::Picture& picture, int width, int height
   return clone;
 }
 
-std::optional<int> QuarterTurns(double angle) {
-  if (std::remainder(angle, 90.0) != 0) return std::nullopt;  // NaN where there is no angle
-  const auto turns = static_cast<int>(std::fmod(angle, 360.0) / 90.0);
-  return (turns + 4) % 4;
+bool IsFairEstimate(int64_t bytes, Size source, double angle) {
+  if (!std::isfinite(angle)) return bytes == 0;
+  int64_t made = 0;
+  for (const Size& size : Rotated(Raster(Format::kArgb, source), Format::kArgb, angle, 0).sizes) {
+    made += int64_t{size.width} * size.height * 4;
+  }
+  return QuarterTurnsOf(angle) ? bytes == made : bytes >= made && bytes < 2 * made;
 }
 
 }  // namespace model

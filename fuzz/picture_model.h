@@ -15,9 +15,7 @@ class PictureHost {
  public:
   explicit PictureHost(const sim::Settings& settings);
 
-  /// 1 to 3 quarter turns counter-clockwise.
-  std::optional<Raster> Turn(const sim::Picture& picture, int quarterTurns);
-  std::optional<Raster> Mirror(const sim::Picture& picture, bool columns, bool rows);
+  std::optional<Raster> Move(const sim::Picture& picture, const model::Move& move);
   /// Not by 0 degrees, which is a clone.
   std::optional<Raster> Rotate(const sim::Picture& picture, double angle, uint32_t background);
   /// Whether the picture can be changed where it stands.
@@ -28,6 +26,8 @@ class PictureHost {
  private:
   std::optional<Format> Open(sim::StorageKind kind, bool alpha);
   std::optional<Raster> Read(const sim::Picture& picture);
+  template <class Make>
+  std::optional<Raster> MakeFrom(const sim::Picture& picture, Make make);
   std::optional<Format> NewFormat(bool alpha);
 
   const sim::Settings& settings_;
@@ -35,7 +35,8 @@ class PictureHost {
   bool isDesktop_;
 };
 
-/// How many quarter turns, 0 to 3, an angle comes down to that is a whole number of them.
-std::optional<int> QuarterTurns(double angle);
+/// Whether an estimate is the bytes of all pictures that a rotation makes, or up to twice of that
+/// where lines are sheared.
+bool IsFairEstimate(int64_t bytes, Size source, double angle);
 
 }  // namespace model

@@ -9,18 +9,7 @@ namespace {
 
 constexpr int kLongestSide = 32767;
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kSanitized = __has_feature(address_sanitizer);
-#else
-constexpr bool kSanitized = false;
-#endif
-
-const PictureSetup kConsole = {"", sim::AppKind::kConsole, sim::StorageKind::kConsole,
-                               sim::StorageKind::kConsole, false};
-const PictureSetup kConsoleAlpha = {"", sim::AppKind::kConsole, sim::StorageKind::kConsole,
-                                    sim::StorageKind::kConsole, true};
+constexpr auto kFormat = model::Format::kConsole;
 
 class Extremes : public testing::Test {
  protected:
@@ -49,19 +38,17 @@ TEST_F(Extremes, SingleRowsAndColumnsOfTheLongestSide) {
     SCOPED_TRACE(width);
     const auto picture = RandomPicture(session.host, kConsole, width, height, random);
     const model::Raster source = model::Raster::Of(*picture);
-    constexpr auto kFormat = model::Format::kConsole;
-    EXPECT_EQ(Difference(Call("MirrorVel", *picture), Mirrored(source, kFormat, true, true)), "");
-    EXPECT_EQ(Difference(Call("Rotate90Vel", *picture), Turned(source, kFormat, 1)), "");
-    EXPECT_EQ(Difference(Call("Rotate180Vel", *picture), Turned(source, kFormat, 2)), "");
-    EXPECT_EQ(Difference(Call("Rotate270Vel", *picture), Turned(source, kFormat, 3)), "");
+    for (const auto& [method, move] : kMoves) {
+      EXPECT_EQ(Difference(Call(method, *picture), Moved(source, kFormat, move)), "") << method;
+    }
     for (const double angle : {0.01, -0.01, 90.01}) {
-      SCOPED_TRACE(angle);
       EXPECT_EQ(Difference(Call("RotateVel", *picture, {angle, sim::Color{0x80FF4020}}),
                            Rotated(source, kFormat, angle, 0x80FF4020).result),
-                "");
+                "")
+          << angle;
     }
     EXPECT_TRUE(session.plugin.Call("MirrorPictureVel", picture.get()).boolean);
-    EXPECT_EQ(Difference(model::Raster::Of(*picture), MirroredInPlace(source, true, true)), "");
+    EXPECT_EQ(Difference(model::Raster::Of(*picture), MovedInPlace(source, model::kTurns[2])), "");
   }
 }
 
@@ -78,12 +65,12 @@ TEST_F(Extremes, SidesBeyondTheLimit) {
   }
   ExpectNothing("RotateVel", *wider, {0.01});
   EXPECT_TRUE(session.plugin.Call("HMirrorPictureVel", wider.get()).boolean);
-  EXPECT_EQ(Difference(model::Raster::Of(*wider), MirroredInPlace(source, true, false)), "");
+  EXPECT_EQ(Difference(model::Raster::Of(*wider), MovedInPlace(source, model::kFlipColumns)), "");
 
   // Pictures with an alpha channel know no limit but the host's.
   const auto alpha = RandomPicture(session.host, kConsoleAlpha, 40000, 2, random);
   EXPECT_EQ(Difference(Call("Rotate90Vel", *alpha),
-                       Turned(model::Raster::Of(*alpha), model::Format::kConsole, 1)),
+                       Moved(model::Raster::Of(*alpha), kFormat, model::kTurns[1])),
             "");
 }
 
@@ -96,8 +83,7 @@ TEST_F(Extremes, ChannelsAndBackgroundsThatAreAllOrNothing) {
     }
     for (const uint32_t background : {0x00000000U, 0xFFFFFFFFU, 0x00FFFFFFU, 0xFF000000U}) {
       for (const double angle : {30.0, 44.9999, 200.0, -1e-20}) {
-        const auto expected =
-            Rotated(model::Raster::Of(*picture), model::Format::kConsole, angle, background);
+        const auto expected = Rotated(model::Raster::Of(*picture), kFormat, angle, background);
         EXPECT_EQ(Difference(Call("RotateVel", *picture, {angle, sim::Color{background}}),
                              expected.result),
                   "")
@@ -108,7 +94,9 @@ TEST_F(Extremes, ChannelsAndBackgroundsThatAreAllOrNothing) {
 }
 
 TEST(ExtremeMemory, APictureOf400MegapixelsIsTurnedOrRefused) {
-  if (kSanitized) GTEST_SKIP() << "the address sanitizer leaves too little address space";
+#ifdef VEL_SANITIZE
+  GTEST_SKIP() << "the address sanitizer leaves too little address space";
+#endif
   constexpr int kSide = 20000;
   // Unwritten pixels cost no memory, so only what the plugin writes does.
   Session session({.warmMemory = true});

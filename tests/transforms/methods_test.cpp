@@ -44,16 +44,8 @@ class Methods : public testing::TestWithParam<PictureSetup> {
         EXPECT_EQ(Difference(Raster::Of(*made), expected), "") << method;
       }
     };
-    expect("MirrorVel", Mirrored(before, format, true, true));
-    expect("HMirrorVel", Mirrored(before, format, true, false));
-    expect("VMirrorVel", Mirrored(before, format, false, true));
-    expect("Rotate90Vel", Turned(before, format, 1));
-    expect("Rotate180Vel", Turned(before, format, 2));
-    expect("Rotate270Vel", Turned(before, format, 3));
-    expect("RotateVel", Turned(before, format, 1), {-630.0});
-    expect("RotateVel", Turned(before, format, 2), {180.0});
-    expect("RotateVel", Turned(before, format, 3), {-90.0, sim::Color{0x11223344}});
-    for (const double angle : {30.0, -44.5, 100.0, 135.0, 225.5, 1e-7}) {
+    for (const auto& [method, move] : kMoves) expect(method, Moved(before, format, move));
+    for (const double angle : {-630.0, 180.0, -90.0, 30.0, -44.5, 100.0, 135.0, 225.5, 1e-7}) {
       expect("RotateVel", Rotated(before, format, angle, 0x80FF4011).result,
              {angle, sim::Color{0x80FF4011}});
     }
@@ -64,22 +56,15 @@ class Methods : public testing::TestWithParam<PictureSetup> {
 
   void CompareInPlace(Session& session, sim::Picture* picture) {
     const bool possible = GetParam().source != StorageKind::kGdk;
-    struct {
-      const char* method;
-      bool columns, rows;
-    } const kInPlace[] = {{"MirrorPictureVel", true, true},
-                          {"HMirrorPictureVel", true, false},
-                          {"VMirrorPictureVel", false, true}};
-    for (const auto& each : kInPlace) {
+    for (const auto& [method, move] : kMovesInPlace) {
       const Raster before = Raster::Of(*picture);
       for (const bool again : {false, true}) {
         const int clears = picture->cacheClears;
-        EXPECT_EQ(session.plugin.Call(each.method, picture).boolean, possible) << each.method;
+        EXPECT_EQ(session.plugin.Call(method, picture).boolean, possible) << method;
         EXPECT_EQ(picture->cacheClears, clears + 1);
-        const Raster expected =
-            again || !possible ? before : MirroredInPlace(before, each.columns, each.rows);
-        EXPECT_EQ(Difference(Raster::Of(*picture), expected), "") << each.method;
-        EXPECT_EQ(session.host.Imbalance(), "") << each.method;
+        const Raster expected = again || !possible ? before : MovedInPlace(before, move);
+        EXPECT_EQ(Difference(Raster::Of(*picture), expected), "") << method;
+        EXPECT_EQ(session.host.Imbalance(), "") << method;
       }
     }
   }
@@ -95,11 +80,9 @@ class Methods : public testing::TestWithParam<PictureSetup> {
           expected.At(x, y) = sim::Over(image.At(x, y), expected.At(x, y));
         }
       }
-      const auto made =
-          width == 0
-              ? std::move(session.plugin.Call("CloneVel", source).picture)
-              : std::move(session.plugin.Call("CloneVel", source, {int64_t{width}, int64_t{height}})
-                              .picture);
+      std::vector<sim::Argument> arguments;
+      if (width > 0) arguments = {int64_t{width}, int64_t{height}};
+      const auto made = session.plugin.Call("CloneVel", source, arguments).picture;
       ASSERT_TRUE(made);
       EXPECT_FALSE(made->storage->alpha());
       const auto drawn = session.host.MakePicture(expected, {.storage = target});

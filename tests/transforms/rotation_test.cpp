@@ -16,39 +16,60 @@ using model::Raster;
 using model::Size;
 
 constexpr double kNaN = NAN, kInfinity = INFINITY;
-const PictureSetup kConsole = {"Console", sim::AppKind::kConsole, sim::StorageKind::kConsole,
-                               sim::StorageKind::kConsole, false};
 
-TEST(Rotation, AsksForPicturesOfTheRightSizes) {
+TEST(Rotation, MakesAndEstimatesPicturesOfTheRightSizes) {
   struct Example {
-    Size source;
+    Size source;  // 0 x 0: no picture
     double angle;
-    std::vector<Size> made;
+    std::vector<Size> made;  // nothing: the host is not even asked
+    int64_t estimate;
   };
   const Example kExamples[] = {
-      {{100, 50}, 30, {{113, 50}, {113, 94}, {112, 94}}},
-      {{100, 50}, 330, {{113, 50}, {113, 94}, {112, 94}}},
-      {{100, 50}, -390, {{113, 50}, {113, 94}, {112, 94}}},
-      {{100, 50}, 45, {{120, 50}, {120, 107}, {107, 107}}},
-      {{100, 50}, 100, {{50, 100}, {58, 100}, {58, 108}, {67, 108}}},
-      {{100, 50}, 315, {{50, 100}, {91, 100}, {91, 107}, {107, 107}}},
-      {{100, 50}, 135, {{50, 100}, {91, 100}, {91, 107}, {107, 107}}},
-      {{100, 50}, 225, {{100, 50}, {120, 50}, {120, 107}, {107, 107}}},
-      {{100, 50}, 1e-7, {{100, 50}, {100, 51}, {101, 51}}},
-      {{100, 50}, -1e-20, {{100, 50}, {100, 51}, {101, 51}}},  // 360 after all, yet sheared
-      {{1, 1}, 30, {{1, 1}, {1, 2}, {2, 2}}},
-      {{100, 50}, 0, {{100, 50}}},
-      {{100, 50}, -0.0, {{100, 50}}},
-      {{100, 50}, -720, {{100, 50}}},
-      {{100, 50}, 360, {{100, 50}}},
-      {{100, 50}, 450, {{50, 100}}},
-      {{100, 50}, -180, {{100, 50}}},
+      {{100, 50}, 30, {{113, 50}, {113, 94}, {112, 94}}, 153048},
+      {{100, 50}, 330, {{113, 50}, {113, 94}, {112, 94}}, 153048},
+      {{100, 50}, -390, {{113, 50}, {113, 94}, {112, 94}}, 153048},
+      {{100, 50}, 45, {{120, 50}, {120, 107}, {107, 107}}, 199044},
+      {{100, 50}, 100, {{50, 100}, {58, 100}, {58, 108}, {67, 108}}, 104832},
+      {{100, 50}, 315, {{50, 100}, {91, 100}, {91, 107}, {107, 107}}, 209588},
+      {{100, 50}, 135, {{50, 100}, {91, 100}, {91, 107}, {107, 107}}, 209588},
+      {{100, 50}, 225, {{100, 50}, {120, 50}, {120, 107}, {107, 107}}, 219044},
+      {{100, 50}, 1e-7, {{100, 50}, {100, 51}, {101, 51}}, 61408},
+      {{100, 50}, -1e-20, {{100, 50}, {100, 51}, {101, 51}}, 61408},  // 360 after all, yet sheared
+      {{1, 1}, 30, {{1, 1}, {1, 2}, {2, 2}}, 36},
+      {{100, 50}, 0, {{100, 50}}, 20000},
+      {{100, 50}, -0.0, {{100, 50}}, 20000},
+      {{100, 50}, -720, {{100, 50}}, 20000},
+      {{100, 50}, 360, {{100, 50}}, 20000},
+      {{100, 50}, 450, {{50, 100}}, 20000},
+      {{100, 50}, -90, {{50, 100}}, 20000},
+      {{100, 50}, -180, {{100, 50}}, 20000},
+      // The remainder is exact, however large the angle, and found at once.
+      {{100, 50}, 1e299, {{100, 50}, {116, 50}, {116, 100}, {111, 100}}, 193000},
+      {{100, 50}, -1e299, {{100, 50}, {116, 50}, {116, 100}, {111, 100}}, 193000},
+      {{100, 50}, DBL_MAX, {{50, 100}, {84, 100}, {84, 110}, {101, 110}}, 188756},
+      {{100, 50}, 0x1p60 + 4096, {{50, 100}, {51, 100}, {51, 102}, {54, 102}}, 84088},
+      {{100, 50}, 12345678.9, {{100, 50}, {108, 50}, {108, 80}, {111, 80}}, 136736},
+      {{100, 50}, kNaN, {}, 0},
+      {{100, 50}, -kNaN, {}, 0},
+      {{100, 50}, kInfinity, {}, 0},
+      {{100, 50}, -kInfinity, {}, 0},
+      {{0, 0}, 0, {}, 0},
+      {{0, 0}, 90, {}, 0},
+      {{0, 0}, 180, {}, 0},
+      {{0, 0}, 30, {}, 4},
+      {{0, 0}, 200, {}, 4},
+      {{0, 0}, kNaN, {}, 0},
   };
   Session session;
   std::mt19937 random(1);
-  for (const auto& [size, angle, sizes] : kExamples) {
+  for (const auto& [size, angle, sizes, estimate] : kExamples) {
     SCOPED_TRACE(angle);
-    const auto source = RandomPicture(session.host, kConsole, size.width, size.height, random);
+    const auto source = size.width != 0
+                            ? RandomPicture(session.host, kConsole, size.width, size.height, random)
+                            : sim::Ref<sim::Picture>();
+    session.host.log.Clear();
+    EXPECT_EQ(session.plugin.Call("RotateMemoryVel", source.get(), {angle}).integer, estimate);
+    EXPECT_EQ(session.host.log.CallCount(), source && std::isfinite(angle) ? 2 : 0);
     session.host.log.Clear();
     const auto made = session.plugin.Call("RotateVel", source.get(), {angle}).picture;
     std::vector<Size> asked;
@@ -59,12 +80,19 @@ TEST(Rotation, AsksForPicturesOfTheRightSizes) {
     }
     EXPECT_EQ(asked, sizes);
     EXPECT_EQ(session.host.Imbalance(), "");
-    if (sizes.size() < 3) continue;
+    EXPECT_EQ(bool(made), !sizes.empty());
+    EXPECT_EQ(session.host.log.Text().empty(), sizes.empty());
+    if (!made || model::QuarterTurnsOf(angle) == 0) continue;
     const model::Rotation expected =
         Rotated(Raster::Of(*source), model::Format::kConsole, angle, 0xFFFFFFFF);
     EXPECT_EQ(expected.sizes, sizes) << "the model itself";
     EXPECT_EQ(Difference(Raster::Of(*made), expected.result), "");
   }
+  // Sizes whose products need 64 bits, as a host may report them.
+  const auto huge = session.host.MakePicture(sim::Image(1, 1));
+  huge->properties["Width"].bits = huge->properties["Height"].bits = 100000;
+  EXPECT_EQ(session.plugin.Call("RotateMemoryVel", huge.get(), {90.0}).integer, 40000000000);
+  EXPECT_EQ(session.plugin.Call("RotateMemoryVel", huge.get(), {200.0}).integer, 254287437840);
 }
 
 TEST(Rotation, LetsItsPicturesGoInOrder) {
@@ -72,27 +100,22 @@ TEST(Rotation, LetsItsPicturesGoInOrder) {
                     render = "hold unlock clear drop clear ", close = "unlock drop drop ";
   const std::string shears = open + create + render + open + create + render + close + open +
                              create + render + close + close;
-  struct Order {
-    double angle;
-    std::string steps;
-    /// Each picture is dropped as it is opened and as it is rendered; then by its reader and for
-    /// good.
-    const char* dropped;
-  };
-  for (const Order& each : {Order{30, "hold kinds " + shears, "223322443311"},
-                            Order{120, "kinds " + open + create + render + "unlock drop " + shears,
-                                  "221334433554422"}}) {
+  // Each picture is dropped as it is opened and as it is rendered; then by its reader and for good.
+  const std::tuple<double, std::string, const char*> kOrders[] = {
+      {30, "hold kinds " + shears, "223322443311"},
+      {120, "kinds " + open + create + render + "unlock drop " + shears, "221334433554422"}};
+  for (const auto& [angle, steps, drops] : kOrders) {
     PixelSession session;
     const auto source = session.host.MakePicture(sim::Image(10, 5));
-    const auto made = session.plugin.Call("RotateVel", source.get(), {each.angle}).picture;
+    const auto made = session.plugin.Call("RotateVel", source.get(), {angle}).picture;
     std::string dropped;
     for (const sim::LogLine& line : session.host.log.lines) {
       if (line.name == "REALUnlockObject" && line.kind == sim::LogLine::kCall) {
         dropped += line.arguments.back();
       }
     }
-    EXPECT_EQ(dropped, each.dropped);
-    EXPECT_EQ(session.Steps() + " ", each.steps);
+    EXPECT_EQ(dropped, drops);
+    EXPECT_EQ(session.Steps() + " ", steps);
   }
 }
 
@@ -152,69 +175,22 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
   }
 }
 
-TEST(Rotation, TheMemoryEstimateAddsUp) {
-  struct Estimate {
-    int width, height;  // 0: no picture
-    double angle;
-    int64_t bytes;
-  };
-  const Estimate kEstimates[] = {
-      {100, 50, 0, 20000},      {100, 50, 90, 20000},   {100, 50, -90, 20000},
-      {100, 50, 180, 20000},    {100, 50, 270, 20000},  {100, 50, 360, 20000},
-      {100, 50, 30, 153048},    {100, 50, 390, 153048}, {100, 50, 100, 104832},
-      {1, 1, 30, 36},           {0, 0, 90, 0},          {0, 0, 30, 4},
-      {100, 50, -1e-20, 61408}, {100, 50, kNaN, 0},     {100, 50, kInfinity, 0},
-      {100, 50, -kInfinity, 0},
-  };
+TEST(Rotation, NothingComesOfNoPicture) {
   Session session;
-  for (const Estimate& each : kEstimates) {
-    SCOPED_TRACE(each.angle);
-    const auto picture = each.width != 0
-                             ? session.host.MakePicture(sim::Image(each.width, each.height))
-                             : sim::Ref<sim::Picture>();
-    session.host.log.Clear();
-    EXPECT_EQ(session.plugin.Call("RotateMemoryVel", picture.get(), {each.angle}).integer,
-              each.bytes);
-    EXPECT_EQ(session.host.log.CallCount(), picture && std::isfinite(each.angle) ? 2 : 0);
-  }
-  // Sizes whose products need 64 bits, as a host may report them.
-  const auto huge = session.host.MakePicture(sim::Image(1, 1));
-  huge->properties["Width"].bits = huge->properties["Height"].bits = 100000;
-  EXPECT_EQ(session.plugin.Call("RotateMemoryVel", huge.get(), {90.0}).integer, 40000000000);
-  EXPECT_EQ(session.plugin.Call("RotateMemoryVel", huge.get(), {200.0}).integer, 254287437840);
-}
-
-TEST(Rotation, AnglesThatAreNoAnglesAndPicturesThatAreNone) {
-  Session session;
-  const auto source = session.host.MakePicture(sim::Image(3, 2));
-  for (const double angle : {kNaN, -kNaN, kInfinity, -kInfinity}) {
-    session.host.log.Clear();
-    EXPECT_FALSE(session.plugin.Call("RotateVel", source.get(), {angle}).picture);
-    EXPECT_EQ(session.host.log.Text(), "");
-  }
   session.host.log.Clear();
   for (const sim::Method& method : session.plugin.methods()) {
-    std::vector<sim::Argument> arguments(method.RequiredArguments(), int64_t{30});
+    const std::vector<sim::Argument> arguments(method.RequiredArguments(), int64_t{30});
     const sim::Result result = session.plugin.Call(method, nullptr, arguments);
     EXPECT_FALSE(result.picture || result.boolean) << method.name;
   }
-  for (const double angle : {0.0, 90.0, 180.0, 200.0, kNaN}) {
-    EXPECT_FALSE(session.plugin.Call("RotateVel", nullptr, {angle}).picture);
-  }
   EXPECT_EQ(session.host.log.Text(), "");
-  // The remainder is exact, however large the angle, and found at once.
-  for (const double angle : {1e299, -1e299, DBL_MAX, 0x1p60 + 4096, 12345678.9}) {
-    const auto huge = session.plugin.Call("RotateVel", source.get(), {angle}).picture;
-    const double rest = std::fmod(angle, 360);
-    ASSERT_TRUE(huge);
-    EXPECT_EQ(
-        Difference(Raster::Of(*huge),
-                   Rotated(Raster::Of(*source), model::Format::kConsole, rest, 0xFFFFFFFF).result),
-        "");
-  }
 }
 
 TEST(Rotation, SizesThatDoNotFitAreRefused) {
+  constexpr Size kTooLarge[] = {{INT_MAX, 1},   {1, INT_MAX},     {INT_MAX, INT_MAX},
+                                {46341, 46341}, {INT_MAX - 1, 3}, {1 << 30, 2}};
+  constexpr Size kWithoutRows[] = {{4, 0},   {4, -1},      {0, 2},        {-4, 3},
+                                   {-4, -3}, {INT_MIN, 3}, {-INT_MAX, 2}, {0x20000000, 2}};
   Session session;
   session.host.log.enabled = false;
   const OddStorage::Scope odd;
@@ -225,12 +201,7 @@ TEST(Rotation, SizesThatDoNotFitAreRefused) {
   for (const bool alpha : {false, true}) {
     const auto picture =
         session.host.MakePicture(sim::Image(1, 1), {sim::StorageKind::kNone, alpha});
-    for (const Size size : {Size{INT_MAX, 1},
-                            {1, INT_MAX},
-                            {INT_MAX, INT_MAX},
-                            {46341, 46341},
-                            {INT_MAX - 1, 3},
-                            {1 << 30, 2}}) {
+    for (const Size size : kTooLarge) {
       OddStorage::answer = {kStorageConsoleBlock, &block, size.width, size.height, {}};
       for (const double angle : {30.0, 45.0, 90.0, 180.0, 200.0, -44.9, 1e-7}) {
         EXPECT_FALSE(session.plugin.Call("RotateVel", picture.get(), {angle}).picture);
@@ -241,14 +212,7 @@ TEST(Rotation, SizesThatDoNotFitAreRefused) {
       EXPECT_EQ(session.host.Imbalance(), "");
     }
     // In place, nothing is touched either, and only rows of a negative length are no rows.
-    for (const Size size : {Size{4, 0},
-                            {4, -1},
-                            {0, 2},
-                            {-4, 3},
-                            {-4, -3},
-                            {INT_MIN, 3},
-                            {-INT_MAX, 2},
-                            {0x20000000, 2}}) {
+    for (const Size size : kWithoutRows) {
       SCOPED_TRACE(size.width);
       OddStorage::answer = {kStorageConsoleBlock, &block, size.width, size.height, {}};
       const bool isRow = static_cast<int>(static_cast<uint32_t>(size.width) * 4) >= 0;
@@ -261,20 +225,16 @@ TEST(Rotation, SizesThatDoNotFitAreRefused) {
 }
 
 TEST(Rotation, DoesNotDependOnItsCallersHabits) {
+  const sim::CallerHabits kHabits[] = {
+      {0x037F, 0x1F80, 0},  {0x037F, 0x1F80, 4}, {0x037F, 0x1F80, 8}, {0x037F, 0x1F80, 12},
+      {0x007F, 0x1F80, 12}, {0x0F7F, 0xFFC0, 4}, {0x0B7F, 0x5F80, 8}, {0x077F, 0x3FBF, 0}};
   Session session;
   std::mt19937 random(3);
   const auto source = RandomPicture(session.host, kConsole, 23, 17, random);
   for (const double angle : {30.0, 17.3, 200.1, -1e-20}) {
     const Raster expected =
         Rotated(Raster::Of(*source), model::Format::kConsole, angle, 0x12345678).result;
-    for (const sim::CallerHabits& habits : {sim::CallerHabits{0x037F, 0x1F80, 0},
-                                            {0x037F, 0x1F80, 4},
-                                            {0x037F, 0x1F80, 8},
-                                            {0x037F, 0x1F80, 12},
-                                            {0x007F, 0x1F80, 12},
-                                            {0x0F7F, 0xFFC0, 4},
-                                            {0x0B7F, 0x5F80, 8},
-                                            {0x077F, 0x3FBF, 0}}) {
+    for (const sim::CallerHabits& habits : kHabits) {
       SCOPED_TRACE(testing::Message() << angle << std::hex << " " << habits.x87Control << " "
                                       << habits.mxcsr << " " << habits.misalignment);
       session.plugin.habits = habits;
