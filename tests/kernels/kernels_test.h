@@ -1,0 +1,116 @@
+#pragma once
+
+// What the tests of kernels have in common: a kernel variant as the parameter, and pictures that
+// are written plainly, a pixel at a time, or by the kernels.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "pixels/picture_editor.h"
+#include "pixels/pixel_formats.h"
+#include "tests/kernels/guarded_bytes.h"
+#include "tests/transforms/rules.h"
+#include "transforms/kernels/kernels.h"
+#include "transforms/kernels/variant_names.h"
+
+namespace velpicture {
+
+constexpr uint32_t kFormats[] = {kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32};
+
+inline int BytesOf(uint32_t format) { return format == kPixelRgb24 ? 3 : 4; }
+
+/// A picture of random bytes. So many bytes of padding lie behind each row, and words wherever that
+/// leads; the last row ends with its pixels but in a surface, which holds whole rows. A console
+/// picture's rows may lie in any order and have no padding of their own.
+struct TestPicture {
+  TestPicture(Random& random, uint32_t type, int width, int height, int padding)
+      : stride(width * BytesOf(type) + padding),
+        bytes(SizeOf(type, width, height), random.Int(0, 15) * (random.OneIn(4) ? 3 : 4),
+              random.OneIn(2), random),
+        editor{} {
+    editor.pixelType = type;
+    editor.width = width;
+    editor.height = height;
+    editor.bytesPerPixel = BytesOf(type);
+    editor.rowBytes = type == kPixelConsole ? width * 4 : stride;
+    editor.pixels = editor.baseAddress = bytes.data();
+    if (type != kPixelConsole) return;
+    for (int y = 0; y < height; ++y) rowTable.push_back(bytes.data() + ptrdiff_t{y} * stride);
+    if (random.OneIn(2)) std::shuffle(rowTable.begin(), rowTable.end(), random);
+    editor.rowTable = rowTable.data();
+  }
+  size_t SizeOf(uint32_t type, int width, int height) const {
+    const bool isSurface = type == kPixelArgb32 || type == kPixelRgb32;
+    return height == 0
+               ? 0
+               : ptrdiff_t{stride} * (height - 1) + (isSurface ? stride : width * BytesOf(type));
+  }
+  model::Size size() const { return {editor.width, editor.height}; }
+  uint8_t* Pixel(int x, int y) { return RowAddress(editor, y) + x * editor.bytesPerPixel; }
+  /// Nothing of a format that no storage uses.
+  model::Channels Load(int x, int y) {
+    Rgba pixel{};
+    VisitFormat(editor.pixelType, [&](auto format) { pixel = format.Load(Pixel(x, y)); });
+    return {pixel.red, pixel.green, pixel.blue, pixel.alpha};
+  }
+  void Store(int x, int y, const model::Channels& pixel) {
+    VisitFormat(editor.pixelType, [&](auto format) {
+      format.Store(Pixel(x, y), {pixel[0], pixel[1], pixel[2], pixel[3]});
+    });
+  }
+
+  int stride;
+  GuardedBytes bytes;
+  PictureEditor editor;
+  std::vector<uint8_t*> rowTable;
+};
+
+/// Runs both on what the bytes hold now, expects that both leave the same, and takes it back: what
+/// is not written must not be there already.
+template <class Expected, class Run>
+void ExpectSameBytes(GuardedBytes& bytes, Expected expect, Run run) {
+  static std::vector<uint8_t> before, expected, given;  // Large; allocated once.
+  bytes.CopyTo(before);
+  expect();
+  bytes.CopyTo(expected);
+  bytes.Restore(before);
+  run();
+  bytes.CopyTo(given);
+  bytes.Restore(before);
+  if (given == expected) return;
+  const auto differ = std::mismatch(expected.begin(), expected.end(), given.begin());
+  FAIL() << "byte " << differ.first - expected.begin();
+}
+
+/// Under each variant.
+class KernelsTest : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    if (!SelectKernels(GetParam())) GTEST_SKIP() << "this machine has no " << GetParam();
+  }
+  /// Expects that run(kernels) writes the same with the plain kernels, selected meanwhile, and with
+  /// the variant's.
+  template <class Run>
+  void ExpectAsPlain(GuardedBytes& bytes, Run run) {
+    const auto runWith = [&](const char* variant) {
+      SelectKernels(variant);
+      run(SelectedKernels());
+    };
+    ExpectSameBytes(
+        bytes, [&] { runWith("plain"); }, [&] { runWith(GetParam()); });
+  }
+};
+
+inline const auto kVariants = testing::ValuesIn(kVariantNames);
+/// Plain, the last, is what the others equal.
+inline const auto kVectorVariants =
+    testing::ValuesIn(std::begin(kVariantNames), std::end(kVariantNames) - 1);
+inline std::string NameOf(const testing::TestParamInfo<const char*>& variant) {
+  return variant.param;
+}
+
+}  // namespace velpicture
