@@ -7,18 +7,18 @@
 #include "tests/failures/scenarios.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <set>
 
 namespace {
 
-const auto kSetups = sim::PictureSetups();
-constexpr double kVersions[] = {0.0, 2011.03, 2012.0};
-
-enum class Kind { kOne, kFrom, kThrow };
-constexpr std::pair<Kind, const char*> kKinds[] = {{Kind::kOne, "failing call "},
-                                                   {Kind::kFrom, "failing from call "},
-                                                   {Kind::kThrow, "throwing at call "}};
+struct Kind {
+  const char* title;
+  void (sim::Faults::*fail)(int);
+  bool throws;
+};
+constexpr Kind kKinds[] = {{"failing call ", &sim::Faults::FailNth, false},
+                           {"failing from call ", &sim::Faults::FailFrom, false},
+                           {"throwing at call ", &sim::Faults::ThrowNth, true}};
 
 /// Without an answer from these there may still be a result of the usual size: drawn blank, read
 /// as if it had no alpha channel, or made afresh instead of drawn over.
@@ -35,10 +35,6 @@ bool IsFailure(const std::string& outcome) {
          outcome == "thrown" || outcome.starts_with("false, ");
 }
 
-int Complaints() {
-  return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
-}
-
 std::vector<std::string> Split(const std::string& text) {
   std::vector<std::string> parts{""};
   for (const char c : text) {
@@ -50,23 +46,41 @@ std::vector<std::string> Split(const std::string& text) {
   return parts;
 }
 
-class FailureTest : public testing::Test {
- protected:
-  sim::Settings settings_;
+/// A host, and what goes wrong on it.
+struct Where {
+  std::string name;
+  PictureSetup setup;
+  sim::Settings settings;
+  std::span<const Scenario> scenarios;
+};
+void PrintTo(const Where& where, std::ostream* out) { *out << where.name; }
 
-  void SetUpOn(const PictureSetup& setup, double version) {
-    if (const std::string why = Install(setup); !why.empty()) GTEST_SKIP() << why;
-    setup_ = &setup;
-    settings_ = setup.SettingsAt(version);
+std::vector<Where> Hosts() {
+  std::vector<Where> hosts;
+  for (const double version : {0.0, 2011.03, 2012.0}) {
+    const std::string year = std::to_string(static_cast<int>(version));
+    for (const PictureSetup& setup : sim::PictureSetups()) {
+      hosts.push_back({setup.name + year, setup, setup.SettingsAt(version), PictureScenarios()});
+    }
+    const sim::Settings settings = kConsole.SettingsAt(version);
+    hosts.push_back({"New" + year, kConsole, settings, TextScenarios()});
+    hosts.push_back({"Old" + year, kConsole, settings, TextScenarios()});
+    hosts.back().settings.missing = {"PluginGetStringData", "PluginDisposeStringData",
+                                     "RuntimeArrayDirectGetGetProc",
+                                     "RuntimeArrayDirectGetSetProc"};
   }
+  return hosts;
+}
 
-  void TearDown() override {
-    if (!IsSkipped()) std::printf("%d failures, %d states checked\n", failures_, states_);
+class Failures : public testing::TestWithParam<Where> {
+ protected:
+  void SetUp() override {
+    if (const std::string why = Install(GetParam().setup); !why.empty()) GTEST_SKIP() << why;
   }
 
   /// The scenario as it usually goes, and whatever names the plugin looked up for it.
   std::set<std::string> Learn(const Scenario& scenario) {
-    Fixture fixture(*setup_, settings_);
+    Fixture fixture(GetParam().setup, GetParam().settings);
     before_ = fixture.picture->Describe();
     usual_ = scenario.Run(fixture);
     after_ = fixture.picture->Describe();
@@ -82,16 +96,13 @@ class FailureTest : public testing::Test {
   void FailEveryCall(const Scenario& scenario) {
     SCOPED_TRACE(scenario.name);
     Learn(scenario);
-    const int complaints = Complaints();
-    for (const auto& [kind, title] : kKinds) {
+    for (const Kind& kind : kKinds) {
       bool fired = true;
-      for (int number = 1; fired && Complaints() == complaints; ++number) {
-        SCOPED_TRACE(title + std::to_string(number));
-        Fixture fixture(*setup_, settings_);
+      for (int number = 1; fired && !HasFailure(); ++number) {
+        SCOPED_TRACE(kind.title + std::to_string(number));
+        Fixture fixture(GetParam().setup, GetParam().settings);
         sim::Faults& faults = fixture.host.faults;
-        if (kind == Kind::kOne) faults.FailNth(number);
-        if (kind == Kind::kFrom) faults.FailFrom(number);
-        if (kind == Kind::kThrow) faults.ThrowNth(number);
+        (faults.*kind.fail)(number);
         std::string outcome = "thrown";
         try {
           outcome = scenario.Run(fixture);
@@ -104,13 +115,11 @@ class FailureTest : public testing::Test {
           if (line.failed) failed.insert(line.name);
         }
         EXPECT_TRUE(fired || outcome == usual_) << outcome;
-        EXPECT_EQ(outcome == "thrown", fired && kind == Kind::kThrow)
-            << "an exception was swallowed";
+        EXPECT_EQ(outcome == "thrown", fired && kind.throws) << "an exception was swallowed";
         Check(scenario, fixture, outcome, failed);
         // What failed once is no matter to the next call, but what it drew is.
         fixture.other->Fill({});
         EXPECT_EQ(scenario.Run(fixture), usual_);
-        failures_ += fired ? 1 : 0;
       }
     }
   }
@@ -123,11 +132,10 @@ class FailureTest : public testing::Test {
     for (const std::string& name : names) {
       if (sim::GivesBack(name)) continue;
       SCOPED_TRACE("without " + name);
-      sim::Settings settings = settings_;
+      sim::Settings settings = GetParam().settings;
       settings.missing.insert(name);
-      Fixture fixture(*setup_, settings);
+      Fixture fixture(GetParam().setup, settings);
       Check(scenario, fixture, scenario.Run(fixture), {name});
-      ++failures_;
     }
   }
 
@@ -161,12 +169,9 @@ class FailureTest : public testing::Test {
 
   void Check(const Scenario& scenario, Fixture& fixture, const std::string& outcome,
              const std::set<std::string>& failed) {
-    ++states_;
     sim::Host& host = fixture.host;
-    std::string names;
-    for (const std::string& name : failed) names += " " + name;
     EXPECT_TRUE(IsDocumented(scenario, outcome, failed))
-        << outcome << " instead of " << usual_ << "; failed:" << names;
+        << outcome << " instead of " << usual_ << "; failed: " << testing::PrintToString(failed);
     const std::string now = fixture.picture->Describe();
     EXPECT_TRUE(now == before_ || (now == after_ && outcome != "false"))
         << "the picture is neither as it was nor mirrored";
@@ -174,60 +179,18 @@ class FailureTest : public testing::Test {
     host.CheckGuards();
   }
 
-  const PictureSetup* setup_ = nullptr;
   std::string before_, usual_, after_;
-  int failures_ = 0;
-  int states_ = 0;
 };
 
-using Where = std::tuple<PictureSetup, double>;
-
-class PictureFailures : public FailureTest, public testing::WithParamInterface<Where> {
- protected:
-  void SetUp() override { SetUpOn(std::get<0>(GetParam()), std::get<1>(GetParam())); }
-};
-
-TEST_P(PictureFailures, AreSurvivedAtEveryCall) {
-  for (const Scenario& scenario : PictureScenarios()) FailEveryCall(scenario);
+TEST_P(Failures, AreSurvivedAtEveryCall) {
+  for (const Scenario& scenario : GetParam().scenarios) FailEveryCall(scenario);
 }
 
-TEST_P(PictureFailures, AreSurvivedOnHostsThatLackOneThing) {
-  for (const Scenario& scenario : PictureScenarios()) LackEverything(scenario);
+TEST_P(Failures, AreSurvivedOnHostsThatLackOneThing) {
+  for (const Scenario& scenario : GetParam().scenarios) LackEverything(scenario);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, PictureFailures,
-                         testing::Combine(testing::ValuesIn(kSetups.begin(), kSetups.end()),
-                                          testing::ValuesIn(kVersions)),
-                         [](const auto& where) {
-                           return std::string(std::get<0>(where.param).name) +
-                                  std::to_string(static_cast<int>(std::get<1>(where.param)));
-                         });
-
-class TextFailures : public FailureTest,
-                     public testing::WithParamInterface<std::tuple<double, bool>> {
- protected:
-  void SetUp() override {
-    SetUpOn(kSetups[0], std::get<0>(GetParam()));
-    if (!std::get<1>(GetParam())) {
-      settings_.missing = {"PluginGetStringData", "PluginDisposeStringData",
-                           "RuntimeArrayDirectGetGetProc", "RuntimeArrayDirectGetSetProc"};
-    }
-  }
-};
-
-TEST_P(TextFailures, AreSurvivedAtEveryCall) {
-  for (const Scenario& scenario : TextScenarios()) FailEveryCall(scenario);
-}
-
-TEST_P(TextFailures, AreSurvivedOnHostsThatLackOneThing) {
-  for (const Scenario& scenario : TextScenarios()) LackEverything(scenario);
-}
-
-INSTANTIATE_TEST_SUITE_P(On, TextFailures,
-                         testing::Combine(testing::ValuesIn(kVersions), testing::Bool()),
-                         [](const auto& where) {
-                           return std::string(std::get<1>(where.param) ? "New" : "Old") +
-                                  std::to_string(static_cast<int>(std::get<0>(where.param)));
-                         });
+INSTANTIATE_TEST_SUITE_P(On, Failures, testing::ValuesIn(Hosts()),
+                         [](const auto& where) { return where.param.name; });
 
 }  // namespace

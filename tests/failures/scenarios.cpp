@@ -1,8 +1,9 @@
 #include "tests/failures/scenarios.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <stdexcept>
+#include <tuple>
+#include <utility>
 
 #include "pixels/picture_editor.h"
 #include "simulator/plugin_snapshot.h"
@@ -13,12 +14,13 @@ namespace {
 using Picture = REALpictureStruct;
 using String = REALstringStruct;
 
-template <class Signature>
-Signature* Function(Fixture& fixture, const char* name) {
-  return ::Function<Signature>(fixture.plugin, name);
+template <class Signature, class... Args>
+auto Call(Fixture& fixture, const char* name, Args&&... args) {
+  return Function<Signature>(fixture.plugin, name)(std::forward<Args>(args)...);
 }
 
-std::string Describe(bool value) { return value ? "true" : "false"; }
+std::string Describe(Fixture&, bool value) { return value ? "true" : "false"; }
+std::string Describe(Fixture&, unsigned long value) { return std::to_string(value); }
 
 /// A picture that a function returned; the reference is given back.
 std::string Describe(Fixture& fixture, Picture* picture) {
@@ -43,20 +45,34 @@ std::string Method(Fixture& fixture, const char* text) {
   return fixture.plugin.Call(call->name, fixture.picture.get(), call->arguments).Describe();
 }
 
-using Open = bool(PictureEditor&, Picture*);
-using OpenAs = bool(PictureEditor&, Picture*, signed char, signed char);
+/// The scenario of a function of one object is what it returns of the fixture's.
+template <class Result, class Object>
+std::string Of(Fixture& fixture, const char* name) {
+  const std::tuple objects(fixture.picture->handle(), fixture.string->handle(),
+                           fixture.block->object());
+  return Describe(fixture, Call<Result(Object)>(fixture, name, std::get<Object>(objects)));
+}
+
+std::string Drawn(Fixture& fixture, const char* name) {
+  using Draw = bool(Picture*, Picture*, long, long, long, long, long, long, long, long);
+  const bool drawn = Call<Draw>(fixture, name, fixture.other->handle(), fixture.picture->handle(),
+                                0, 0, 5, 3, 0, 0, 5, 3);
+  return Describe(fixture, drawn) + ", " + fixture.other->Describe();
+}
+
 using Close = void(PictureEditor&);
 
 /// Writes something into an opened writer and renders it, or gives it up.
 std::string Rendered(Fixture& fixture, PictureEditor& editor) {
-  const auto set =
-      Function<void(PictureEditor&, int, int, int, int, int, int)>(fixture, "SetPixel");
-  for (int i = 0; i < 3; ++i) set(editor, i, i, 10 * i, 20, 30, 255);
+  for (int i = 0; i < 3; ++i) {
+    Call<void(PictureEditor&, int, int, int, int, int, int)>(fixture, "SetPixel", editor, i, i,
+                                                             10 * i, 20, 30, 255);
+  }
   try {
     return Describe(fixture,
-                    Function<Picture*(PictureEditor&)>(fixture, "RenderPictureWriter")(editor));
+                    Call<Picture*(PictureEditor&)>(fixture, "RenderPictureWriter", editor));
   } catch (const sim::HostException&) {
-    Function<Close>(fixture, "FreePictureWriter")(editor);
+    Call<Close>(fixture, "FreePictureWriter", editor);
     throw;
   }
 }
@@ -69,52 +85,34 @@ const Scenario kPictureScenarios[] = {
     {"NewPictureWriter on a picture",
      [](Fixture& fixture, const char*) -> std::string {
        PictureEditor editor;
-       if (!Function<bool(PictureEditor&, Picture*, int, int)>(fixture, "NewPictureWriter")(
-               editor, fixture.other->handle(), 5, 3)) {
-         return "null";
-       }
+       using Open = bool(PictureEditor&, Picture*, int, int);
+       Picture* const other = fixture.other->handle();
+       if (!Call<Open>(fixture, "NewPictureWriter", editor, other, 5, 3)) return "null";
        return Rendered(fixture, editor);
      },
      "[5 x 3]"},
     {"FreePictureWriter",
-     [](Fixture& fixture, const char*) -> std::string {
+     [](Fixture& fixture, const char* name) -> std::string {
        PictureEditor editor;
-       if (!Function<bool(PictureEditor&, int, int)>(fixture, "NewPictureWriter")(editor, 6, 4)) {
-         return "false";
-       }
-       Function<Close>(fixture, "FreePictureWriter")(editor);
+       using Open = bool(PictureEditor&, int, int);
+       if (!Call<Open>(fixture, "NewPictureWriter", editor, 6, 4)) return "false";
+       Call<Close>(fixture, name, editor);
        return "true";
      }},
-    {"NewPicture with alpha",
-     [](Fixture& fixture, const char*) {
-       return Describe(fixture,
-                       Function<Picture*(int, int, signed char)>(fixture, "NewPicture")(6, 4, 1));
+    {"NewPicture",
+     [](Fixture& fixture, const char* name) {
+       constexpr signed char kAlpha = 1;
+       return Describe(fixture, Call<Picture*(int, int, signed char)>(fixture, name, 6, 4, kAlpha));
      },
      "[6 x 4]"},
-    {"ClonePictureWithMask",
-     [](Fixture& fixture, const char*) {
-       return Describe(fixture, Function<Picture*(Picture*)>(
-                                    fixture, "ClonePictureWithMask")(fixture.picture->handle()));
-     }},
-    {"GraphicsDrawPicture",
-     [](Fixture& fixture, const char*) {
-       using Draw = bool(Picture*, Picture*, long, long, long, long, long, long, long, long);
-       const bool drawn = Function<Draw>(fixture, "GraphicsDrawPicture")(
-           fixture.other->handle(), fixture.picture->handle(), 0, 0, 5, 3, 0, 0, 5, 3);
-       return Describe(drawn) + ", " + fixture.other->Describe();
-     }},
-    {"OwnCopy",
-     [](Fixture& fixture, const char*) {
-       using Copy = bool(Picture*, Picture*, long, long, long, long, long, long, long, long);
-       const bool copied = Function<Copy>(fixture, "OwnCopy")(
-           fixture.other->handle(), fixture.picture->handle(), 0, 0, 5, 3, 0, 0, 5, 3);
-       return Describe(copied) + ", " + fixture.other->Describe();
-     }},
+    {"ClonePictureWithMask", Of<Picture*, Picture*>},
+    {"GraphicsDrawPicture", Drawn},
+    {"OwnCopy", Drawn},
 };
 
 /// All texts of a view, one after another. To be stored before the view goes: Clang loses a return
 /// value when a destructor throws on the way out, as one does whose host call throws.
-std::string Texts(Text& view) {
+std::string Texts(auto&& view) {
   std::string text;
   for (const Encoding& encoding : kEncodings) text += std::string(view.Bytes(encoding)) + "|";
   return text + std::to_string(view.Length("UTF32"));
@@ -124,10 +122,7 @@ const Scenario kTextScenarios[] = {
     {"rbText",
      [](Fixture& fixture, const char*) {
        std::string text;
-       {
-         Text view(fixture.plugin, fixture.string.get());
-         text = Texts(view);
-       }
+       text = Texts(Text(fixture.plugin, fixture.string.get()));
        return text;
      }},
     // Built afresh from bytes that have no encoding.
@@ -161,56 +156,39 @@ const Scenario kTextScenarios[] = {
        return std::string(Data(fixture.plugin, fixture.block.get(), 2, 0).bytes());
      }},
     {"REALGetStringData",
-     [](Fixture& fixture, const char*) -> std::string {
+     [](Fixture& fixture, const char* name) -> std::string {
        REALstringData record = {};
-       if (!Function<bool(String*, unsigned long, REALstringData*)>(fixture, "REALGetStringData")(
-               fixture.string->handle(), kEncodingUtf16, &record)) {
-         return "false";
-       }
+       using Get = bool(String*, unsigned long, REALstringData*);
+       String* const string = fixture.string->handle();
+       if (!Call<Get>(fixture, name, string, kEncodingUtf16, &record)) return "false";
        std::string text(record.data, record.length);
-       Function<void(REALstringData*)>(fixture, "REALDisposeStringData")(&record);
+       Call<void(REALstringData*)>(fixture, "REALDisposeStringData", &record);
        return text;
      }},
-    {"REALBuildUnicodeString",
-     [](Fixture& fixture, const char*) {
-       return Describe(fixture, Function<String*(const wchar_t*)>(
-                                    fixture, "UnicodeCString2RB")(std::wstring(250, L'w').c_str()));
+    {"UnicodeCString2RB",
+     [](Fixture& fixture, const char* name) {
+       const std::wstring text(250, L'w');
+       return Describe(fixture, Call<String*(const wchar_t*)>(fixture, name, text.c_str()));
      },
      "[500 bytes of encoding 65535: w.w.w.w.w.w.]"},
     {"REALBuildMemoryblock",
-     [](Fixture& fixture, const char*) -> std::string {
-       const auto block = sim::Ref<sim::MemoryBlock>::Adopt(
-           fixture.host.Live<sim::MemoryBlock>(Function<REALmemoryBlockStruct*(const void*, int)>(
-               fixture, "REALBuildMemoryblock")("bytes", 5)));
+     [](Fixture& fixture, const char* name) -> std::string {
+       const auto block = sim::Ref<sim::MemoryBlock>::Adopt(fixture.host.Live<sim::MemoryBlock>(
+           Call<REALmemoryBlockStruct*(const void*, int)>(fixture, name, "bytes", 5)));
        return block ? std::string(block->bytes()) : "null";
      }},
-    {"REALstringToOSType",
-     [](Fixture& fixture, const char*) {
-       return std::to_string(Function<unsigned long(String*)>(
-           fixture, "REALstringToOSType")(fixture.string->handle()));
-     },
-     "[1667327683][538976288]"},
-    {"REALGetLowestStringEncoding",
-     [](Fixture& fixture, const char*) {
-       return std::to_string(Function<unsigned long(String*)>(
-           fixture, "REALGetLowestStringEncoding")(fixture.string->handle()));
-     },
-     "[1536]"},
+    {"REALstringToOSType", Of<unsigned long, String*>, "[1667327683][538976288]"},
+    {"REALGetLowestStringEncoding", Of<unsigned long, String*>, "[1536]"},
+    {"IsMemoryBlock", Of<bool, REALobjectStruct*>},
     {"REALObjectIsA",
-     [](Fixture& fixture, const char*) {
-       return Describe(Function<bool(REALobjectStruct*, const char*)>(fixture, "REALObjectIsA")(
-           fixture.block->object(), "MemoryBlock"));
-     }},
-    {"IsMemoryBlock",
-     [](Fixture& fixture, const char*) {
-       return Describe(
-           Function<bool(REALobjectStruct*)>(fixture, "IsMemoryBlock")(fixture.block->object()));
+     [](Fixture& fixture, const char* name) {
+       return Describe(fixture, Call<bool(REALobjectStruct*, const char*)>(
+                                    fixture, name, fixture.block->object(), "MemoryBlock"));
      }},
     {"RaiseException",
-     [](Fixture& fixture, const char*) -> std::string {
+     [](Fixture& fixture, const char* name) -> std::string {
+       Call<void(const char*, const char*)>(fixture, name, "RuntimeException", "why");
        auto& raised = fixture.host.raised;
-       Function<void(const char*, const char*)>(fixture, "RaiseException")("RuntimeException",
-                                                                           "why");
        std::string text = raised.empty() ? "nothing" : raised.back()->classRef->info().name;
        raised.clear();
        return text;
@@ -219,11 +197,10 @@ const Scenario kTextScenarios[] = {
     {"array of strings",
      [](Fixture& fixture, const char*) {
        REALarrayStruct* const array = fixture.array->handle();
-       Function<void(REALarrayStruct*, long, String*)>(fixture, "REALSetArrayValue")(
-           array, 1, fixture.string->handle());
+       Call<void(REALarrayStruct*, long, String*)>(fixture, "REALSetArrayValue", array, 1,
+                                                   fixture.string->handle());
        String* out = nullptr;
-       Function<void(REALarrayStruct*, long, String**)>(fixture, "REALGetArrayValue")(array, 1,
-                                                                                      &out);
+       Call<void(REALarrayStruct*, long, String**)>(fixture, "REALGetArrayValue", array, 1, &out);
        // Element and reader do without the references that nobody could add.
        const bool uncounted = out != nullptr && fixture.host.Missing("REALLockString");
        while (uncounted && fixture.string->references() < 4)
