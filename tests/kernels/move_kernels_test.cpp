@@ -145,23 +145,23 @@ TEST_P(PictureMoves, PutPixelsOfEveryFormatWhereTheyBelong) {
                                        {1, 40},  {40, 1},   {7, 5},     {64, 16},
                                        {65, 33}, {129, 70}, {1030, 17}, {40, 256}};
   uint32_t seed = 0;
-  for (const PictureMove& move : kMoves) {
+  for (const PictureMove& each : kMoves) {
     for (const uint32_t from : kFormats) {
       for (const uint32_t to : kFormats) {
-        if (move.inPlace && (from != to || BytesOf(from) != 4)) continue;
+        if (each.inPlace && (from != to || BytesOf(from) != 4)) continue;
         for (const auto& [width, height] : sides) {
           for (const int padding : {0, 7, 16}) {
             SCOPED_TRACE(testing::Message()
-                         << move.name << " of " << width << " x " << height << ", format " << from
+                         << each.name << " of " << width << " x " << height << ", format " << from
                          << " to " << to << ", padding " << padding);
             Random random(++seed), sameRandom(seed);
             TestPicture source(random, from, width, height, padding);
-            const model::Size size = move.move.Of({width, height});
-            TestPicture target(move.inPlace ? sameRandom : random, to, size.width, size.height,
-                               move.inPlace ? padding : 20 - padding);
+            const model::Size size = each.move.Of({width, height});
+            TestPicture target(each.inPlace ? sameRandom : random, to, size.width, size.height,
+                               each.inPlace ? padding : 20 - padding);
             ExpectSameBytes(
-                target.bytes, [&] { MovePlainly(move, source, target); },
-                [&] { move.run(source.editor, target.editor); });
+                target.bytes, [&] { MovePlainly(each, source, target); },
+                [&] { each.run(source.editor, target.editor); });
             if (HasFatalFailure()) return;
           }
         }
@@ -172,13 +172,13 @@ TEST_P(PictureMoves, PutPixelsOfEveryFormatWhereTheyBelong) {
 
 TEST_P(MoveKernels, PicturesLargerThanTheCache) {
   Random random(3);
-  for (const PictureMove& move : kMoves) {
-    SCOPED_TRACE(move.name);
+  for (const PictureMove& each : kMoves) {
+    SCOPED_TRACE(each.name);
     constexpr model::Size kSize = {2101, 2003};
-    const auto [width, height] = move.move.Of(kSize);
+    const auto [width, height] = each.move.Of(kSize);
     TestPicture source(random, kPixelRgb32, kSize.width, kSize.height, 0);
     TestPicture target(random, kPixelRgb32, width, height, 4);
-    ExpectAsPlain(target.bytes, [&](const Kernels&) { move.run(source.editor, target.editor); });
+    ExpectAsPlain(target.bytes, [&](const Kernels&) { each.run(source.editor, target.editor); });
     if (HasFatalFailure()) return;
   }
 }
