@@ -31,6 +31,7 @@ struct TestPicture {
       : stride(width * BytesOf(type) + padding),
         bytes(SizeOf(type, width, height), random.Int(0, 15) * (random.OneIn(4) ? 3 : 4),
               random.OneIn(2), random),
+        rowTable(type == kPixelConsole ? height * sizeof(uint8_t*) : 0, 0, random.OneIn(2), random),
         editor{} {
     editor.pixelType = type;
     editor.width = width;
@@ -39,9 +40,9 @@ struct TestPicture {
     editor.rowBytes = type == kPixelConsole ? width * 4 : stride;
     editor.pixels = editor.baseAddress = bytes.data();
     if (type != kPixelConsole) return;
-    for (int y = 0; y < height; ++y) rowTable.push_back(bytes.data() + ptrdiff_t{y} * stride);
-    if (random.OneIn(2)) std::shuffle(rowTable.begin(), rowTable.end(), random);
-    editor.rowTable = rowTable.data();
+    editor.rowTable = reinterpret_cast<uint8_t**>(rowTable.data());
+    for (int y = 0; y < height; ++y) editor.rowTable[y] = bytes.data() + ptrdiff_t{y} * stride;
+    if (random.OneIn(2)) std::shuffle(editor.rowTable, editor.rowTable + height, random);
   }
   size_t SizeOf(uint32_t type, int width, int height) const {
     const bool isSurface = type == kPixelArgb32 || type == kPixelRgb32;
@@ -65,8 +66,8 @@ struct TestPicture {
 
   int stride;
   GuardedBytes bytes;
+  GuardedBytes rowTable;
   PictureEditor editor;
-  std::vector<uint8_t*> rowTable;
 };
 
 /// Runs both on what the bytes hold now, expects that both leave the same, and takes it back: what
