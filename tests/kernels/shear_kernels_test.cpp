@@ -116,6 +116,14 @@ TEST_P(ShearKernels, EqualThePlainOnes) {
           if (!isRow) check(width, Random(seed).Int(0, 120));
         }
         isRow ? check(1, 1601) : check(1024, 37);
+        // One column far from those behind it, which have all their source rows.
+        for (int repeat = 0; !isRow && repeat < 64; ++repeat) {
+          Random random(++seed);
+          Shear shear(random, false, from, to, 18, 150, 64);
+          for (ShearLine& line : shear.lines) line = {-1, RandomWeight(random)};
+          shear.lines[0].offset = -40;
+          ExpectAsPlain(shear.target.bytes, [&](const Kernels&) { shear.Run(); });
+        }
         if (HasFailure()) return;
       }
     }

@@ -238,7 +238,8 @@ class ColumnTile {
                                         columns_.targetRows + firstRow_,
                                         end * Target::kBytes - 1};
     };
-    if (isWhole && isInside && (Source::kBytes == 4 || group.first > 0)) {
+    // Four bytes in front of three-byte pixels are loaded, too.
+    if (isWhole && isInside && (Source::kBytes == 4 || group.first > 1)) {
       BlendGroup(group, columns_.sourceRows + BeginRow(group),
                  rowsOf(Source{}, group.first * Source::kBytes, set_));
     } else {
@@ -246,8 +247,9 @@ class ColumnTile {
       BlendGroup(group, windowRows_, rowsOf(WordPixels{}, 0, 0));
     }
     // The next group also lies across rows that have no counterpart here.
-    for (int i = rowCount_; i < EndRow(next) - BeginRow(next); ++i)
+    for (int i = rowCount_; i < EndRow(next) - BeginRow(next); ++i) {
       Prefetch(nextRows[i], nextBytes);
+    }
   }
 
   void LoadWindow(const ColumnGroup& group) {
