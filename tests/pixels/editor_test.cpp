@@ -57,9 +57,9 @@ TEST(Editor, PixelsAreReadAndWrittenAsEachFormatKeepsThem) {
   for (const FormatCase& each : kCases) {
     SCOPED_TRACE(each.type);
     // Rows of two pixels, upside down in memory where a table can say so.
-    uint8_t memory[2][16];
+    uint8_t memory[2 * 16];
     std::memset(memory, 0xE7, sizeof memory);
-    uint8_t* rows[2] = {memory[1] + 1, memory[0] + 1};
+    uint8_t* rows[2] = {memory + 17, memory + 1};
     const bool isConsole = each.type == 8;
     if (!isConsole) std::swap(rows[0], rows[1]);
     PictureEditor editor{};
@@ -87,7 +87,8 @@ TEST(Editor, PixelsAreReadAndWrittenAsEachFormatKeepsThem) {
     });
     EXPECT_EQ(std::memcmp(pixel, &each.written, size), 0);
     std::memset(pixel, 0xE7, size);
-    EXPECT_EQ(std::count(memory[0], memory[0] + 32, 0xE7), 32) << "a byte beside it was written";
+    EXPECT_EQ(std::count(memory, memory + sizeof memory, 0xE7), 32)
+        << "a byte beside it was written";
 
     for (const int y : {0, 1, 2}) {
       EXPECT_EQ(session.Call<uint8_t*(const PictureEditor&, int)>("RowAddress", editor, y),
