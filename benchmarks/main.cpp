@@ -13,9 +13,8 @@
 #include "benchmarks/peers/peers.h"
 #include "benchmarks/report.h"
 #include "benchmarks/timing.h"
-#include "cli/imaging/image_file.h"
-#include "cli/imaging/output_file.h"
-#include "cli/imaging/user_error.h"
+#include "imaging/image_file.h"
+#include "imaging/output_file.h"
 
 namespace velbench {
 namespace {
@@ -137,7 +136,7 @@ void KeepAvailable(std::vector<Group>& groups, Report& report) {
 ExitStatus Run(Options options) {
   std::vector<Group> groups = SelectGroups(options.quick, options.filter);
   if (groups.empty()) {
-    throw velhost::UserError(
+    throw std::runtime_error(
         "--filter matches no row: rows are Rotate90Vel/1920x1080/console/warm");
   }
   options.kernels = ResolveKernels(options.kernels);
@@ -150,7 +149,7 @@ ExitStatus Run(Options options) {
     }
   }
   KeepAvailable(groups, report);
-  if (groups.empty()) throw velhost::UserError(report.missing.back());
+  if (groups.empty()) throw std::runtime_error(report.missing.back());
 
   Table table(report);
   bool good = true;
@@ -164,9 +163,9 @@ ExitStatus Run(Options options) {
     }
     table.PrintNotes();
   }
-  if (!options.json.empty()) velhost::ReplaceFile(options.json, ToJson(report));
-  if (!options.markdown.empty()) velhost::ReplaceFile(options.markdown, ToMarkdown(report));
-  if (!options.plot.empty()) velhost::WriteImage(options.plot, Plot(report));
+  if (!options.json.empty()) imaging::ReplaceFile(options.json, ToJson(report));
+  if (!options.markdown.empty()) imaging::ReplaceFile(options.markdown, ToMarkdown(report));
+  if (!options.plot.empty()) imaging::WriteImage(options.plot, Plot(report));
   return good ? kDone : kFailed;
 }
 

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "benchmarks/three_byte_storage.h"
-#include "cli/imaging/user_error.h"
 #include "transforms/kernels/variant_names.h"
 
 namespace velbench {
@@ -42,7 +41,7 @@ sim::Settings SettingsFor(const Group& group) {
 sim::Ref<sim::Picture> NoisyPicture(sim::Host& host, const Group& group) {
   auto picture = sim::Ref<sim::Picture>::Adopt(
       host.NewPicture(group.size.width, group.size.height, group.storage->alpha));
-  if (!picture) throw velhost::UserError("memory is short for a picture of " + NameOf(group.size));
+  if (!picture) throw std::runtime_error("memory is short for a picture of " + NameOf(group.size));
   // One row of noise, begun elsewhere in each row of the picture.
   std::mt19937 random(1);
   constexpr int kShifts = 64;
@@ -70,7 +69,7 @@ std::string ResolveKernels(const std::string& kernels) {
   for (const char* const name : velpicture::kVariantNames) {
     if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
   }
-  throw velhost::UserError("--kernels " + kernels +
+  throw std::runtime_error("--kernels " + kernels +
                            ": unknown, or this machine lacks it; there are" +
                            velpicture::kVariantList);
 }

@@ -15,7 +15,7 @@ namespace velbench {
 
 class MethodTimer {
  public:
-  /// `kernels` is a name that ResolveKernels gave. Throws velhost::UserError when memory is short.
+  /// `kernels` is a name that ResolveKernels gave. Throws std::runtime_error when memory is short.
   MethodTimer(const Group& group, const std::string& kernels);
 
   /// Seconds that one call takes, result released again, without what the host does to convert
@@ -30,7 +30,7 @@ class MethodTimer {
 };
 
 /// `kernels` itself, or for an empty name the widest that this machine has. Throws
-/// velhost::UserError when the plugin does not know kernels of that name, or the machine lacks
+/// std::runtime_error when the plugin does not know kernels of that name, or the machine lacks
 /// them.
 std::string ResolveKernels(const std::string& kernels);
 

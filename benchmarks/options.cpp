@@ -2,9 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/imaging/image_file.h"
-#include "cli/imaging/output_file.h"
-#include "cli/imaging/user_error.h"
+#include "imaging/image_file.h"
+#include "imaging/output_file.h"
 #include "transforms/kernels/variant_names.h"
 
 namespace velbench {
@@ -22,11 +21,11 @@ constexpr const char* kExamples =
 
 void CheckFiles(const Options& options) {
   for (const std::string& file : {options.json, options.markdown}) {
-    if (!file.empty()) velhost::CheckOutputPath(file);
+    if (!file.empty()) imaging::CheckOutputPath(file);
   }
   if (options.plot.empty()) return;
-  velhost::CheckImageName(options.plot);
-  velhost::CheckOutputPath(options.plot);
+  imaging::CheckImageName(options.plot);
+  imaging::CheckOutputPath(options.plot);
 }
 
 }  // namespace
@@ -53,12 +52,12 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
     app.exit(help);
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    throw velhost::UserError(std::string(error.what()) + " (velbench --help shows what there is)");
+    throw std::runtime_error(std::string(error.what()) + " (velbench --help shows what there is)");
   }
   try {
     options.filter = std::regex(filter);
   } catch (const std::regex_error&) {
-    throw velhost::UserError("--filter " + filter + " is no regular expression");
+    throw std::runtime_error("--filter " + filter + " is no regular expression");
   }
   CheckFiles(options);
   return options;

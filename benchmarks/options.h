@@ -18,7 +18,7 @@ struct Options {
 };
 
 /// Reads the command line. Empty when only help was asked for (and given); throws
-/// velhost::UserError when the options cannot be understood, or name files that cannot be written.
+/// std::runtime_error when the options cannot be understood, or name files that cannot be written.
 std::optional<Options> ParseOptions(int argc, const char* const* argv);
 
 }  // namespace velbench

@@ -2,13 +2,13 @@
 #include <cmath>
 
 #include "benchmarks/report.h"
-#include "cli/imaging/canvas.h"
+#include "imaging/canvas.h"
 
 namespace velbench {
 namespace {
 
-using velhost::DrawText;
-using velhost::FillRectangle;
+using imaging::DrawText;
+using imaging::FillRectangle;
 
 constexpr int kWidth = 960, kLeft = 180, kRight = 940, kTop = 108, kDot = 10, kLane = kDot + 2;
 constexpr int kRowGap = 14;
@@ -54,12 +54,12 @@ class Axis {
     return kLeft + static_cast<int>(std::lround(part * (kRight - kLeft)));
   }
 
-  void Draw(velhost::Image& image) const {
+  void Draw(imaging::Image& image) const {
     for (int doubling = first_; doubling <= last_; ++doubling) {
       const int x = PlaceOf(std::exp2(doubling));
       FillRectangle(image, x, kTop - 4, 1, image.height - kTop, doubling == 0 ? kInk : kGrid);
       const std::string text = (doubling < 0 ? "1/" : "") + std::to_string(1 << std::abs(doubling));
-      DrawText(image, x - velhost::TextWidth(1, text) / 2, kTop - 4 - 2 * kTextHeight, 1, text,
+      DrawText(image, x - imaging::TextWidth(1, text) / 2, kTop - 4 - 2 * kTextHeight, 1, text,
                kInk);
     }
   }
@@ -75,7 +75,7 @@ class Axis {
   int last_ = 3;
 };
 
-void DrawDot(velhost::Image& image, int centreX, int centreY, sim::Rgba color,
+void DrawDot(imaging::Image& image, int centreX, int centreY, sim::Rgba color,
              bool hollow = false) {
   const int x = centreX - kDot / 2, y = centreY - kDot / 2, edge = 2;
   FillRectangle(image, x, y, kDot, kDot, color);
@@ -123,12 +123,12 @@ int LaneCount(const std::vector<Marker>& markers) {
   return count;
 }
 
-void DrawLegend(velhost::Image& image, const Report& report) {
+void DrawLegend(imaging::Image& image, const Report& report) {
   int x = kLeft;
   const auto entry = [&](const std::string& name, sim::Rgba color) {
     DrawDot(image, x, kTop - 46, color);
     DrawText(image, x + kDot, kTop - 46 - kTextHeight / 2, 1, name, kInk);
-    x += velhost::TextWidth(1, name) + 4 * kDot;
+    x += imaging::TextWidth(1, name) + 4 * kDot;
   };
   entry("VelPicture", kOurs);
   for (size_t i = 0; i < report.peers.size(); ++i) {
@@ -138,12 +138,12 @@ void DrawLegend(velhost::Image& image, const Report& report) {
 
 }  // namespace
 
-velhost::Image Plot(const Report& report) {
+imaging::Image Plot(const Report& report) {
   const std::vector<const Row*> rows = RowsToShow(report);
   const Axis axis(rows);
   int height = kTop + kRowGap;
   for (const Row* const row : rows) height += LaneCount(Markers(*row, axis)) * kLane + kRowGap;
-  velhost::Image image(kWidth, height, {255, 255, 255});
+  imaging::Image image(kWidth, height, {255, 255, 255});
   if (rows.empty()) return image;
   const Row& first = *rows.front();
   DrawText(image, 16, 14, 2,

@@ -11,7 +11,7 @@
 
 #include "benchmarks/cases.h"
 #include "benchmarks/machine.h"
-#include "cli/imaging/image.h"
+#include "imaging/image.h"
 
 namespace velbench {
 
@@ -68,6 +68,6 @@ std::string ToMarkdown(const Report& report);
 
 /// The fresh rows (warm ones where there are none) of the size nearest to a screen's, of the first
 /// storage that has such: how many times as long as copying the pixels each column took.
-velhost::Image Plot(const Report& report);
+imaging::Image Plot(const Report& report);
 
 }  // namespace velbench

@@ -9,12 +9,13 @@
 #include <new>
 
 #include "cli/exif.h"
-#include "cli/imaging/image_file.h"
-#include "cli/imaging/output_file.h"
-#include "cli/imaging/user_error.h"
 #include "cli/progress.h"
 #include "cli/sheet.h"
 #include "cli/test_card.h"
+#include "cli/user_error.h"
+#include "imaging/file_error.h"
+#include "imaging/image_file.h"
+#include "imaging/output_file.h"
 
 namespace velhost {
 namespace {
@@ -53,8 +54,8 @@ struct Job {
 // What can be seen to be wrong with an output before any work is done.
 void CheckOutput(const Options& options, const std::string& path) {
   if (path.empty()) return;
-  CheckImageName(path, options.format);
-  CheckOutputPath(path, options.force);
+  imaging::CheckImageName(path, options.format);
+  imaging::CheckOutputPath(path, options.force);
 }
 
 std::vector<Job> PlanJobs(const Options& options) {
@@ -99,8 +100,8 @@ Image LoadImage(MethodRunner& runner, const Options& options, const std::string&
                                          {"Rotate90Vel", "HMirrorVel"},
                                          {"Rotate90Vel"}};
   if (path == kTestCardInput) return TestCard();
-  const std::string file = ReadImageFile(path);
-  Image image = DecodeImage(path, file);
+  const std::string file = imaging::ReadImageFile(path);
+  Image image = imaging::DecodeImage(path, file);
   if (image.sixteenBits) PrintError("note: " + path + " has 16 bits a channel, 8 are kept");
   const int orientation = options.orient ? ExifOrientation(file) : 1;
   if (orientation == 1) return image;
@@ -151,7 +152,7 @@ void PrintError(const std::string& text) {
 void SaveImage(const Options& options, const std::string& path, Image image, bool told) {
   CheckOutput(options, path);  // Others may write there, too.
   const int width = image.width, height = image.height;
-  WriteImage(path, std::move(image), options.format);
+  imaging::WriteImage(path, std::move(image), options.format);
   if (told) std::printf("%s: written, %d x %d\n", path.c_str(), width, height);
 }
 
@@ -168,7 +169,7 @@ int RunBatch(MethodRunner& runner, const Options& options, const std::vector<Pre
     try {
       if (!RunJob(runner, options, calls, job)) break;
       ++written;
-    } catch (const UserError& problem) {
+    } catch (const imaging::FileError& problem) {
       PrintError(problem.what());
     } catch (const std::bad_alloc&) {
       PrintError(job.input + ": memory is short: give a smaller picture");

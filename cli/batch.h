@@ -10,6 +10,8 @@
 
 namespace velhost {
 
+using imaging::Image;
+
 /// What velhost returns; 128 + N when signal N ended the work.
 enum ExitStatus { kDone = 0, kFailed = 1, kWrong = 2, kSignal = 128 };
 

@@ -6,17 +6,18 @@
 #include <exception>
 
 #include "cli/batch.h"
-#include "cli/imaging/output_file.h"
+#include "cli/check_command.h"
 #include "cli/method_runner.h"
 #include "cli/options.h"
 #include "cli/test_card.h"
+#include "imaging/output_file.h"
 
 namespace velhost {
 namespace {
 
 int Run(const Options& options) {
-  if (!options.check.plugin.empty()) return RunCheck(options.check);
-  if (options.output == kStandardOutput) KeepStandardOutput();
+  if (!options.check.plugin.empty()) return CheckPlugin(options);
+  if (options.output == imaging::kStandardOutput) imaging::KeepStandardOutput();
   if (options.testCard) {
     SaveImage(options, options.output, TestCard());
     return kDone;

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <utility>
 
-#include "cli/imaging/canvas.h"
-#include "cli/imaging/user_error.h"
+#include "cli/user_error.h"
+#include "imaging/canvas.h"
 #include "transforms/kernels/variant_names.h"
 
 namespace velhost {
@@ -120,7 +120,7 @@ PreparedCall MethodRunner::Prepare(const std::string& text) const {
 Image MethodRunner::Run(Image image, const std::vector<PreparedCall>& calls,
                         std::vector<Step>* steps) {
   const bool alpha = image.hasAlpha && keepsAlpha_;
-  if (image.hasAlpha && !alpha) image = Flattened(image);
+  if (image.hasAlpha && !alpha) image = imaging::Flattened(image);
   sim::Ref<sim::Picture> picture = host_.MakePicture(image, alpha);
   if (!picture) {
     throw MethodFailed("the " + hostName_ + " cannot hold a picture of " +

@@ -7,12 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "cli/imaging/image.h"
 #include "cli/options.h"
+#include "imaging/image.h"
 #include "simulator/host.h"
 #include "simulator/plugin.h"
 
 namespace velhost {
+
+using imaging::Image;
 
 /// A method call whose name and arguments suit what the plugin registered.
 struct PreparedCall {

@@ -2,8 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/imaging/user_error.h"
 #include "cli/method_runner.h"
+#include "cli/user_error.h"
 #include "transforms/kernels/variant_names.h"
 
 namespace velhost {
@@ -21,8 +21,8 @@ constexpr const char* kExamples =
 
 // What can be seen to be missing before any work is done.
 void Complete(Options& options) {
-  const CheckOptions& check = options.check;
-  if (check.plugin.empty() && !check.caseName.empty()) {
+  const check::CheckOptions& check = options.check;
+  if (check.plugin.empty() && !options.checkedCase.empty()) {
     throw UserError("--case needs the plugin: --check PLUGIN.so --case NAME");
   }
   if (options.list || !check.plugin.empty()) return;
@@ -77,12 +77,12 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_flag_callback(
       "--no-times", [&options] { options.times = false; }, "leave the times out of the sheet");
   app.add_flag("--test-card", options.testCard, "write the project's test card");
-  CheckOptions& check = options.check;
+  check::CheckOptions& check = options.check;
   app.add_option("--check", check.plugin,
                  "try any plugin in strict hosts: start-up, all methods,\n"
                  "each host call failing; tells what it leaks or breaks")
       ->option_text("PLUGIN");
-  app.add_option("--case", check.caseName,
+  app.add_option("--case", options.checkedCase,
                  "only this case of the check, in this process and with\n"
                  "every call into the host shown")
       ->option_text("NAME");
@@ -96,7 +96,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
       ->check(CLI::Range(1, 1024));
   app.add_flag("--exceptions", check.exceptions,
                "let host calls throw exceptions in the check, too");
-  app.add_option("--json", check.json, "file for the results of the check, case by case")
+  app.add_option("--json", options.json, "file for the results of the check, case by case")
       ->option_text("FILE");
   std::string hosts;
   for (const std::string& name : HostNames()) hosts += (hosts.empty() ? "" : ", ") + name;

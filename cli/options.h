@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/check/check.h"
+#include "check/check.h"
 
 namespace velhost {
 
@@ -31,7 +31,9 @@ struct Options {
   bool sheet = false;  ///< instead of running the calls one after the other
   bool times = true;
   bool testCard = false;
-  CheckOptions check;  ///< asked for when it names a plugin
+  check::CheckOptions check;  ///< asked for when it names a plugin
+  std::string checkedCase;    ///< the only one to check; empty for all
+  std::string json;           ///< file for the results of the check; empty for none
 };
 
 /// Reads the command line. Empty when only help was asked for (and given); throws UserError when

@@ -6,10 +6,16 @@
 #include <utility>
 #include <vector>
 
-#include "cli/imaging/canvas.h"
+#include "imaging/canvas.h"
 
 namespace velhost {
 namespace {
+
+using imaging::DrawImage;
+using imaging::DrawText;
+using imaging::FillCheckerboard;
+using imaging::FillRectangle;
+using imaging::TextWidth;
 
 constexpr int kRowWidth = 1280;  // a sheet is not wider, unless one picture is
 constexpr int kSmallSide = 304;  // smaller than this pictures are not made, but for their row

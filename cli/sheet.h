@@ -2,10 +2,12 @@
 
 // The contact sheet: what the methods do, seen at a glance.
 
-#include "cli/imaging/image.h"
 #include "cli/method_runner.h"
+#include "imaging/image.h"
 
 namespace velhost {
+
+using imaging::Image;
 
 /// Methods on one picture: `image` itself, then for each of the calls (where none is given, for
 /// each method of the plugin) what it makes of it, with size and (if `times`) milliseconds. What

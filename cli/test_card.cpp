@@ -4,10 +4,13 @@
 #include <cmath>
 #include <numbers>
 
-#include "cli/imaging/canvas.h"
+#include "imaging/canvas.h"
 
 namespace velhost {
 namespace {
+
+using imaging::DrawText;
+using imaging::FillRectangle;
 
 constexpr int kWidth = 480;
 constexpr int kHeight = 320;

@@ -2,9 +2,11 @@
 
 // The sample picture's source, so that it can be made again and varied.
 
-#include "cli/imaging/image.h"
+#include "imaging/image.h"
 
 namespace velhost {
+
+using imaging::Image;
 
 /// The project's sample picture, made to show what turning and mirroring do: text and coloured
 /// corners for the direction, a star and lines a pixel wide for exactness and blending, a landscape

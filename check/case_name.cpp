@@ -1,13 +1,13 @@
-#include "cli/check/case_name.h"
+#include "check/case_name.h"
 
 #include <charconv>
 #include <cstdio>
 #include <sstream>
 #include <string_view>
 
-#include "cli/imaging/user_error.h"
+#include "check/refused.h"
 
-namespace velhost {
+namespace check {
 namespace {
 
 bool TakePrefix(std::string_view& text, std::string_view prefix) {
@@ -72,11 +72,11 @@ Trial Trial::Parse(const std::string& name) {
   const bool isMethod = method != kStartUp;
   if (trial.setup == nullptr || error != std::errc() || stop != end || !Variant::Parse(variant) ||
       (isMethod && variant.empty())) {
-    throw UserError("--case '" + name +
-                    "' is no case: give one as the check names it, such as "
-                    "'HMirrorVel/console/2012.01/call 3'");
+    throw Refused("--case '" + name +
+                  "' is no case: give one as the check names it, such as "
+                  "'HMirrorVel/console/2012.01/call 3'");
   }
   return trial;
 }
 
-}  // namespace velhost
+}  // namespace check

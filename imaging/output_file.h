@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
-namespace velhost {
+namespace imaging {
 
 constexpr std::string_view kStandardOutput = "-";
 
-/// Throws UserError when `path` is something that a file must not take the place of (unless
+/// Throws FileError when `path` is something that a file must not take the place of (unless
 /// `replace`, also when it is a file), or when its folder is missing.
 void CheckOutputPath(const std::string& path, bool replace = true);
 
@@ -18,8 +18,8 @@ void CheckOutputPath(const std::string& path, bool replace = true);
 void KeepStandardOutput();
 
 /// Puts `bytes` into the file `path`: written and flushed under another name beside it, then moved
-/// into place in one step. On failure what was there before stays, and UserError is thrown. Through
+/// into place in one step. On failure what was there before stays, and FileError is thrown. Through
 /// a link, what it leads to is replaced, or made.
 void ReplaceFile(const std::string& path, std::string_view bytes);
 
-}  // namespace velhost
+}  // namespace imaging

@@ -1,14 +1,14 @@
-#include "cli/check/trial.h"
+#include "check/trial.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <set>
 #include <sstream>
 
-#include "cli/check/isolation.h"
-#include "cli/imaging/user_error.h"
+#include "check/isolation.h"
+#include "check/refused.h"
 
-namespace velhost {
+namespace check {
 namespace {
 
 using sim::Type;
@@ -230,7 +230,7 @@ class Fixture {
     });
     if (method == methods.end()) {
       const std::string why = "the plugin registers no " + trial_.method + " here";
-      if (variant_.fault != FaultKind::kWithout) throw UserError(why);
+      if (variant_.fault != FaultKind::kWithout) throw Refused(why);
       report_.skipped = why;
       return;
     }
@@ -322,4 +322,4 @@ TrialReport RunTrial(LoadedPlugin& loaded, const Trial& trial, const TrialReport
   return Fixture::Make(loaded, trial, echo).Run(usual);
 }
 
-}  // namespace velhost
+}  // namespace check

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "cli/check/results.h"
-#include "cli/check/trial.h"
+#include "check/results.h"
+#include "check/trial.h"
 
-namespace velhost {
+namespace check {
 
 struct CaseLimits {
   double seconds;   ///< for one case
@@ -33,11 +33,11 @@ struct GroupResult {
 /// Runs the cases of a group one after the other, each in a process of its own.
 GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits& limits);
 
-/// What an undisturbed case shows; throws UserError when it does not come to its end.
+/// What an undisturbed case shows; throws Refused when it does not come to its end.
 TrialReport Learn(LoadedPlugin& loaded, const Trial& trial, double seconds);
 
 /// For the way from one process to another.
 std::string Packed(const GroupResult& result);
 GroupResult Unpacked(const std::string& text);
 
-}  // namespace velhost
+}  // namespace check

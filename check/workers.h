@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace velhost {
+namespace check {
 
 /// The results of work(0) to work(count - 1), in this order, each run in one of `processes`
 /// children of this process. `done` is called here after each. Throws std::runtime_error when a
@@ -15,4 +15,4 @@ std::vector<std::string> RunShared(size_t count, int processes,
                                    const std::function<std::string(size_t)>& work,
                                    const std::function<void()>& done);
 
-}  // namespace velhost
+}  // namespace check

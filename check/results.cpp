@@ -1,4 +1,4 @@
-#include "cli/check/results.h"
+#include "check/results.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,7 +6,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-namespace velhost {
+namespace check {
 namespace {
 
 constexpr const char* kVerdictNames[] = {"passed", "failed", "crashed", "timed out", "skipped"};
@@ -104,4 +104,4 @@ bool AllWell(const std::vector<CaseResult>& results) {
   return Count(results, Verdict::kPassed) + Count(results, Verdict::kSkipped) == results.size();
 }
 
-}  // namespace velhost
+}  // namespace check

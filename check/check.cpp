@@ -1,4 +1,4 @@
-#include "cli/check/check.h"
+#include "check/check.h"
 
 #include <dlfcn.h>
 #include <elf.h>
@@ -11,16 +11,13 @@
 #include <set>
 #include <thread>
 
-#include "cli/batch.h"
-#include "cli/check/groups.h"
-#include "cli/check/isolation.h"
-#include "cli/check/workers.h"
-#include "cli/imaging/output_file.h"
-#include "cli/imaging/user_error.h"
-#include "cli/progress.h"
+#include "check/groups.h"
+#include "check/isolation.h"
+#include "check/refused.h"
+#include "check/workers.h"
 #include "simulator/storage.h"
 
-namespace velhost {
+namespace check {
 namespace {
 
 namespace fs = std::filesystem;
@@ -35,16 +32,16 @@ constexpr const char* kStartSetups[] = {"console", "web", "cairo", "unknown_kind
 
 void CheckFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  if (!file) throw UserError("there is no plugin " + path + ": name a plugin's file");
-  if (fs::is_directory(path)) throw UserError(path + " is a folder: name a plugin's file");
+  if (!file) throw Refused("there is no plugin " + path + ": name a plugin's file");
+  if (fs::is_directory(path)) throw Refused(path + " is a folder: name a plugin's file");
   Elf32_Ehdr header = {};
   file.read(reinterpret_cast<char*>(&header), sizeof header);
   if (!file || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_type != ET_DYN) {
-    throw UserError(path + " is no shared library: name a plugin's file");
+    throw Refused(path + " is no shared library: name a plugin's file");
   }
   if (header.e_ident[EI_CLASS] != ELFCLASS32 || header.e_machine != EM_386) {
-    throw UserError(path +
-                    " is no 32-bit i386 library, as this host's plugins are: build it with -m32");
+    throw Refused(path +
+                  " is no 32-bit i386 library, as this host's plugins are: build it with -m32");
   }
 }
 
@@ -57,8 +54,9 @@ const sim::PictureSetup& SetupNamed(const char* name) {
 
 class Check {
  public:
-  Check(const CheckOptions& options, const std::string& path)
+  Check(const CheckOptions& options, const std::string& path, const Watcher& watcher)
       : loaded_(path),
+        watcher_(watcher),
         limits_{options.seconds, options.exceptions},
         processes_(options.processes > 0
                        ? options.processes
@@ -87,14 +85,11 @@ class Check {
   using Start = std::pair<sim::AppKind, double>;
 
   std::vector<GroupResult> RunGroups(const std::vector<Group>& groups, const char* what) {
-    Progress progress(groups.size());
-    progress.Show(what);
+    size_t done = 0;
+    watcher_(what, done, groups.size());
     const auto work = [&](size_t i) { return Packed(RunGroup(loaded_, groups[i], limits_)); };
-    const auto packed = RunShared(groups.size(), processes_, work, [&] {
-      progress.Step();
-      progress.Show(what);
-    });
-    progress.Clear();
+    const auto packed =
+        RunShared(groups.size(), processes_, work, [&] { watcher_(what, ++done, groups.size()); });
     std::vector<GroupResult> all;
     for (size_t i = 0; i < groups.size(); ++i) {
       all.push_back(Unpacked(packed[i]));
@@ -157,6 +152,7 @@ class Check {
   }
 
   LoadedPlugin loaded_;
+  const Watcher& watcher_;
   const CaseLimits limits_;
   const int processes_;
   std::vector<CaseResult> results_;
@@ -186,13 +182,16 @@ std::vector<CaseResult> TryLoading(const CheckOptions& options, const std::strin
              ending.kind == Ending::kTimedOut ? Verdict::kTimedOut : Verdict::kCrashed,
              {ending.text}}};
   }
-  if (ending.text != "loaded") throw UserError(ending.text);
+  if (ending.text != "loaded") throw Refused(ending.text);
   return {};
 }
 
-int RunOneCase(const CheckOptions& options, const std::string& path) {
-  const Trial trial = Trial::Parse(options.caseName);
-  LoadedPlugin loaded(path);
+}  // namespace
+
+bool RunOneCase(const CheckOptions& options, const std::string& name) {
+  CheckFile(options.plugin);
+  const Trial trial = Trial::Parse(name);
+  LoadedPlugin loaded(fs::absolute(options.plugin));
   const bool isDisturbed = Variant::Parse(trial.variant)->fault != FaultKind::kNone;
   TrialReport usual;
   if (isDisturbed && trial.method != kStartUp) {
@@ -208,21 +207,14 @@ int RunOneCase(const CheckOptions& options, const std::string& path) {
               : report.findings.empty() ? "passed"
                                         : "failed");
   for (const std::string& finding : report.findings) std::printf("%s\n", finding.c_str());
-  return report.findings.empty() ? kDone : kFailed;
+  return report.findings.empty();
 }
 
-}  // namespace
-
-int RunCheck(const CheckOptions& options) {
+std::vector<CaseResult> RunCheck(const CheckOptions& options, const Watcher& watcher) {
   CheckFile(options.plugin);
-  if (!options.json.empty()) CheckOutputPath(options.json, true);
   const std::string path = fs::absolute(options.plugin);
-  if (!options.caseName.empty()) return RunOneCase(options, path);
   std::vector<CaseResult> results = TryLoading(options, path);
-  if (results.empty()) results = Check(options, path).Run();
-  PrintResults(options.plugin, results);
-  if (!options.json.empty()) ReplaceFile(options.json, ResultsAsJson(options.plugin, results));
-  return AllWell(results) ? kDone : kFailed;
+  return results.empty() ? Check(options, path, watcher).Run() : results;
 }
 
-}  // namespace velhost
+}  // namespace check

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-namespace velhost {
+namespace check {
 
 /// How a process ended that ran something.
 struct Ending {
@@ -25,4 +25,4 @@ void Enter(const std::string& phase);
 /// Lets a crash of this process say where it happened before it does.
 void ExplainCrashes();
 
-}  // namespace velhost
+}  // namespace check

@@ -7,7 +7,7 @@
 
 #include "simulator/image.h"
 
-namespace velhost {
+namespace imaging {
 
 struct Image : sim::Image {
   using sim::Image::Image;
@@ -17,4 +17,4 @@ struct Image : sim::Image {
   bool sixteenBits = false;  ///< The file had more than these pixels hold.
 };
 
-}  // namespace velhost
+}  // namespace imaging

@@ -1,11 +1,11 @@
-#include "cli/check/groups.h"
+#include "check/groups.h"
 
 #include <nlohmann/json.hpp>
 
-#include "cli/check/isolation.h"
-#include "cli/imaging/user_error.h"
+#include "check/isolation.h"
+#include "check/refused.h"
 
-namespace velhost {
+namespace check {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MethodNote, label, obstacle, hasParameters)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TrialReport, findings, skipped, outcome, pictureBefore,
@@ -120,11 +120,11 @@ TrialReport Learn(LoadedPlugin& loaded, const Trial& trial, double seconds) {
   const Ending ending =
       RunIsolated([&] { return Dumped(RunTrial(loaded, trial, nullptr)); }, seconds);
   if (ending.kind == Ending::kReturned) return nlohmann::json::parse(ending.text);
-  throw UserError("the undisturbed case does not come to its end: --case '" + trial.Name() + "'");
+  throw Refused("the undisturbed case does not come to its end: --case '" + trial.Name() + "'");
 }
 
 std::string Packed(const GroupResult& result) { return Dumped(result); }
 
 GroupResult Unpacked(const std::string& text) { return nlohmann::json::parse(text); }
 
-}  // namespace velhost
+}  // namespace check

@@ -1,4 +1,4 @@
-#include "cli/imaging/image_file.h"
+#include "imaging/image_file.h"
 
 #include <strings.h>
 
@@ -15,8 +15,8 @@
 #include <string_view>
 #include <utility>
 
-#include "cli/imaging/output_file.h"
-#include "cli/imaging/user_error.h"
+#include "imaging/file_error.h"
+#include "imaging/output_file.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ struct CodecMemory {
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb/stb_image_write.h>
 
-namespace velhost {
+namespace imaging {
 namespace {
 
 constexpr std::string_view kPngStart("\x89PNG\r\n\x1a\n", 8);
@@ -130,7 +130,7 @@ bool IsWhole(const std::string& path, std::string_view bytes) {
   if (bytes.starts_with(kPngStart)) return PngIsWhole(bytes);
   if (bytes.starts_with(kJpegStart)) return JpegIsWhole(bytes);
   if (bytes.starts_with(kBmpStart)) return BmpIsWhole(bytes);
-  throw UserError(path + " is no picture: give a PNG, JPEG or BMP file");
+  throw FileError(path + " is no picture: give a PNG, JPEG or BMP file");
 }
 
 enum class Format { kPng, kJpeg, kBmp };
@@ -146,7 +146,7 @@ Format FormatOf(const std::string& path, const std::string& asked) {
   for (auto [known, format] : kEndings) {
     if (strcasecmp(ending.c_str(), known) == 0) return format;
   }
-  throw UserError("the output " + path + " has an unknown ending: use .png, .jpg or .bmp");
+  throw FileError("the output " + path + " has an unknown ending: use .png, .jpg or .bmp");
 }
 
 void Append(void* context, void* data, int size) {
@@ -186,17 +186,17 @@ std::string Encode(Image image, Format format) {
 std::string ReadImageFile(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
-    throw UserError(path + " is a folder: give a PNG, JPEG or BMP file");
+    throw FileError(path + " is a folder: give a PNG, JPEG or BMP file");
   }
   std::ifstream file;
   std::istream& input = path == "-" ? std::cin : file;
   if (path != "-") file.open(path, std::ios::binary);
   if (!input) {
-    throw UserError(path + ": " + std::strerror(errno) + ": give a PNG, JPEG or BMP file");
+    throw FileError(path + ": " + std::strerror(errno) + ": give a PNG, JPEG or BMP file");
   }
   std::string bytes(std::istreambuf_iterator<char>(input), {});
-  if (input.bad()) throw UserError(path + " cannot be read to its end: " + std::strerror(errno));
-  if (!IsWhole(path, bytes)) throw UserError(path + " is cut off or damaged: give a whole picture");
+  if (input.bad()) throw FileError(path + " cannot be read to its end: " + std::strerror(errno));
+  if (!IsWhole(path, bytes)) throw FileError(path + " is cut off or damaged: give a whole picture");
   return bytes;
 }
 
@@ -208,7 +208,7 @@ Image DecodeImage(const std::string& path, const std::string& bytes) {
   const stbi_uc* from = stbi_load_from_memory(file, size, &width, &height, &channels, 4);
   if (from == nullptr) {
     const std::string reason = stbi_failure_reason();
-    throw UserError(path + (reason == "too large" || reason == "outofmem"
+    throw FileError(path + (reason == "too large" || reason == "outofmem"
                                 ? " is too large to decode in 32 bits: give 16384 x 16384 at most"
                                 : " cannot be decoded (" + reason + "): give a whole picture"));
   }
@@ -226,8 +226,8 @@ void CheckImageName(const std::string& path, const std::string& format) { Format
 
 void WriteImage(const std::string& path, Image image, const std::string& format) {
   const std::string bytes = Encode(std::move(image), FormatOf(path, format));
-  if (bytes.empty()) throw UserError(path + " cannot be written: the picture cannot be encoded");
+  if (bytes.empty()) throw FileError(path + " cannot be written: the picture cannot be encoded");
   ReplaceFile(path, bytes);
 }
 
-}  // namespace velhost
+}  // namespace imaging

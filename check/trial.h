@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "cli/check/case_name.h"
+#include "check/case_name.h"
 #include "simulator/plugin.h"
 
-namespace velhost {
+namespace check {
 
 /// The plugin's file and those of the plugins that it is linked with, loaded but not started.
 struct LoadedPlugin {
@@ -48,4 +48,4 @@ struct TrialReport {
 TrialReport RunTrial(LoadedPlugin& loaded, const Trial& trial, const TrialReport* usual,
                      std::FILE* echo = nullptr);
 
-}  // namespace velhost
+}  // namespace check

@@ -1,4 +1,4 @@
-#include "cli/check/workers.h"
+#include "check/workers.h"
 
 #include <poll.h>
 #include <sys/mman.h>
@@ -15,7 +15,7 @@
 #include <optional>
 #include <stdexcept>
 
-namespace velhost {
+namespace check {
 namespace {
 
 /// What goes before a result in its worker's pipe.
@@ -134,4 +134,4 @@ std::vector<std::string> RunShared(size_t count, int processes,
   return results;
 }
 
-}  // namespace velhost
+}  // namespace check

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "cli/imaging/image.h"
+#include "imaging/image.h"
 
-namespace velhost {
+namespace imaging {
 
 void FillRectangle(Image& target, int x, int y, int width, int height, sim::Rgba color);
 
@@ -26,4 +26,4 @@ int TextWidth(int scale, const std::string& text);
 /// `image` without its alpha channel, as it looks on white.
 Image Flattened(const Image& image);
 
-}  // namespace velhost
+}  // namespace imaging

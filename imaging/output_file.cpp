@@ -1,4 +1,4 @@
-#include "cli/imaging/output_file.h"
+#include "imaging/output_file.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,9 +9,9 @@
 #include <cstring>
 #include <filesystem>
 
-#include "cli/imaging/user_error.h"
+#include "imaging/file_error.h"
 
-namespace velhost {
+namespace imaging {
 namespace {
 
 namespace fs = std::filesystem;
@@ -83,14 +83,14 @@ void CheckOutputPath(const std::string& path, bool replace) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::exists(status) && !fs::is_regular_file(status)) {
-    throw UserError("the output " + path + " is no file: give the name of a picture file");
+    throw FileError("the output " + path + " is no file: give the name of a picture file");
   }
   if (fs::exists(status) && !replace) {
-    throw UserError(path + " is there already: give another name, or --force");
+    throw FileError(path + " is there already: give another name, or --force");
   }
   const fs::path folder = fs::path(path).parent_path();
   if (!folder.empty() && !fs::is_directory(folder, error)) {
-    throw UserError("the output folder " + folder.string() + " is missing: make it first");
+    throw FileError("the output folder " + folder.string() + " is missing: make it first");
   }
 }
 
@@ -107,7 +107,7 @@ void ReplaceFile(const std::string& path, std::string_view bytes) {
     const std::string target = LinkTarget(path);
     done = TemporaryFile(target).WriteAndMoveTo(target, bytes);
   }
-  if (!done) throw UserError(path + " cannot be written: " + std::strerror(errno));
+  if (!done) throw FileError(path + " cannot be written: " + std::strerror(errno));
 }
 
-}  // namespace velhost
+}  // namespace imaging

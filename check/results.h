@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace velhost {
+namespace check {
 
 enum class Verdict { kPassed, kFailed, kCrashed, kTimedOut, kSkipped };
 
@@ -26,4 +26,4 @@ std::string ResultsAsJson(const std::string& plugin, const std::vector<CaseResul
 /// True when nothing failed, crashed or took too long.
 bool AllWell(const std::vector<CaseResult>& results);
 
-}  // namespace velhost
+}  // namespace check

@@ -5,22 +5,22 @@
 
 #include <string>
 
-#include "cli/imaging/image.h"
+#include "imaging/image.h"
 
-namespace velhost {
+namespace imaging {
 
-/// The bytes of a picture file, or of standard input for "-". Throws UserError when there is none,
+/// The bytes of a picture file, or of standard input for "-". Throws FileError when there is none,
 /// or when it is not whole; what follows the picture in the file is nobody's business.
 std::string ReadImageFile(const std::string& path);
 
-/// The picture of a file read so. Throws UserError, which names `path`, when it cannot be decoded.
+/// The picture of a file read so. Throws FileError, which names `path`, when it cannot be decoded.
 Image DecodeImage(const std::string& path, const std::string& bytes);
 
-/// Throws UserError unless WriteImage can write `format` (or what the name asks for, if empty).
+/// Throws FileError unless WriteImage can write `format` (or what the name asks for, if empty).
 void CheckImageName(const std::string& path, const std::string& format = "");
 
 /// Writes `image` as `format`, or as the name asks for; alpha goes into PNG only. The file appears,
-/// or replaces an older one, complete or not at all; throws UserError in the latter case.
+/// or replaces an older one, complete or not at all; throws FileError in the latter case.
 void WriteImage(const std::string& path, Image image, const std::string& format = "");
 
-}  // namespace velhost
+}  // namespace imaging

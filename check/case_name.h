@@ -8,7 +8,7 @@
 
 #include "simulator/picture_setup.h"
 
-namespace velhost {
+namespace check {
 
 enum class FaultKind { kNone, kCall, kFromCall, kException, kWithout };
 enum class ArgumentSet { kUsual, kZero, kNegative };
@@ -39,8 +39,8 @@ struct Trial {
 
   /// "HMirrorVel/cairo/2011.5/call 3"
   std::string Name() const;
-  /// Throws UserError when there can be no such case.
+  /// Throws Refused when there can be no such case.
   static Trial Parse(const std::string& name);
 };
 
-}  // namespace velhost
+}  // namespace check

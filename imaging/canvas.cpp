@@ -1,4 +1,4 @@
-#include "cli/imaging/canvas.h"
+#include "imaging/canvas.h"
 
 #include <stb/stb_easy_font.h>
 
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <vector>
 
-namespace velhost {
+namespace imaging {
 namespace {
 
 // A corner of one of the font's rectangles, as the font's code writes it.
@@ -79,4 +79,4 @@ Image Flattened(const Image& image) {
   return flat;
 }
 
-}  // namespace velhost
+}  // namespace imaging

@@ -1,4 +1,4 @@
-#include "cli/check/isolation.h"
+#include "check/isolation.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -15,7 +15,7 @@
 
 #include "simulator/host.h"
 
-namespace velhost {
+namespace check {
 namespace {
 
 constexpr size_t kMostText = size_t{1} << 20;
@@ -177,4 +177,4 @@ void ExplainCrashes() {
   for (const int number : kCrashSignals) sigaction(number, &action, nullptr);
 }
 
-}  // namespace velhost
+}  // namespace check
