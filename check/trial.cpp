@@ -132,6 +132,7 @@ class Fixture {
     Learn();
     host_.faults.Clear();
     CheckBalance(kStartUp);
+    for (const sim::UnreadableRow& row : loaded_.plugin.unreadable()) Find(row.Text());
     const auto& methods = loaded_.plugin.methods();
     for (const sim::Method& method : methods) {
       report_.methods.push_back(

@@ -105,6 +105,10 @@ MethodRunner::MethodRunner(const Options& options)
       host_(SettingsFor(options)),
       plugin_(PluginPath(options)) {
   plugin_.Start(host_);
+  const auto& unreadable = plugin_.unreadable();
+  if (plugin_.methods().empty() && !unreadable.empty()) {
+    throw sim::PluginError(unreadable.front().Text());
+  }
   if (!options.kernels.empty()) SelectKernels(plugin_, options.kernels);
   if (log_) std::fputs(host_.log.Text().c_str(), stdout);
 }

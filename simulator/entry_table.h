@@ -51,17 +51,26 @@ struct EntryName {
   char text[kSize];
 };
 
-/// Sets the entry that messages name, for the time of a call.
+/// Sets what messages name, for the time of a call: the entry, and where in the plugin it was
+/// called (which the host's own calls of its entries leave as it is).
 class CallScope {
  public:
-  CallScope(Host& host, const char* name) : host_(host), outer_(host.entry) { host.entry = name; }
+  CallScope(Host& host, const char* name, const void* site)
+      : host_(host), outer_(host.entry), outerSite_(host.site) {
+    host.entry = name;
+    if (host.site == nullptr) host.site = site;
+  }
   CallScope(const CallScope&) = delete;
   CallScope& operator=(const CallScope&) = delete;
-  ~CallScope() { host_.entry = outer_; }
+  ~CallScope() {
+    host_.entry = outer_;
+    host_.site = outerSite_;
+  }
 
  private:
   Host& host_;
   const char* outer_;
+  const void* outerSite_;
 };
 
 /// An argument: Raw as it travels, Get as the entry wants it, Text as the log shows it.
@@ -144,18 +153,18 @@ struct Outgoing<Taken> {
 template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>
 typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   Host& host = Host::Current();
-  const CallScope scope(host, kName.text);
+  const CallScope scope(host, kName.text, __builtin_return_address(0));
   if (host.Missing(kName.text)) host.Misuse("called on a host that lacks it");
   constexpr bool kFallible = !std::is_void_v<typename Outgoing<R>::Raw>;
   bool fails = false;
-  if constexpr (kFallible) fails = host.faults.Fails(kName.text);
+  if constexpr (kFallible) fails = host.faults.Fails(kName.text, host.site);
   if (host.log.enabled) {
     std::string text;
     ((text += text.empty() ? "" : ", ", text += Incoming<Args>::Text(host, raw)), ...);
     host.log.Add({LogLine::kCall, kName.text, std::move(text), fails});
   }
   const std::tuple<Args...> arguments(Incoming<Args>::Get(host, raw)...);
-  const bool throws = host.faults.Throws();
+  const bool throws = host.faults.Throws(kName.text, host.site);
   const auto run = [&](auto function) {
     return std::apply([&](Args... each) { return function(host, each...); }, arguments);
   };

@@ -127,6 +127,11 @@ Handle* Host::Find(const void* address) const {
   return found->second;
 }
 
+Handle* Host::Known(const void* address) const {
+  const auto found = byAddress_.find(address);
+  return found == byAddress_.end() || !found->second->live() ? nullptr : found->second;
+}
+
 std::string Host::Describe(const void* address) const {
   if (address == nullptr) return "null";
   const auto found = byAddress_.find(address);

@@ -146,7 +146,8 @@ class Host {
   void CheckGuards(const Handle& handle) const;
   /// Keeps account of a call about these pages; stops the process unless they are a live picture's
   /// or those of the plugin's own memory. False when the call shall fail.
-  bool AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice);
+  bool AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
+                     const void* callSite);
   /// Exceptions that the plugin raised, in order. Raising one hands its reference to the host.
   std::vector<Ref<Object>> raised;
 
@@ -154,6 +155,13 @@ class Host {
   std::vector<const REALclassDefinition*> extensions;
   /// What it registered besides: nothing that is tried here. "the class Robot", "a module".
   std::vector<std::string> registered;
+  /// The methods of these and the shared ones of the extensions.
+  struct MethodList {
+    std::string owner;  ///< "class Robot", "a module", "Picture (shared)"
+    const REALmethodDefinition* rows;
+    int count;
+  };
+  std::vector<MethodList> otherMethods;
   /// What that plugin declared with "RegisterPluginVersion"; 0 before.
   int pluginVersion = 0;
   /// The version that the plugin was told; what it never asked for is 0.
@@ -167,6 +175,8 @@ class Host {
   /// The live handle at `address` as a T (null for null); anything else is misuse.
   template <class T>
   T* Live(const void* address) const;
+  /// The live handle at `address`; null for anything else.
+  Handle* Known(const void* address) const;
   /// Name of a handle, "null", or the bare address, for the log.
   std::string Describe(const void* address) const;
   /// Makes the host own a new handle, which starts with one reference for the caller.
@@ -195,6 +205,8 @@ class Host {
 
   /// The entry being called, for messages.
   const char* entry = "(outside a call)";
+  /// Where in the plugin it was called; null outside a call.
+  const void* site = nullptr;
 
  private:
   template <class T>

@@ -31,22 +31,22 @@ void Forget(void* address) {
   if (Host::Exists()) Host::Current().ledger.pluginAllocations.erase(address);
 }
 
-bool AllocationFails(const char* name) {
-  return Host::Exists() && Host::Current().faults.Fails(name);
+bool AllocationFails(const char* name, const void* site) {
+  return Host::Exists() && Host::Current().faults.Fails(name, site);
 }
 
 void* HookedMalloc(size_t size) {
-  if (AllocationFails("malloc")) return nullptr;
+  if (AllocationFails("malloc", __builtin_return_address(0))) return nullptr;
   return Track(std::malloc(size), size, __builtin_return_address(0));
 }
 
 void* HookedCalloc(size_t count, size_t size) {
-  if (AllocationFails("calloc")) return nullptr;
+  if (AllocationFails("calloc", __builtin_return_address(0))) return nullptr;
   return Track(std::calloc(count, size), count * size, __builtin_return_address(0));
 }
 
 void* HookedRealloc(void* address, size_t size) {
-  if (AllocationFails("realloc")) return nullptr;
+  if (AllocationFails("realloc", __builtin_return_address(0))) return nullptr;
   if (!Host::Exists()) return std::realloc(address, size);
   auto& allocations = Host::Current().ledger.pluginAllocations;
   auto former = allocations.extract(address);
@@ -56,13 +56,13 @@ void* HookedRealloc(void* address, size_t size) {
 }
 
 char* HookedStrdup(const char* text) {
-  if (AllocationFails("strdup")) return nullptr;
+  if (AllocationFails("strdup", __builtin_return_address(0))) return nullptr;
   return static_cast<char*>(
       Track(strdup(text), std::strlen(text) + 1, __builtin_return_address(0)));
 }
 
 void* HookedNew(size_t size) {
-  if (AllocationFails("new")) throw std::bad_alloc();
+  if (AllocationFails("new", __builtin_return_address(0))) throw std::bad_alloc();
   return Track(operator new(size), size, __builtin_return_address(0));
 }
 
@@ -85,8 +85,8 @@ void HookedSizedDelete(void* address, size_t) { HookedDelete(address); }
 constexpr size_t kPageBytes = 4096;
 
 template <class Call>
-int Ask(const char* name, void* begin, size_t byteCount, int advice, Call call) {
-  if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice)) {
+int Ask(const char* name, void* begin, size_t byteCount, int advice, const void* site, Call call) {
+  if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice, site)) {
     return call();
   }
   errno = EPERM;
@@ -94,12 +94,12 @@ int Ask(const char* name, void* begin, size_t byteCount, int advice, Call call) 
 }
 
 int HookedMadvise(void* begin, size_t byteCount, int advice) {
-  return Ask("madvise", begin, byteCount, advice,
+  return Ask("madvise", begin, byteCount, advice, __builtin_return_address(0),
              [&] { return madvise(begin, byteCount, advice); });
 }
 
 int HookedMincore(void* begin, size_t byteCount, unsigned char* states) {
-  return Ask("mincore", begin, byteCount, PageCall::kAsk, [&] {
+  return Ask("mincore", begin, byteCount, PageCall::kAsk, __builtin_return_address(0), [&] {
     const int result = mincore(begin, byteCount, states);
     if (result == 0 && Host::Exists() && Host::Current().settings.pagesMissing) {
       std::memset(states, 0, (byteCount + kPageBytes - 1) / kPageBytes);

@@ -8,7 +8,7 @@
 #include <set>
 #include <unordered_map>
 
-#include "simulator/host.h"
+#include "simulator/entry_table.h"
 
 namespace sim {
 
@@ -52,7 +52,9 @@ std::string Host::HostImbalance() const {
   return text;
 }
 
-bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice) {
+bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
+                         const void* callSite) {
+  const CallScope scope(*this, name, callSite);
   const auto first = reinterpret_cast<uintptr_t>(begin);
   const auto allocated = [&](const auto& block) {
     const auto address = reinterpret_cast<uintptr_t>(block.first);
@@ -65,10 +67,10 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   };
   if (std::ranges::none_of(ledger.pluginAllocations, allocated) &&
       std::ranges::none_of(handles_, covered)) {
-    Misuse(std::string(name) + " names pages that hold no pixels");
+    Misuse("names pages that hold no pixels");
   }
   ledger.pageCalls.push_back({advice, byteCount});
-  return !faults.Fails(name);
+  return !faults.Fails(name, site);
 }
 
 std::string Host::HeldByPlugin() const {

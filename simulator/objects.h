@@ -28,7 +28,9 @@ class Handle {
   /// "picture", "string", …
   virtual const char* KindName() const = 0;
   /// "picture#3"
-  std::string Name() const { return std::string(KindName()) + "#" + std::to_string(serial_); }
+  std::string Name() const {
+    return title.empty() ? std::string(KindName()) + "#" + std::to_string(serial_) : title;
+  }
   bool live() const { return live_; }
   /// References that anybody holds.
   int references() const { return references_; }
@@ -44,6 +46,10 @@ class Handle {
   uint32_t word1_ = 0;
   uint32_t word2_ = 0;
   int32_t word3_ = 0;
+
+ public:
+  /// What messages and the log call it instead of its kind and number, when set: "the receiver".
+  std::string title;
 
  private:
   friend class Host;

@@ -106,8 +106,9 @@ std::string Result::Describe() const {
     case Type::kSingle:
       std::snprintf(text, sizeof text, "%.17g", number);
       return text;
-    case Type::kNone:
     case Type::kOther:
+      return other ? other->KindName() : "nothing known";
+    case Type::kNone:
       return "nothing";
     default:
       return std::to_string(integer);
@@ -146,28 +147,39 @@ uint64_t Plugin::Run(RawCall call, const char* name, void* function, bool return
   const uint64_t raw = call.Run(function, habits, returnsNumber, broken);
   if (broken.empty()) return raw;
   Host& host = Host::Current();
-  const CallScope scope(host, name);
+  const CallScope scope(host, name, nullptr);
   host.Misuse("did not leave its caller's as it was: " + broken);
 }
 
 void Plugin::Start(Host& host) {
   host.pluginVersion = 0;
   host.extensions.clear();
+  host.otherMethods.clear();
   RawCall call;
   call.Push(reinterpret_cast<const void*>(Host::Resolve));
   Run(call, "REALPluginMain", EntryPointOf(library_), false);
   methods_.clear();
+  others_.clear();
+  unreadable_.clear();
   for (const REALclassDefinition* extension : host.extensions) {
-    for (int i = 0; i < extension->methodCount; ++i) {
-      const REALmethodDefinition& row = extension->methods[i];
-      std::string why;
-      auto method = ParseDeclaration(row.declaration, &why);
-      if (!method) throw PluginError("\"" + std::string(row.declaration) + "\": " + why);
-      method->owner = extension->name;
-      method->function = row.function;
-      method->flags = row.flags;
-      methods_.push_back(std::move(*method));
+    Read({extension->name, extension->methods, extension->methodCount}, methods_);
+  }
+  for (const Host::MethodList& list : host.otherMethods) Read(list, others_);
+}
+
+void Plugin::Read(const Host::MethodList& list, std::vector<Method>& into) {
+  for (int i = 0; i < list.count; ++i) {
+    const REALmethodDefinition& row = list.rows[i];
+    std::string why;
+    auto method = ParseDeclaration(row.declaration, &why);
+    if (!method) {
+      unreadable_.push_back({list.owner, row.declaration, why});
+      continue;
     }
+    method->owner = list.owner;
+    method->function = row.function;
+    method->flags = row.flags;
+    into.push_back(std::move(*method));
   }
 }
 
@@ -193,6 +205,7 @@ const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>&
   for (const Method& method : methods_) {
     forms += (&method == methods_.data() ? "" : ", ") + method.name;
   }
+  for (const UnreadableRow& row : unreadable_) forms += "; unreadable: " + row.Text();
   throw PluginError("there is no method " + std::string(name) + forms);
 }
 
@@ -214,7 +227,7 @@ Result Plugin::Call(const Method& method, Picture* picture,
   Result result;
   result.type = method.result;
   Host& host = Host::Current();
-  const CallScope scope(host, method.name.c_str());
+  const CallScope scope(host, method.name.c_str(), nullptr);
   switch (method.result) {
     case Type::kPicture:
       result.picture = Ref<Picture>::Adopt(LiveResult<Picture>(host, raw));
@@ -239,8 +252,11 @@ Result Plugin::Call(const Method& method, Picture* picture,
     case Type::kSingle:
       result.number = std::bit_cast<double>(raw);
       break;
-    case Type::kNone:
     case Type::kOther:
+      result.other = Ref<Handle>::Adopt(
+          host.Known(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw))));
+      break;
+    case Type::kNone:
       break;
   }
   return result;

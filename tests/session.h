@@ -55,6 +55,7 @@ inline const char* PluginPath() {
 struct Session {
   explicit Session(sim::Settings settings = {}) : host(std::move(settings)), plugin(PluginPath()) {
     plugin.Start(host);
+    for (const auto& row : plugin.unreadable()) throw std::runtime_error(row.Text());
   }
   /// Calls an exported function.
   template <class Signature, class... Args>
