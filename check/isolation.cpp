@@ -83,8 +83,8 @@ void OnCrash(int number, siginfo_t*, void* context) {
   raise(number);
 }
 
-void OnMisuse(const std::string& line) {
-  Keep(shared->details, sizeof shared->details, line + LastOfLog());
+void OnMisuse(const sim::MisuseReport& report) {
+  Keep(shared->details, sizeof shared->details, report.text + LastOfLog());
   _exit(kMisuseStatus);
 }
 

@@ -55,22 +55,30 @@ struct EntryName {
 /// called (which the host's own calls of its entries leave as it is).
 class CallScope {
  public:
-  CallScope(Host& host, const char* name, const void* site)
-      : host_(host), outer_(host.entry), outerSite_(host.site) {
-    host.entry = name;
-    if (host.site == nullptr) host.site = site;
+  CallScope(Host& host, const char* name, const void* site) : now_(host.now), outer_(host.now) {
+    now_.entry = name;
+    if (now_.site == nullptr) now_.site = site;
   }
   CallScope(const CallScope&) = delete;
   CallScope& operator=(const CallScope&) = delete;
-  ~CallScope() {
-    host_.entry = outer_;
-    host_.site = outerSite_;
-  }
+  ~CallScope() { now_ = outer_; }
 
  private:
-  Host& host_;
-  const char* outer_;
-  const void* outerSite_;
+  Whereabouts& now_;
+  const Whereabouts outer_;
+};
+
+/// The same for the time of a function of the plugin.
+class RunScope {
+ public:
+  RunScope(Host& host, const char* name) : now_(host.now), outer_(host.now) { now_ = {name}; }
+  RunScope(const RunScope&) = delete;
+  RunScope& operator=(const RunScope&) = delete;
+  ~RunScope() { now_ = outer_; }
+
+ private:
+  Whereabouts& now_;
+  const Whereabouts outer_;
 };
 
 /// An argument: Raw as it travels, Get as the entry wants it, Text as the log shows it.
@@ -127,16 +135,22 @@ template <class R>
 struct Outgoing {
   using Raw = R;
   static Raw Put(R value) { return value; }
+  static std::string Text(const Host& host, R value) { return Incoming<R>::Text(host, value); }
 };
 template <std::derived_from<Handle> T>
 struct Outgoing<T*> {
   using Raw = const void*;
   static Raw Put(T* value) { return value; }
+  static std::string Text(const Host& host, T* value) { return host.Describe(value); }
 };
 template <std::unsigned_integral T>
 requires(sizeof(T) < 4) struct Outgoing<T> {
   using Raw = uint32_t;
   static Raw Put(T value) { return (0xABCDEF98U & ~((1U << (8 * sizeof(T))) - 1)) | value; }
+  static std::string Text(const Host&, T value) {
+    if constexpr (std::is_same_v<T, bool>) return value ? "true" : "false";
+    return std::to_string(value);
+  }
 };
 template <>
 struct Outgoing<void> {
@@ -150,6 +164,11 @@ struct Outgoing<Taken> {
   using Raw = void;
 };
 
+[[noreturn]] inline void Throw(Host& host, size_t line) {
+  host.log.Return(line, "an exception");
+  throw HostException{host.faults.calls()};
+}
+
 template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>
 typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   Host& host = Host::Current();
@@ -157,26 +176,31 @@ typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   if (host.Missing(kName.text)) host.Misuse("called on a host that lacks it");
   constexpr bool kFallible = !std::is_void_v<typename Outgoing<R>::Raw>;
   bool fails = false;
-  if constexpr (kFallible) fails = host.faults.Fails(kName.text, host.site);
+  if constexpr (kFallible) fails = host.faults.Fails(kName.text, host.now.site);
   if (host.log.enabled) {
     std::string text;
     ((text += text.empty() ? "" : ", ", text += Incoming<Args>::Text(host, raw)), ...);
     host.log.Add({LogLine::kCall, kName.text, std::move(text), fails});
   }
+  const size_t line = host.log.lines.size() - 1;
   const std::tuple<Args...> arguments(Incoming<Args>::Get(host, raw)...);
-  const bool throws = host.faults.Throws(kName.text, host.site);
+  const bool throws = host.faults.Throws(kName.text, host.now.site);
   const auto run = [&](auto function) {
     return std::apply([&](Args... each) { return function(host, each...); }, arguments);
   };
   if constexpr (std::is_void_v<R>) {
     run(kFunction);
-    if (throws) throw HostException{host.faults.calls()};
+    if (throws) Throw(host, line);
   } else if constexpr (!kFallible) {
-    if (throws) throw HostException{host.faults.calls()};
+    if (throws) Throw(host, line);
     run(kFunction);
   } else {
-    if (throws) throw HostException{host.faults.calls()};
-    if (!fails) return Outgoing<R>::Put(run(kFunction));
+    if (throws) Throw(host, line);
+    if (!fails) {
+      const R result = run(kFunction);
+      if (host.log.enabled) host.log.Return(line, Outgoing<R>::Text(host, result));
+      return Outgoing<R>::Put(result);
+    }
     if constexpr (!std::is_null_pointer_v<decltype(kOnFailure)>) run(kOnFailure);
     return Outgoing<R>::Put(R());
   }

@@ -104,9 +104,11 @@ Recorder* Host::FindRecorder(std::string_view name) const {
 }
 
 void Host::Misuse(const std::string& text) const {
-  const std::string line = std::string(entry) + ": " + text;
-  if (onMisuse != nullptr) onMisuse(line);
-  std::fprintf(stderr, "simulated host: %s\n", line.c_str());
+  const std::string entry = now.entry == nullptr ? "" : std::string(now.entry) + ": ";
+  if (onMisuse != nullptr) onMisuse({entry + text, now.site});
+  const std::string method = now.method == nullptr ? "" : std::string(now.method) + ": ";
+  std::fprintf(stderr, "simulated host: %s%s\n", (entry.empty() ? method : entry).c_str(),
+               text.c_str());
   std::abort();
 }
 

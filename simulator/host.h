@@ -83,6 +83,23 @@ struct PageCall {
   static constexpr int kAsk = -1;
 };
 
+/// What runs, for messages.
+struct Whereabouts {
+  /// The plugin's function that the host called, by the name of its method, or "start-up"; null
+  /// between calls.
+  const char* method = nullptr;
+  /// The host's entry that it called, or the C library's; null outside one.
+  const char* entry = nullptr;
+  /// Where in the plugin that was called (or the function itself); null outside.
+  const void* site = nullptr;
+};
+
+/// What the plugin did wrong: "unlockPictureDescription: picture#1 is not locked", and where.
+struct MisuseReport {
+  std::string text;
+  const void* site;
+};
+
 /// What the ledger counts besides references.
 struct Ledger {
   int livePictures = 0;
@@ -168,10 +185,10 @@ class Host {
   double reportedVersion = 0.0;
 
   // For the host's own entries.
-  /// Prints "simulated host: <entry>: <text>" to standard error and aborts.
+  /// Prints "simulated host: <entry or method>: <text>" to standard error and aborts.
   [[noreturn]] void Misuse(const std::string& text) const;
-  /// Told before that, when set; need not return.
-  static inline void (*onMisuse)(const std::string& line) = nullptr;
+  /// Told before that, when set; need not return. The text names the entry, but not the method.
+  static inline void (*onMisuse)(const MisuseReport& report) = nullptr;
   /// The live handle at `address` as a T (null for null); anything else is misuse.
   template <class T>
   T* Live(const void* address) const;
@@ -203,10 +220,8 @@ class Host {
   char* Borrow(std::string_view bytes);
   void GiveBack(char* data);
 
-  /// The entry being called, for messages.
-  const char* entry = "(outside a call)";
-  /// Where in the plugin it was called; null outside a call.
-  const void* site = nullptr;
+  /// What runs now.
+  Whereabouts now;
 
  private:
   template <class T>

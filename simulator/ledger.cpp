@@ -11,6 +11,13 @@
 #include "simulator/entry_table.h"
 
 namespace sim {
+namespace {
+
+std::string Counted(int count, const char* what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+}  // namespace
 
 std::string Host::Imbalance() const { return HostImbalance() + HeldByPlugin(); }
 
@@ -31,23 +38,24 @@ std::string Host::HostImbalance() const {
     if (!handle->live() || isClass) continue;
     const int surplus = handle->references_ - expected[handle.get()];
     if (surplus != 0) {
-      report(handle->Name() + ": " + std::to_string(handle->references_) + " references, " +
+      report(handle->Name() + ": " + Counted(handle->references_, "reference") + ", " +
              std::to_string(expected[handle.get()]) + " expected");
     }
     if (!GuardsIntact(*handle)) report(handle->Name() + ": written outside its bounds");
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     if (picture == nullptr) continue;
     if (picture->descriptionLocks != 0) {
-      report(picture->Name() + ": description locked " + std::to_string(picture->descriptionLocks) +
-             " times");
+      const int locks = picture->descriptionLocks;
+      report(picture->Name() + ": description left locked" +
+             (locks == 1 ? "" : " " + std::to_string(locks) + " times"));
     }
     if (picture->owedUnlocks != 0) {
-      report(picture->Name() + ": " + std::to_string(picture->owedUnlocks) +
-             " unlocks missing after failed locks");
+      report(picture->Name() + ": " + Counted(picture->owedUnlocks, "unlock") +
+             " missing after failed locks");
     }
   }
   if (ledger.borrowedStrings != 0) {
-    report(std::to_string(ledger.borrowedStrings) + " borrowed string records not given back");
+    report(Counted(ledger.borrowedStrings, "borrowed string record") + " not given back");
   }
   return text;
 }
@@ -70,7 +78,7 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
     Misuse("names pages that hold no pixels");
   }
   ledger.pageCalls.push_back({advice, byteCount});
-  return !faults.Fails(name, site);
+  return !faults.Fails(name, now.site);
 }
 
 std::string Host::HeldByPlugin() const {

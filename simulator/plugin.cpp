@@ -88,7 +88,18 @@ void* EntryPointOf(void* library) {
 
 template <class T>
 T* LiveResult(const Host& host, uint64_t raw) {
-  return host.Live<T>(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw)));
+  const auto* const address = reinterpret_cast<const void*>(static_cast<uintptr_t>(raw));
+  if (address == nullptr) return nullptr;
+  Handle* const known = host.Known(address);
+  if (known == nullptr) {
+    const std::string name = host.Describe(address);
+    host.Misuse("returned " +
+                (name == "*" ? "no handle of this host" : name + " after its release"));
+  }
+  T* const handle = dynamic_cast<T*>(known);
+  if (handle == nullptr)
+    host.Misuse("returned " + known->Name() + ", of another type than declared");
+  return handle;
 }
 
 }  // namespace
@@ -143,11 +154,12 @@ std::vector<std::string> Plugin::Neighbours() const {
 }
 
 uint64_t Plugin::Run(RawCall call, const char* name, void* function, bool returnsNumber) const {
+  Host& host = Host::Current();
+  const RunScope scope(host, name);
   std::string broken;
   const uint64_t raw = call.Run(function, habits, returnsNumber, broken);
   if (broken.empty()) return raw;
-  Host& host = Host::Current();
-  const CallScope scope(host, name, nullptr);
+  host.now.site = function;
   host.Misuse("did not leave its caller's as it was: " + broken);
 }
 
@@ -157,7 +169,7 @@ void Plugin::Start(Host& host) {
   host.otherMethods.clear();
   RawCall call;
   call.Push(reinterpret_cast<const void*>(Host::Resolve));
-  Run(call, "REALPluginMain", EntryPointOf(library_), false);
+  Run(call, "start-up", EntryPointOf(library_), false);
   methods_.clear();
   others_.clear();
   unreadable_.clear();
@@ -227,7 +239,8 @@ Result Plugin::Call(const Method& method, Picture* picture,
   Result result;
   result.type = method.result;
   Host& host = Host::Current();
-  const CallScope scope(host, method.name.c_str(), nullptr);
+  const RunScope scope(host, method.name.c_str());
+  host.now.site = method.function;
   switch (method.result) {
     case Type::kPicture:
       result.picture = Ref<Picture>::Adopt(LiveResult<Picture>(host, raw));

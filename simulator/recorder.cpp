@@ -30,10 +30,10 @@ simRecordCall(uint32_t number, const uint32_t* words) {
   if (recorder == nullptr || host.Missing(name)) host.Misuse("called on a host that lacks it");
   std::array<uint32_t, 8> copy;
   for (size_t i = 0; i < copy.size(); ++i) copy[i] = words[i];
-  const bool fails = host.faults.Fails(name, host.site);
+  const bool fails = host.faults.Fails(name, host.now.site);
   host.log.Add({LogLine::kCall, name, "", fails});
   recorder->calls.push_back(copy);
-  if (host.faults.Throws(name, host.site)) throw HostException{host.faults.calls()};
+  if (host.faults.Throws(name, host.now.site)) throw HostException{host.faults.calls()};
   return fails ? 0 : recorder->result;
 }
 
