@@ -8,6 +8,7 @@
 #include <exception>
 
 #include "simulator/entry_table.h"
+#include "simulator/nearest.h"
 
 namespace sim {
 namespace {
@@ -115,6 +116,7 @@ void Host::Misuse(const std::string& text) const {
 // Handles.
 
 void Host::Register(std::unique_ptr<Handle> handle) {
+  handle->lockedAt_ = now.site;
   handle->serial_ = static_cast<uint32_t>(++serials_[handle->KindName()]);
   if (handle->ShowsReferences()) handle->word3_ = handle->references_;
   if (dynamic_cast<Picture*>(handle.get()) != nullptr) ++ledger.livePictures;
@@ -142,6 +144,7 @@ std::string Host::Describe(const void* address) const {
 
 void Host::Lock(Handle* handle) {
   ++handle->references_;
+  handle->lockedAt_ = now.site;
   if (handle->ShowsReferences()) handle->word3_ = handle->references_;
 }
 
@@ -202,6 +205,13 @@ const ClassRef* Host::FindClass(std::string_view name) const {
 const ClassRef& Host::OwnClass(std::string_view name) {
   const auto found = classes_.find(name);
   return found != classes_.end() ? *found->second : *AddClass({.name = std::string(name)});
+}
+
+std::string Host::NearestClass(std::string_view name) const {
+  const auto nearest =
+      Nearest(name, classes_, [](const auto& each) -> std::string_view { return each.first; });
+  constexpr size_t kNear = 3;
+  return nearest != classes_.end() && Distance(name, nearest->first) <= kNear ? nearest->first : "";
 }
 
 bool Host::IsA(const ClassRef& derived, const ClassRef& base) const {

@@ -115,6 +115,18 @@ struct Ledger {
   std::vector<PageCall> pageCalls;
 };
 
+/// One thing that is out of balance.
+struct Discrepancy {
+  enum Aspect { kReferences, kBounds, kLock, kBorrowed };
+  Aspect aspect;
+  /// "picture#1: 2 references, 1 expected"
+  std::string text;
+  /// References beyond those that are accounted for, negative where they are too few.
+  int count = 0;
+  /// Where the plugin took what it did not give back; null when that is not known.
+  const void* site = nullptr;
+};
+
 class Host {
  public:
   explicit Host(Settings hostSettings = {});
@@ -151,13 +163,14 @@ class Host {
   Recorder& Record(std::string name, uint64_t result = 0);
 
   // The ledger.
-  /// Everything that is out of balance, a line each; empty when nothing is: references beyond those
-  /// held by tests and by other objects, locked descriptions, unlocks still owed, borrowed string
-  /// data, allocations of the plugin, damaged guards.
+  /// What of the host's is out of balance: references beyond those held by tests and by other
+  /// objects, locked descriptions, unlocks still owed, borrowed string data, damaged guards.
+  std::vector<Discrepancy> Account() const;
+  /// All of that and the plugin's own allocations, a line each; empty when nothing is.
   std::string Imbalance() const;
-  /// The part of it that is the host's, and the part that is the plugin's own memory.
-  std::string HostImbalance() const;
-  std::string HeldByPlugin() const;
+  /// Those whose pixels changed under a lock with no clearing of the cache after its end, by name
+  /// and each once (settings.watchesCaches).
+  std::vector<std::string> TakeStaleCaches();
   /// Checks the guards of all live pictures and memory blocks; stops the process on damage.
   void CheckGuards() const;
   void CheckGuards(const Handle& handle) const;
@@ -206,6 +219,8 @@ class Host {
   void Lock(Handle* handle);
   void Unlock(Handle* handle);
   const ClassRef* FindClass(std::string_view name) const;
+  /// The class that somebody who misspelt it may have meant; empty when none is near.
+  std::string NearestClass(std::string_view name) const;
   bool IsA(const ClassRef& derived, const ClassRef& base) const;
   /// Null when memory is short, or the storage is not installed.
   Picture* NewPicture(int width, int height, bool alpha);

@@ -19,9 +19,7 @@ std::string Counted(int count, const char* what) {
 
 }  // namespace
 
-std::string Host::Imbalance() const { return HostImbalance() + HeldByPlugin(); }
-
-std::string Host::HostImbalance() const {
+std::vector<Discrepancy> Host::Account() const {
   std::unordered_map<const Handle*, int> expected;
   for (const auto& handle : handles_) {
     if (!handle->live()) continue;
@@ -31,33 +29,63 @@ std::string Host::HostImbalance() const {
     });
   }
 
-  std::string text;
-  const auto report = [&text](const std::string& line) { text += line + "\n"; };
+  std::vector<Discrepancy> all;
   for (const auto& handle : handles_) {
     const bool isClass = dynamic_cast<const ClassRef*>(handle.get()) != nullptr;
     if (!handle->live() || isClass) continue;
+    const std::string name = handle->Name();
     const int surplus = handle->references_ - expected[handle.get()];
     if (surplus != 0) {
-      report(handle->Name() + ": " + Counted(handle->references_, "reference") + ", " +
-             std::to_string(expected[handle.get()]) + " expected");
+      all.push_back({Discrepancy::kReferences,
+                     name + ": " + Counted(handle->references_, "reference") + ", " +
+                         std::to_string(expected[handle.get()]) + " expected",
+                     surplus, handle->lockedAt_});
     }
-    if (!GuardsIntact(*handle)) report(handle->Name() + ": written outside its bounds");
+    if (!GuardsIntact(*handle)) {
+      all.push_back({Discrepancy::kBounds, name + ": written outside its bounds"});
+    }
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     if (picture == nullptr) continue;
     if (picture->descriptionLocks != 0) {
-      const int locks = picture->descriptionLocks;
-      report(picture->Name() + ": description left locked" +
-             (locks == 1 ? "" : " " + std::to_string(locks) + " times"));
+      all.push_back({Discrepancy::kLock,
+                     name + ": description left locked" +
+                         (picture->descriptionLocks == 1 ? "" : ", more than once"),
+                     picture->descriptionLocks, picture->descriptionLockedAt});
     }
     if (picture->owedUnlocks != 0) {
-      report(picture->Name() + ": " + Counted(picture->owedUnlocks, "unlock") +
-             " missing after failed locks");
+      all.push_back({Discrepancy::kLock,
+                     name + ": no unlock after a failed lock, which this host wants",
+                     picture->owedUnlocks, picture->descriptionLockedAt});
     }
   }
   if (ledger.borrowedStrings != 0) {
-    report(Counted(ledger.borrowedStrings, "borrowed string record") + " not given back");
+    all.push_back({Discrepancy::kBorrowed,
+                   Counted(ledger.borrowedStrings, "borrowed string record") + " not given back",
+                   ledger.borrowedStrings});
   }
-  return text;
+  return all;
+}
+
+std::string Host::Imbalance() const {
+  std::string text;
+  for (const Discrepancy& each : Account()) text += each.text + "\n";
+  std::multiset<std::string> lines;  // in an order of their own: addresses differ from run to run
+  for (const auto& [address, allocation] : ledger.pluginAllocations) {
+    lines.insert("the plugin holds an allocation of " + std::to_string(allocation.size) +
+                 " bytes, made at " + PlaceInLibrary(allocation.site) + "\n");
+  }
+  return std::accumulate(lines.begin(), lines.end(), text);
+}
+
+std::vector<std::string> Host::TakeStaleCaches() {
+  std::vector<std::string> names;
+  for (const auto& handle : handles_) {
+    auto* const picture = dynamic_cast<Picture*>(handle.get());
+    if (picture == nullptr || !picture->live() || !picture->cacheIsStale) continue;
+    picture->cacheIsStale = false;
+    names.push_back(picture->Name());
+  }
+  return names;
 }
 
 bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
@@ -79,15 +107,6 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   }
   ledger.pageCalls.push_back({advice, byteCount});
   return !faults.Fails(name, now.site);
-}
-
-std::string Host::HeldByPlugin() const {
-  std::multiset<std::string> lines;  // in an order of their own: addresses differ from run to run
-  for (const auto& [address, allocation] : ledger.pluginAllocations) {
-    lines.insert("the plugin holds an allocation of " + std::to_string(allocation.size) +
-                 " bytes, made at " + PlaceInLibrary(allocation.site) + "\n");
-  }
-  return std::accumulate(lines.begin(), lines.end(), std::string());
 }
 
 std::string PlaceInLibrary(const void* address) {

@@ -6,10 +6,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <numeric>
 #include <utility>
 
 #include "simulator/entry_table.h"
+#include "simulator/nearest.h"
 
 namespace sim {
 namespace {
@@ -49,8 +49,14 @@ std::optional<std::vector<Argument>> Fit(const Method& method,
   return fitted;
 }
 
-/// Bytes as text that every reader takes, whatever they are.
+/// Bytes as text that every reader takes, whatever they are; of many the first, and what tells them
+/// from others.
 std::string Quoted(std::string_view bytes) {
+  constexpr size_t kMostBytes = 200;
+  if (bytes.size() > kMostBytes) {
+    return Quoted(bytes.substr(0, 40)) + " and so on, " + std::to_string(bytes.size()) +
+           " bytes with hash " + std::to_string(std::hash<std::string_view>()(bytes));
+  }
   std::string text = "\"";
   for (const char c : bytes) {
     char letter[8];
@@ -58,22 +64,6 @@ std::string Quoted(std::string_view bytes) {
     text += letter;
   }
   return text + '"';
-}
-
-/// How many letters must be taken out or put in to make one name of the other. Changing a letter is
-/// both: names that merely lack an ending are nearer.
-size_t Distance(std::string_view left, std::string_view right) {
-  std::vector<size_t> row(right.size() + 1);
-  std::iota(row.begin(), row.end(), size_t{0});
-  for (const char letter : left) {
-    size_t above = row[0]++;
-    for (size_t i = 0; i < right.size(); ++i) {
-      const bool same = strncasecmp(&letter, &right[i], 1) == 0;
-      const size_t change = std::exchange(above, row[i + 1]) + (same ? 0 : 2);
-      row[i + 1] = std::min({change, above + 1, row[i] + 1});
-    }
-  }
-  return row.back();
 }
 
 /// The entry point that the library itself has, not one that it is linked with; null for none.
@@ -209,10 +199,8 @@ const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>&
     throw PluginError("the arguments of " + std::string(name) + " do not fit; it is declared as " +
                       forms);
   }
-  const auto nearest = std::min_element(
-      methods_.begin(), methods_.end(), [name](const Method& left, const Method& right) {
-        return Distance(name, left.name) < Distance(name, right.name);
-      });
+  const auto nearest =
+      Nearest(name, methods_, [](const Method& method) -> std::string_view { return method.name; });
   if (nearest != methods_.end()) forms = "; the nearest is " + nearest->name + " of ";
   for (const Method& method : methods_) {
     forms += (&method == methods_.data() ? "" : ", ") + method.name;

@@ -50,6 +50,8 @@ struct Settings {
   /// The plugin is told that no page it asks about is there yet, whatever the kernel says (needs
   /// import hooks).
   bool pagesMissing = false;
+  /// Notice pixels that change under a lock and are not followed by a clearing of the cache.
+  bool watchesCaches = false;
   /// The destructor of the host then tolerates an imbalance, which otherwise stops the process.
   bool allowLeaks = false;
 };
