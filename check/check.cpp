@@ -81,7 +81,7 @@ class Check {
       const GroupResult& result = all.back();
       results_.insert(results_.end(), result.cases.begin(), result.cases.end());
       if (result.timedOut) hangs_.insert(groups[i].method);
-      if (!result.outcome.empty()) {
+      if (groups[i].method != kStartUp && !result.outcome.empty()) {
         outcomes_[{groups[i].setup, groups[i].version}][groups[i].method] = result.outcome;
       }
     }
@@ -145,7 +145,7 @@ class Check {
     std::vector<Group> groups;
     for (const auto& [place, outcomes] : outcomes_) {
       const auto& [setup, version] = place;
-      if (version != kNewest || outcomes.size() < 2 || outcomes.contains(kStartUp)) continue;
+      if (version != kNewest || outcomes.size() < 2) continue;
       groups.push_back({kTogether, setup, version, false, outcomes});
     }
     return groups;
@@ -202,7 +202,7 @@ Loading TryLoading(const std::string& path, double seconds) {
 /// Ends this process when a case takes too long. A debugger may take the time that it likes.
 void LimitTime(double seconds) {
   std::signal(SIGALRM, [](int) {
-    static constexpr char kText[] = "timed out\n";
+    static constexpr char kText[] = "\ntimed out\n";
     if (write(STDOUT_FILENO, kText, sizeof kText - 1) < 0) std::abort();
     _exit(1);
   });

@@ -114,6 +114,7 @@ void OnCrash(int number, siginfo_t* signal, void* context) {
   if (isChild) {
     Tell(finding, Circumstances());
   } else {
+    if (sim::Host::Exists()) sim::Host::Current().log.EndEchoedLine();
     std::fprintf(stderr, "%s\n",
                  Joined({finding.text, "at " + finding.place, Circumstances()}).c_str());
   }

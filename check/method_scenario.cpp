@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <set>
+#include <sstream>
 #include <utility>
 
 #include "check/interface_names.h"
@@ -210,6 +211,7 @@ class MethodScenario final : public PluginScenario {
   }
 
   std::vector<Finding> Compare(const std::string& outcome, const Usual& usual) override {
+    if (methods_.size() > 1) return CompareEach(outcome, usual.outcome);
     const std::string when = outcome + " instead of " + usual.outcome;
     if (ChangeIn(outcome) != ChangeIn(usual.outcome)) {
       return {{Kind::kRepeat, "changes its picture in another way", "", when}};
@@ -234,6 +236,21 @@ class MethodScenario final : public PluginScenario {
   }
 
  private:
+  /// Of several methods, whose outcomes are lines.
+  static std::vector<Finding> CompareEach(const std::string& outcomes, const std::string& usual) {
+    std::vector<Finding> findings;
+    std::istringstream now(outcomes), before(usual);
+    for (std::string line, former; std::getline(now, line) && std::getline(before, former);) {
+      if (line == former) continue;
+      const bool isPicture = line.find(" pixels ") != std::string::npos;
+      findings.push_back(
+          {isPicture ? Kind::kRepeat : Kind::kOtherResult,
+           line.substr(0, line.find(": ")) + " gives another " + (isPicture ? "picture" : "result"),
+           "", line + " instead of " + former});
+    }
+    return findings;
+  }
+
   bool GivesPicture() const { return methods_.front()->result == sim::Type::kPicture; }
 
   /// Calls the method; what comes back is kept alive.

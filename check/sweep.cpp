@@ -122,6 +122,7 @@ class CaseRun {
     for (const char* const time : {"the second time", "the third time"}) {
       if (!scenario_.Renew()) break;
       when_ = time;
+      host_.log.Mark(time);
       const std::string outcome = Once();
       if (outcome != shown_.outcome) Find(scenario_.Compare(outcome, shown_));
       kept.push_back(WhatIsKept(host_));
@@ -184,6 +185,7 @@ class CaseRun {
     }
     if (!scenario_.Renew()) return;
     when_ = "in the call after that, " + when_;
+    host_.log.Mark("the call after that");
     const std::string next = Once();
     // What is missing stays missing.
     if (disturbance_.missing.empty() && next != usual_->outcome) {

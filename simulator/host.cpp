@@ -108,6 +108,7 @@ void Host::Misuse(const std::string& text) const {
   const std::string entry = now.entry == nullptr ? "" : std::string(now.entry) + ": ";
   if (onMisuse != nullptr) onMisuse({entry + text, now.site});
   const std::string method = now.method == nullptr ? "" : std::string(now.method) + ": ";
+  log.EndEchoedLine();
   std::fprintf(stderr, "simulated host: %s%s\n", (entry.empty() ? method : entry).c_str(),
                text.c_str());
   std::abort();

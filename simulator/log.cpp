@@ -88,7 +88,7 @@ void Log::Return(size_t index, std::string result) {
   lines[index].result = std::move(result);
 }
 
-void Log::EndEchoedLine() {
+void Log::EndEchoedLine() const {
   if (echoIsOpen_) std::fputs("\n", echo);
   echoIsOpen_ = false;
 }

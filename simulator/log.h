@@ -40,6 +40,8 @@ class Log {
   /// A line that parts what comes from what was.
   void Mark(std::string text) { Add({LogLine::kMark, std::move(text), ""}); }
   void Clear() { lines.clear(); }
+  /// Before something else is printed where the lines are echoed.
+  void EndEchoedLine() const;
 
   /// Whether lines of kMemory are wanted.
   bool TakesMemory() const { return enabled && (memory || echo != nullptr); }
@@ -62,9 +64,8 @@ class Log {
   std::vector<LogLine> lines;
 
  private:
-  void EndEchoedLine();
   /// The last line that was echoed has no end yet, since what it returns may follow.
-  bool echoIsOpen_ = false;
+  mutable bool echoIsOpen_ = false;
 };
 
 }  // namespace sim

@@ -195,6 +195,37 @@ bool Break(Picture* picture) {
   return true;
 }
 
+// Methods with parameters, for what only some arguments show.
+bool Narrow(Picture* picture) {
+  REALpictureDescription description;
+  if (!Host("lockPictureDescription", picture, &description)) return false;
+  if (description.width > 255 || description.height > 255) CrashHere();
+  return Host("unlockPictureDescription", picture) || true;
+}
+bool Divide(Picture*, double number) { return number == number || CrashHere(); }
+bool Index(Picture*, int32_t index) {
+  static volatile int table[512];
+  return table[index < 0 ? 0 : index & 511] + (index > 1000 ? CrashHere() : 0) == 0;
+}
+bool Label(Picture*, REALstringStruct* text) {
+  // A string is null where it is empty.
+  const auto* const layout = reinterpret_cast<const REALstringLegacyLayout*>(text);
+  return *reinterpret_cast<const volatile uint32_t*>(&layout->lengthBytes) < 0x7FFFFFFF;
+}
+bool Combine(Picture* picture, Picture* other) {
+  if (other == nullptr) return false;
+  if (other == picture && Is("itself")) return CrashHere();
+  // Of the pictures that it writes, the other's cache is forgotten.
+  if (Is("other_cache")) return WithRows(other, [](uint32_t** rows) { rows[0][0] ^= 1; });
+  return true;
+}
+Picture* Painted(Picture* picture) {
+  WriteCleared(picture, 1);
+  return NewPicture();
+}
+/// Forgets what it was told when another method runs in between.
+bool After(Picture* picture) { return WriteCleared(picture, calls == 0 ? 1 : 2); }
+
 double Sum(Picture*, double a, double b, double c, double d, double e) { return a + b + c + d + e; }
 REALstringStruct* Long(Picture*) {
   static char text[300000];
@@ -227,6 +258,19 @@ const Registration kRegistrations[] = {
     {"pitcure", [] { extension.name = "Pitcure"; }},
     {"untried", [] { methods[0].declaration = "Break(item as FolderItem)"; }},
     {"start_memory", [] { *static_cast<volatile char*>(std::malloc(78)) = 0; }},
+    // What only some inputs show.
+    {"narrow", [] { Declare("Narrow as boolean", reinterpret_cast<void*>(Narrow)); }},
+    {"no_number",
+     [] { Declare("Divide(number as double) as boolean", reinterpret_cast<void*>(Divide)); }},
+    {"index", [] { Declare("Index(at as integer) as boolean", reinterpret_cast<void*>(Index)); }},
+    {"null_text",
+     [] { Declare("Label(text as string) as boolean", reinterpret_cast<void*>(Label)); }},
+    {"itself",
+     [] { Declare("Combine(other as picture) as boolean", reinterpret_cast<void*>(Combine)); }},
+    {"other_cache",
+     [] { Declare("Combine(other as picture) as boolean", reinterpret_cast<void*>(Combine)); }},
+    {"receiver", [] { Declare("Painted as picture", reinterpret_cast<void*>(Painted)); }},
+    {"together", [] { Declare("After as boolean", reinterpret_cast<void*>(After)); }},
     // Right, if unusual.
     {"defaults", [] { Declare("Other(a as string = \"(a, b)\", b as Module1.Kind = &hFF)"); }},
     {"sum",
