@@ -76,6 +76,7 @@ class Fixture {
   static sim::Settings SettingsOf(const Trial& trial, const Variant& variant) {
     sim::Settings settings = trial.setup->SettingsAt(trial.version);
     settings.allowLeaks = true;
+    settings.bites = true;
     if (!variant.missing.empty()) settings.missing = {variant.missing};
     return settings;
   }

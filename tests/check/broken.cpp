@@ -1,10 +1,13 @@
 // A plugin with one method, Break, that does one thing wrong: what the environment variable FAULT
 // names.
 
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "host/host_types.h"
 
@@ -24,6 +27,57 @@ bool Host(const char* entry, Args... args) {
   return (function != nullptr || Is("missing")) && (function(args...) & 0xFF) != 0;
 }
 
+/// What the plugin does wrong, or only unusually, with memory of its own. False where it had none.
+bool UseOwnMemory() {
+  if (Is("aligned")) {
+    void* bytes = nullptr;
+    posix_memalign(&bytes, 64, 64);
+    *static_cast<volatile char*>(bytes) = 0;
+    std::free(bytes);
+  }
+  if (Is("printed")) {
+    char* text = nullptr;
+    if (asprintf(&text, "%d", 5) < 0) text = nullptr;
+    *const_cast<volatile char*>(text) = 0;
+    std::free(text);
+  }
+  if (Is("nothrow")) {
+    auto* const number = new (std::nothrow) volatile int;
+    *number = 0;
+    delete number;
+  }
+  if (Is("mapped") || Is("advice")) {
+    void* const pages = mmap(nullptr, 8192, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) return false;
+    madvise(pages, 8192, MADV_DONTNEED);
+    munmap(pages, Is("mapped") ? 4096 : 8192);
+  }
+  if (Is("behind")) {
+    volatile size_t five = 5;
+    auto* const bytes = static_cast<volatile char*>(std::malloc(five));
+    if (bytes == nullptr) return false;
+    bytes[five] = 0;
+    std::free(const_cast<char*>(bytes));
+  }
+  if (Is("fresh")) {
+    auto* const bytes = static_cast<volatile char*>(std::malloc(5));
+    const bool isSet = bytes != nullptr && bytes[3] != 0;
+    std::free(const_cast<char*>(bytes));
+    return isSet;
+  }
+  return true;
+}
+
+bool BreakParameter(REALpictureStruct*, int notDeclared) { return notDeclared != 0; }
+
+double BreakNumber(REALpictureStruct*) { return 1; }
+
+__attribute__((noinline)) bool BreakStack(REALpictureStruct*) {
+  int numbers[100];
+  int* volatile number = numbers;
+  return number[50] != 0;
+}
+
 extern "C" bool BreakRegister(REALpictureStruct*);
 asm("BreakRegister: movl $1, %edi\n movl $1, %eax\n ret");
 
@@ -40,6 +94,7 @@ bool Break(REALpictureStruct* picture) {
   const uint16_t single = 0x007F;
   if (Is("control")) asm volatile("fldcw %0" : : "m"(single));
   if (Is("repeat")) return calls == 1;
+  if (!UseOwnMemory()) return false;
   REALpictureDescription description;
   if (!Host("lockPictureDescription", picture, &description)) {
     if (!Is("owed") && version < 2012) Host("unlockPictureDescription", picture);
@@ -73,6 +128,10 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(
   extension.methods = methods;
   extension.methodCount = 2;
   if (Is("register")) methods[0].function = reinterpret_cast<void*>(BreakRegister);
+  if (Is("parameter")) methods[0].function = reinterpret_cast<void*>(BreakParameter);
+  if (Is("stack")) methods[0].function = reinterpret_cast<void*>(BreakStack);
+  if (Is("number")) methods[0].declaration = "Break as double";
+  if (Is("noNumber")) methods[0].function = reinterpret_cast<void*>(BreakNumber);
   if (Is("declaration")) methods[0].declaration = "Break as";
   if (Is("flags")) methods[0].flags = 1;
   if (Is("size")) extension.size = 20;
