@@ -24,6 +24,8 @@ struct Variant {
   bool aligned = false;   ///< the caller's stack to 16 bytes, for plugins that need it
   bool reversed = false;  ///< methods together are called in reverse order
   Disturbance disturbance = {};
+  /// What lies where nobody wrote: no part of the name.
+  unsigned litter = 0;
 
   std::string Name() const;
   /// Empty when the text is no variant.

@@ -12,18 +12,15 @@ struct Traits {
 
 // In the order of Kind; docs/check.md has the same table for its readers.
 constexpr Traits kTraits[] = {
-    {"crash", Level::kError},         {"alignment", Level::kPedantic},
-    {"exit", Level::kError},          {"time-out", Level::kError},
-    {"misuse", Level::kError},        {"exception", Level::kError},
-    {"swallowed", Level::kWarning},   {"references", Level::kWarning},
-    {"lock", Level::kWarning},        {"bounds", Level::kError},
-    {"memory", Level::kWarning},      {"cache", Level::kWarning},
-    {"repeat", Level::kWarning},      {"other result", Level::kNote},
-    {"aftermath", Level::kWarning},   {"partial", Level::kWarning},
-    {"size", Level::kWarning},        {"receiver", Level::kNote},
-    {"declaration", Level::kWarning}, {"nothing", Level::kWarning},
-    {"class", Level::kWarning},       {"process", Level::kWarning},
-    {"output", Level::kNote},         {"name", Level::kNote},
+    {"crash", Level::kError},       {"alignment", Level::kPedantic},  {"exit", Level::kError},
+    {"time-out", Level::kError},    {"misuse", Level::kError},        {"exception", Level::kError},
+    {"swallowed", Level::kWarning}, {"references", Level::kWarning},  {"lock", Level::kWarning},
+    {"bounds", Level::kError},      {"memory", Level::kWarning},      {"cache", Level::kWarning},
+    {"repeat", Level::kWarning},    {"other result", Level::kNote},   {"litter", Level::kWarning},
+    {"aftermath", Level::kWarning}, {"partial", Level::kWarning},     {"size", Level::kWarning},
+    {"receiver", Level::kNote},     {"declaration", Level::kWarning}, {"nothing", Level::kWarning},
+    {"class", Level::kWarning},     {"process", Level::kWarning},     {"output", Level::kNote},
+    {"name", Level::kNote},
 };
 
 }  // namespace

@@ -25,6 +25,7 @@ enum class Kind {
   kCache,        ///< pixels written, and the picture's cache not cleared
   kRepeat,       ///< the same call gives another picture
   kOtherResult,  ///< the same call gives another number, text or boolean
+  kLitter,       ///< the result is that of memory, stack or words that nobody wrote
   kAftermath,    ///< after a failure the next call gives another picture
   kPartial,      ///< a failure leaves a picture changed in part
   kSize,         ///< a failure gives a picture of another size

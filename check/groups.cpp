@@ -127,7 +127,30 @@ class GroupRun {
     }
     if (!returned_ && ending.finding.kind == Kind::kTimeOut) ++timeOuts_;
     result_.cases.push_back(last_);
+    if (usual == nullptr && returned_) LookForLitter(variant);
     return last_;
+  }
+
+  /// A result that differs from call to call may be a counter or a clock. When it is the same in
+  /// two processes, and another in one where other litter lies around, it is the litter's.
+  void LookForLitter(Variant variant) {
+    const auto differs =
+        std::find_if(last_.findings.begin(), last_.findings.end(),
+                     [](const Finding& finding) { return finding.kind == Kind::kOtherResult; });
+    if (differs == last_.findings.end()) return;
+    const auto outcome = [&](unsigned litter) {
+      variant.litter = litter;
+      const Case each{group_.method, group_.setup, group_.version, variant};
+      const Ending ending = RunIsolated(
+          [&] { return RunCase(loaded_, each, nullptr).shown.outcome; }, limits_.seconds);
+      return ending.returned ? ending.text : "";
+    };
+    const std::string& first = report_.shown.outcome;
+    if (outcome(0) != first || (outcome(1) == first && outcome(2) == first)) return;
+    differs->kind = Kind::kLitter;
+    differs->text = "depends on what nobody wrote";
+    differs->level = LevelOf(Kind::kLitter);
+    result_.cases.back() = last_;
   }
 
   /// Other sizes, and other arguments. Those that lead to other calls are ways of their own.

@@ -87,6 +87,8 @@ class PluginScenario : public Scenario {
     sim::Settings settings = each.setup->SettingsAt(each.version);
     settings.allowLeaks = true;
     settings.watchesCaches = true;
+    settings.bites = true;
+    settings.firstLitter = each.variant.litter;
     if (const std::string& missing = each.variant.disturbance.missing; !missing.empty()) {
       settings.missing = {missing};
     }

@@ -114,6 +114,13 @@ void Host::Misuse(const std::string& text) const {
   std::abort();
 }
 
+uint32_t Host::NextLitter() {
+  // Whatever asks whether something is there, positive, or true, is answered another way at the
+  // next call.
+  constexpr uint32_t kLitters[] = {0xA5A5A5A5, 0x5A5A5A5A, 0};
+  return litter = kLitters[(settings.firstLitter + litters_++) % std::size(kLitters)];
+}
+
 // Handles.
 
 void Host::Register(std::unique_ptr<Handle> handle) {

@@ -109,8 +109,12 @@ struct Ledger {
   struct Allocation {
     size_t size;
     const void* site;
+    size_t fence = 0;  ///< guard bytes behind it
+    int number = 0;
+    bool isMapped = false;  ///< by mmap
   };
   std::unordered_map<void*, Allocation> pluginAllocations;
+  int allocationsMade = 0;
   /// In order, refused ones too (needs import hooks).
   std::vector<PageCall> pageCalls;
 };
@@ -171,11 +175,14 @@ class Host {
   /// Those whose pixels changed under a lock with no clearing of the cache after its end, by name
   /// and each once (settings.watchesCaches).
   std::vector<std::string> TakeStaleCaches();
+  /// Stops the process when the plugin wrote behind memory of its own.
+  void CheckFences() const;
+  void CheckFence(const void* address, const Ledger::Allocation& allocation) const;
   /// Checks the guards of all live pictures and memory blocks; stops the process on damage.
   void CheckGuards() const;
   void CheckGuards(const Handle& handle) const;
-  /// Keeps account of a call about these pages; stops the process unless they are a live picture's
-  /// or those of the plugin's own memory. False when the call shall fail.
+  /// Keeps account of a call about these pages; stops the process when some are a host object's and
+  /// not all a live picture's. False when the call shall fail.
   bool AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
                      const void* callSite);
   /// Exceptions that the plugin raised, in order. Raising one hands its reference to the host.
@@ -237,6 +244,9 @@ class Host {
 
   /// What runs now.
   Whereabouts now;
+  /// What lies where nobody wrote, where memory bites; another pattern at each call of the plugin.
+  uint32_t litter = 0;
+  uint32_t NextLitter();
 
  private:
   template <class T>
@@ -254,6 +264,7 @@ class Host {
   std::map<std::string, ClassRef*, std::less<>> classes_;
   std::vector<std::unique_ptr<Recorder>> recorders_;
   std::unordered_map<char*, std::unique_ptr<char[]>> borrowed_;
+  size_t litters_ = 0;
 };
 
 template <class T>

@@ -91,22 +91,32 @@ std::vector<std::string> Host::TakeStaleCaches() {
 bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
                          const void* callSite) {
   const CallScope scope(*this, name, callSite);
-  const auto first = reinterpret_cast<uintptr_t>(begin);
-  const auto allocated = [&](const auto& block) {
-    const auto address = reinterpret_cast<uintptr_t>(block.first);
-    return first >= address && first - address + byteCount <= block.second.size;
-  };
-  const auto covered = [&](const auto& handle) {
+  const auto first = reinterpret_cast<uintptr_t>(begin), last = first + byteCount;
+  const auto isMixed = [first, last](const auto& handle) {
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->CoversPages(first, first + byteCount);
+           picture->storage->TouchesPages(first, (last + 4095) / 4096 * 4096) &&
+           !picture->storage->CoversPages(first, last);
   };
-  if (std::ranges::none_of(ledger.pluginAllocations, allocated) &&
-      std::ranges::none_of(handles_, covered)) {
-    Misuse("names pages that hold no pixels");
+  const auto found = std::ranges::find_if(handles_, isMixed);
+  if (found != handles_.end()) {
+    Misuse("names pages that hold pixels of " + (*found)->Name() + " and something else");
   }
   ledger.pageCalls.push_back({advice, byteCount});
   return !faults.Fails(name, now.site);
+}
+
+void Host::CheckFence(const void* address, const Ledger::Allocation& allocation) const {
+  const auto* const fence = static_cast<const uint8_t*>(address) + allocation.size;
+  if (IsGuard(fence, allocation.fence)) return;
+  Misuse("the plugin wrote behind its own " + std::to_string(allocation.size) + " bytes, made at " +
+         PlaceInLibrary(allocation.site));
+}
+
+void Host::CheckFences() const {
+  for (const auto& [address, allocation] : ledger.pluginAllocations) {
+    CheckFence(address, allocation);
+  }
 }
 
 std::string PlaceInLibrary(const void* address) {

@@ -146,10 +146,16 @@ std::vector<std::string> Plugin::Neighbours() const {
 uint64_t Plugin::Run(RawCall call, const char* name, void* function, bool returnsNumber) const {
   Host& host = Host::Current();
   const RunScope scope(host, name);
+  CallerHabits now = habits;
+  if (host.settings.bites) {
+    now.litter = host.NextLitter();
+    now.littersStack = true;
+  }
   std::string broken;
-  const uint64_t raw = call.Run(function, habits, returnsNumber, broken);
-  if (broken.empty()) return raw;
+  const uint64_t raw = call.Run(function, now, returnsNumber, broken);
   host.now.site = function;
+  host.CheckFences();
+  if (broken.empty()) return raw;
   host.Misuse("did not leave its caller's as it was: " + broken);
 }
 

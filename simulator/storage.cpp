@@ -41,6 +41,14 @@ std::string InstallStorage(StorageKind kind) {
   return install == nullptr ? "" : install();
 }
 
+bool Storage::TouchesPages(uintptr_t begin, uintptr_t end) const {
+  for (int y = 0; y < height_ && Words(0) != nullptr; ++y) {
+    const auto row = reinterpret_cast<uintptr_t>(Words(y));
+    if (row < end && row + size_t{4} * static_cast<size_t>(width_) > begin) return true;
+  }
+  return false;
+}
+
 bool Storage::CoversPages(uintptr_t begin, uintptr_t end) const {
   if (Words(0) == nullptr) return false;
   const auto pageOf = [begin](uintptr_t address) { return (address - begin) / kPageBytes; };

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
+#include <new>
 #include <stdexcept>
 
 #include "host/host_types.h"
@@ -79,6 +79,14 @@ asm("ClobberEdi: movl $1, %edi\n movl $1, %eax\n ret");
 extern "C" bool StoreAligned(Picture*);
 asm("StoreAligned: movaps %xmm0, -28(%esp)\n movl $1, %eax\n ret");
 
+__attribute__((noinline)) bool OldStack(Picture*) {
+  int numbers[100];
+  int* volatile number = numbers;
+  return number[50] != 0;
+}
+bool NotDeclared(Picture*, int parameter) { return parameter != 0; }
+double Number(Picture*) { return 1; }
+
 /// What the method Break does wrong.
 struct Fault {
   const char* name;
@@ -114,6 +122,52 @@ const Fault kFaults[] = {
        return true;
      }},
     {"file", [](Picture*) { return open("/dev/null", O_RDONLY) >= 0; }},
+    {"mapped",
+     [](Picture*) {
+       void* const pages = mmap(nullptr, 8192, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+       return pages != MAP_FAILED && munmap(pages, 4096) == 0;
+     }},
+    // Memory of its own.
+    {"aligned",
+     [](Picture*) {
+       void* bytes = nullptr;
+       posix_memalign(&bytes, 64, 64);
+       *static_cast<volatile char*>(bytes) = 0;
+       std::free(bytes);
+       return true;
+     }},
+    {"printed",
+     [](Picture*) {
+       char* text = nullptr;
+       if (asprintf(&text, "%d", 5) < 0) text = nullptr;
+       *const_cast<volatile char*>(text) = 0;
+       std::free(text);
+       return true;
+     }},
+    {"nothrow",
+     [](Picture*) {
+       auto* const number = new (std::nothrow) volatile int;
+       *number = 0;
+       delete number;
+       return true;
+     }},
+    {"behind",
+     [](Picture*) {
+       volatile size_t five = 5;
+       auto* const bytes = static_cast<volatile char*>(std::malloc(five));
+       if (bytes == nullptr) return false;
+       bytes[five] = 0;
+       std::free(const_cast<char*>(bytes));
+       return true;
+     }},
+    {"fresh",
+     [](Picture*) {
+       auto* const bytes = static_cast<volatile char*>(std::malloc(5));
+       const bool isSet = bytes != nullptr && bytes[3] != 0;
+       std::free(const_cast<char*>(bytes));
+       return isSet;
+     }},
+    {"old_stack", OldStack},
     // The caller's state, and the process's.
     {"control",
      [](Picture*) {
@@ -251,6 +305,9 @@ struct Registration {
 };
 const Registration kRegistrations[] = {
     {"register", [] { methods[0].function = reinterpret_cast<void*>(ClobberEdi); }},
+    {"parameter", [] { methods[0].function = reinterpret_cast<void*>(NotDeclared); }},
+    {"number", [] { methods[0].declaration = "Break as double"; }},
+    {"no_declared_number", [] { methods[0].function = reinterpret_cast<void*>(Number); }},
     {"declaration", [] { Declare("Broken as"); }},
     {"twice", [] { Declare("break as boolean"); }},
     {"flags", [] { methods[0].flags = 1; }},
