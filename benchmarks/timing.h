@@ -25,4 +25,9 @@ struct Effort {
 std::vector<std::optional<double>> TimeColumns(const std::vector<Column>& columns,
                                                const Effort& effort);
 
+/// The same call by call, each column once a turn and every other turn in reverse order: for
+/// columns that differ by little.
+std::vector<std::optional<double>> TimeByTurns(const std::vector<Column>& columns,
+                                               const Effort& effort);
+
 }  // namespace velbench
