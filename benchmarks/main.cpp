@@ -141,7 +141,7 @@ void KeepAvailable(std::vector<Group>& groups, Report& report) {
   std::map<std::string, std::string> problems;
   for (const Group& group : groups) {
     if (!problems.contains(group.storage->name)) {
-      problems[group.storage->name] = PrepareStorage(group.storage->kind);
+      problems[group.storage->name] = PrepareStorage(group.storage->host.opaque);
     }
   }
   for (const auto& [name, problem] : problems) {

@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kPluginPath = VEL_PLUGIN;
 
 bool Select(const sim::Plugin& plugin, const std::string& name) {
-  return plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")(name.c_str());
+  return plugin.Function<bool(const char*)>("SelectKernels")(name.c_str());
 }
 
 // Lets the C library treat large blocks as the host treats pictures, for the buffers of the plugin
@@ -33,8 +33,9 @@ void SetLargeBlocks(Condition condition) {
 
 sim::Settings SettingsFor(const Group& group) {
   sim::Settings settings;
-  settings.application = group.storage->application;
-  settings.newPictures = settings.newAlphaPictures = group.storage->kind;
+  settings.application = group.storage->host.application;
+  settings.newPictures = group.storage->host.opaque;
+  settings.newAlphaPictures = group.storage->host.alpha;
   settings.warmMemory = true;  // New pictures are not filled, in either condition.
   return settings;
 }
@@ -86,7 +87,7 @@ MethodTimer::MethodTimer(const Group& group, const std::vector<Build>& builds)
     const sim::Plugin& plugin = *plugins_.back();
     plugins_.back()->Start(host_);
     Select(plugin, build.kernels);
-    if (group.storage->kind == sim::StorageKind::kGdk) HandOutThreeBytePixels(plugin);
+    if (group.storage->host.opaque == sim::StorageKind::kGdk) HandOutThreeBytePixels(plugin);
   }
   picture_ = NoisyPicture(host_, group);
 }

@@ -82,8 +82,6 @@ void HookedSizedDelete(void* address, size_t) { HookedDelete(address); }
 
 // Advice about pages: only about pixels, refused by the faults.
 
-constexpr size_t kPageBytes = 4096;
-
 template <class Call>
 int Ask(const char* name, void* begin, size_t byteCount, int advice, Call call) {
   if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice)) {
