@@ -40,10 +40,11 @@ void Repeat(benchmark::State& state, const Column& column) {
   }
 }
 
-std::optional<double> Median(std::vector<double>& values) {
+/// The value that so many of a hundred are below.
+std::optional<double> Percentile(std::vector<double>& values, int percent) {
   if (values.empty()) return std::nullopt;
   std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
+  return values[values.size() * percent / 100];
 }
 
 }  // namespace
@@ -64,13 +65,14 @@ std::vector<std::optional<double>> TimeColumns(const std::vector<Column>& column
   benchmark::ClearRegisteredBenchmarks();
 
   std::vector<std::optional<double>> medians;
-  for (const Column& column : columns) medians.push_back(Median(collector.seconds[column.name]));
+  for (const Column& column : columns)
+    medians.push_back(Percentile(collector.seconds[column.name], 50));
   return medians;
 }
 
 std::vector<std::optional<double>> TimeByTurns(const std::vector<Column>& columns,
                                                const Effort& effort) {
-  constexpr size_t kLeastTurns = 15;
+  constexpr size_t kLeastTurns = 20;
   const double budget = effort.repetitions * effort.secondsPerRepetition;
   std::vector<std::vector<double>> seconds(columns.size());
   double spent = 0;
@@ -83,9 +85,9 @@ std::vector<std::optional<double>> TimeByTurns(const std::vector<Column>& column
       spent += *time;
     }
   }
-  std::vector<std::optional<double>> medians;
-  for (std::vector<double>& times : seconds) medians.push_back(Median(times));
-  return medians;
+  std::vector<std::optional<double>> tenths;
+  for (std::vector<double>& times : seconds) tenths.push_back(Percentile(times, 10));
+  return tenths;
 }
 
 }  // namespace velbench
