@@ -48,8 +48,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_option("--against", options.against,
                  "another build of the plugin, measured by turns with this one; other libraries "
                  "are left out")
-      ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+      ->type_name("FILE");
   app.add_option("--filter", filter, "only rows such as Rotate90Vel/1920x1080/console/warm")
       ->type_name("REGEX");
   try {
