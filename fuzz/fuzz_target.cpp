@@ -28,8 +28,8 @@ constexpr const char* kOtherNames[] = {"Picture",
                                        "cairo_get_target",
                                        kDrawPicture};
 
-/// Entries and other names; without the entries that there are no methods without, and those that
-/// alone can give something back: what a host cannot take back stays out of balance.
+/// What a host may lack: any entry or other name. Exceptions: what registers the methods, and what
+/// alone gives a lock or a string back, since without it the ledger could not balance.
 const std::vector<std::string>& MissableNames() {
   static const std::vector<std::string> names = [] {
     const std::set<std::string> indispensable = {

@@ -6,7 +6,6 @@
 // injects faults, insists that narrow arguments arrive zero-extended and returns booleans with
 // garbage in the bits that do not count.
 
-#include <algorithm>
 #include <concepts>
 #include <cstdio>
 #include <span>
@@ -14,6 +13,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "host/entry_name.h"
 #include "simulator/host.h"
 
 namespace sim {
@@ -43,13 +43,7 @@ MethodTable FolderItemMethods();
 /// Methods of no class, such as LenB.
 MethodTable GlobalMethods();
 
-template <size_t kSize>
-struct EntryName {
-  consteval EntryName(const char (&literal)[kSize]) {  // NOLINT: converts from the literal
-    std::copy_n(literal, kSize, text);
-  }
-  char text[kSize];
-};
+using velpicture::EntryName;
 
 /// Sets what messages name, for the time of a call: the entry, and where in the plugin it was
 /// called (which the host's own calls of its entries leave as it is).

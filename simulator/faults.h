@@ -1,10 +1,10 @@
 #pragma once
 
-// Faults: failures asked for in advance. A failing call returns null, false or 0 and does nothing
-// else; a failing allocation of the plugin returns null, failing advice about its pages −1 with
-// EPERM. Calls without a result (unlocks, cache clears) cannot fail, but any call can be told to
-// throw; one without a result does its work first, so that what it gives back is not lost (but
-// locks take nothing).
+// Faults: failures asked for in advance.
+// A call with a result can fail: it returns null, false or 0 and does nothing else. So does an
+// allocation of the plugin (null) and advice about its pages (−1 with EPERM).
+// Any call can throw, in place of its work. Exception: one that gives something back (an unlock)
+// does its work first, since what it gives back would be lost.
 
 #include <optional>
 #include <set>

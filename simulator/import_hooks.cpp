@@ -18,8 +18,6 @@ namespace {
 
 // Advice about pages: only about pixels, refused by the faults.
 
-constexpr size_t kPageBytes = 4096;
-
 template <class Call>
 int Ask(const char* name, void* begin, size_t byteCount, int advice, const void* site, Call call) {
   if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice, site)) {

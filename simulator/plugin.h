@@ -12,6 +12,7 @@
 #include "simulator/declaration.h"
 #include "simulator/host.h"
 #include "simulator/import_hooks.h"
+#include "simulator/mangled_name.h"
 #include "simulator/raw_call.h"
 
 namespace sim {
@@ -73,6 +74,11 @@ class Plugin {
   template <class T>
   T* Symbol(const char* mangled) const {
     return reinterpret_cast<T*>(Address(mangled));
+  }
+  /// The exported function of that name and type; null when there is none.
+  template <class Signature>
+  Signature* Function(const std::string& name) const {
+    return Symbol<Signature>(MangledName<Signature>::Of(name).c_str());
   }
   void* Address(const char* mangled) const;
   /// The name that the dynamic loader knows this plugin's file under.

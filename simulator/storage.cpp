@@ -25,8 +25,6 @@ Kind kinds[] = {{0, UnlockableStorage::Make, nullptr},
                 {kStorageCairoContext, nullptr, InstallCairoStorage},
                 {kStorageGdkDrawable, nullptr, InstallGdkStorage}};
 
-constexpr uintptr_t kPageBytes = 4096;
-
 Kind& KindOf(StorageKind kind) { return kinds[static_cast<size_t>(kind)]; }
 
 }  // namespace
