@@ -53,10 +53,15 @@ class Scanner {
     SkipSpaces();
     return ReadWhile([](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
   }
-  /// Everything up to the next comma or parenthesis.
+  /// Everything up to the next comma or parenthesis that is in no quotation marks (doubled, one is
+  /// part of the text).
   std::string_view Literal() {
     SkipSpaces();
-    std::string_view text = ReadWhile([](char c) { return c != ',' && c != ')'; });
+    bool quoted = false;
+    std::string_view text = ReadWhile([&quoted](char c) {
+      if (c == '"') quoted = !quoted;
+      return quoted || (c != ',' && c != ')');
+    });
     while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
     return text;
   }
@@ -146,6 +151,17 @@ std::optional<T> ParseWhole(std::string_view text, int base = 10) {
   const auto [stop, error] = std::from_chars(text.data(), end, value, base);
   if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
   return value;
+}
+
+/// The text within quotation marks; empty when there are none around all of it.
+std::optional<std::string> Unquoted(std::string_view literal) {
+  if (literal.size() < 2 || literal.front() != '"' || literal.back() != '"') return std::nullopt;
+  std::string text;
+  for (size_t i = 1; i + 1 < literal.size(); ++i) {
+    if (literal[i] == '"' && literal[++i] != '"') return std::nullopt;
+    text += literal[i];
+  }
+  return text;
 }
 
 }  // namespace
@@ -241,6 +257,11 @@ std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
   if (scanner.Accept('(') && !scanner.Accept(')')) {
     do {
       const std::string_view literal = scanner.Literal();
+      if (auto string = Unquoted(literal)) {
+        call.arguments.emplace_back(static_cast<String*>(nullptr));
+        call.texts.push_back(std::move(*string));
+        continue;
+      }
       const auto value = ParseLiteral(literal);
       if (!value) {
         // "#FF2040" is opaque where it is known; what is written so here is not.
