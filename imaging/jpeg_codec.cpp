@@ -128,6 +128,7 @@ void ReadCoding(const Decoder& decoder, JpegCoding& coding) {
   for (int i = 0; i < decoder.num_components; ++i) {
     const jpeg_component_info& each = decoder.comp_info[i];
     const JQUANT_TBL* const table = each.quant_table;
+    if (table == nullptr) throw CodecError("a colour is missing");
     coding.components.push_back({each.quant_tbl_no, each.h_samp_factor, each.v_samp_factor});
     coding.tables[each.quant_tbl_no].assign(table->quantval, std::end(table->quantval));
   }
