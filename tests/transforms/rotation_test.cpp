@@ -232,6 +232,7 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
   Session session;
   std::mt19937 random(3);
   const auto source = RandomPicture(session.host, kConsole, 23, 17, random);
+  const auto tiny = session.host.MakePicture(sim::Image(1, 2));
   for (const double angle : {30.0, 17.3, 200.1, -1e-20}) {
     const Raster expected =
         Rotated(Raster::Of(*source), model::Format::kConsole, angle, 0x12345678).result;
@@ -242,7 +243,10 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
       session.host.log.Clear();
       const sim::Result made =
           session.plugin.Call("RotateVel", source.get(), {angle, sim::Color{0x12345678}});
-      session.plugin.Call("RotateMemoryVel", source.get(), {angle});
+      // A triangle of sides 3, 4 and 5: how sizes are rounded decides which whole number is
+      // reached.
+      const double wholeSides = 36.869897645844027;
+      EXPECT_EQ(session.plugin.Call("RotateMemoryVel", tiny.get(), {wholeSides}).integer, 68);
       for (const auto& line : session.host.log.lines) EXPECT_EQ(line.mxcsr, habits.mxcsr);
       ASSERT_TRUE(made.picture);
       EXPECT_EQ(Difference(Raster::Of(*made.picture), expected), "");
