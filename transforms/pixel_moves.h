@@ -4,9 +4,10 @@
 // one, and nothing is blended. The mirrors and the quarter turns are made of these.
 //
 // Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. Only pixels are
-// read and written, padding stays. Exception: rows that move whole. Formats (kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32)
-// may differ between source and target; a pixel is converted as GetPixel and SetPixel would, which
-// leave bits that mean nothing as the target's format wants them.
+// read and written, padding stays. Exception: rows that move whole. Formats (kPixelConsole,
+// kPixelRgb24, kPixelArgb32, kPixelRgb32) may differ between source and target; a pixel is
+// converted as GetPixel and SetPixel would, which leave bits that mean nothing as the target's
+// format wants them.
 
 #include <cstdint>
 
