@@ -20,7 +20,6 @@ constexpr FormatPair kPairs[] = {{kPixelArgb32, kPixelArgb32},  {kPixelConsole, 
                                  {kPixelArgb32, kPixelConsole}, {kPixelConsole, kPixelConsole},
                                  {kPixelRgb24, kPixelRgb32},    {kPixelArgb32, kPixelRgb24},
                                  {kPixelRgb24, kPixelRgb24}};
-constexpr bool kEither[] = {false, true};
 constexpr Stores kStores[] = {Stores::kCached, Stores::kStreaming};
 
 constexpr int kOffsets[] = {0, 4, 8, 20, 32, 60, 1, 2, 63};
