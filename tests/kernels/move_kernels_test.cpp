@@ -63,7 +63,7 @@ TEST_P(MoveKernels, ExchangesOfEveryWidthAndAlignment) {
 
 TEST_P(MoveKernels, TransposesOfEverySizeAndAlignment) {
   constexpr int kColumns[] = {0, 1, 3, 4, 5, 6, 8, 63, 130, 300};
-  constexpr int kRows[] = {0, 1, 15, 16, 17, 33, 64, 129, 300};
+  constexpr int kRows[] = {0, 1, 15, 16, 17, 33, 64, 129, 145, 300};
   constexpr int kShifts[] = {0, 4, 60, 2};
   Random random(2);
   // Strides beyond the pixels; target rows 2048 bytes apart collide in the caches.

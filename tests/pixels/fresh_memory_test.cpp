@@ -13,7 +13,7 @@ using sim::RowLayout;
 using sim::StorageKind;
 
 constexpr int kPopulateWrite = 23;
-constexpr int kPageBytes = 4096;
+constexpr int kPageBytes = sim::kPageBytes;
 // Half of these pixels are a large block too.
 constexpr int kWidth = 601, kHeight = 603;
 
