@@ -69,7 +69,7 @@ sim::Settings PickSettings(Input& input) {
                                                                     : sim::StorageKind::kConsole;
   settings.newPictures = PickStorage(input, usual);
   settings.newAlphaPictures = PickStorage(input, usual);
-  settings.rows = static_cast<sim::RowLayout>(input.Below(4));
+  settings.rows = static_cast<sim::RowLayout>(input.Below(5));
   settings.extraStrideBytes = 4 * input.Below(5);
   const auto blank = input.Next<uint32_t>();
   settings.blank = {static_cast<uint8_t>(blank), static_cast<uint8_t>(blank >> 8),

@@ -4,9 +4,9 @@
 #include "host/host_references.h"
 #include "host/scope_exit.h"
 #include "host/versions.h"
+#include "text/filled_record.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
-#include "text/string_data.h"
 
 using velpicture::AddReference;
 using velpicture::HostReference;
@@ -66,9 +66,7 @@ rbData::~rbData() noexcept(false) {
     length = 0;
     velpicture::KeepStores(this);
   });
-  const ScopeExit dispose([this] {
-    if (ownsStringData) REALDisposeStringData(&stringData);
-  });
+  const velpicture::FilledRecord record(stringData, ownsStringData);
   const HostReference<REALmemoryBlockStruct> heldBlock(block, !unreferenced);
   const StringReference heldString(string, !unreferenced);
 }

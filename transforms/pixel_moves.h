@@ -3,11 +3,11 @@
 // Pixel moves: every pixel of one picture goes to another place, in the same picture or in another
 // one, and nothing is blended. The mirrors and the quarter turns are made of these.
 //
-// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. But where rows
-// move whole, only pixels are read and written: row padding stays as it is, and nothing beyond the
-// last pixel of a row is touched. Formats (kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32)
-// may differ between source and target; a pixel is converted as GetPixel and SetPixel would, which
-// leave bits that mean nothing as the target's format wants them.
+// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. Only pixels are
+// read and written, padding stays. Exception: rows that move whole. Formats (kPixelConsole,
+// kPixelRgb24, kPixelArgb32, kPixelRgb32) may differ between source and target; a pixel is
+// converted as GetPixel and SetPixel would, which leave bits that mean nothing as the target's
+// format wants them.
 
 #include <cstdint>
 

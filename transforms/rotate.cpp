@@ -5,10 +5,10 @@
 #include <cmath>
 
 #include "host/host_references.h"
-#include "pixels/picture_helpers.h"
 #include "pixels/pixel_formats.h"
+#include "pixels/whole_pictures.h"
 #include "transforms/floating_point_scope.h"
-#include "transforms/picture_scopes.h"
+#include "transforms/make_picture.h"
 #include "transforms/quarter_turns.h"
 #include "transforms/rotation_angle.h"
 #include "transforms/shear_blocks.h"
@@ -26,7 +26,7 @@ int SideLength(double length, int extra) {
 
 ShearLine SplitOffset(double offset) {
   const double whole = std::floor(offset);
-  return {static_cast<int>(whole), offset - whole};
+  return {static_cast<int>(whole), offset - whole, 0};
 }
 
 /// The first pass: row y moves by (y - origin + 0.5) * tangent, computed afresh for each row.
