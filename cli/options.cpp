@@ -121,8 +121,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
                  "every call into the host shown")
       ->option_text("NAME");
   app.add_option("--only", check.only,
-                 "only cases with that in their names, or whose names match\n"
-                 "a pattern such as '*/cairo/*'")
+                 "only cases with that in their names, or whose names\n"
+                 "match a pattern such as '*/cairo/*'")
       ->option_text("PATTERN");
   app.add_flag("--quick", check.quick, "one console and one desktop set-up at the newest version");
   app.add_flag("--list-cases", check.listed, "name the cases of the check instead");
