@@ -33,6 +33,9 @@ class CairoStorage final : public Storage {
   }
 
  private:
+  void Reach(bool isOpen) override {
+    memory_.Allow(isOpen ? FencedBytes::Access::kWrite : FencedBytes::Access::kNone);
+  }
   explicit CairoStorage(const StorageRequest& request);
 
   size_t strideBytes_;

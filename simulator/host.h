@@ -219,6 +219,8 @@ class Host {
   /// Gives a picture its storage, not filled, and its properties; false when it cannot be had.
   bool ConstructPicture(Picture& picture, const PictureOptions& options, int width, int height);
   PictureOptions NewPictureOptions(bool alpha) const;
+  /// What the bytes of strings end at.
+  Edge StringEdge() const { return memory.bites ? Edge::kEndsAtPage : Edge::kFences; }
   bool Missing(std::string_view name) const { return settings.missing.contains(name); }
   /// A class for an object of the host's own kind, made on first use.
   const ClassRef& OwnClass(std::string_view name);
@@ -248,7 +250,7 @@ class Host {
   std::map<std::string, int, std::less<>> serials_;
   std::map<std::string, ClassRef*, std::less<>> classes_;
   std::vector<std::unique_ptr<Recorder>> recorders_;
-  std::unordered_map<char*, std::unique_ptr<char[]>> borrowed_;
+  std::unordered_map<char*, std::unique_ptr<FencedBytes>> borrowed_;
   size_t litters_ = 0;
 };
 

@@ -113,7 +113,9 @@ std::string PlaceInLibrary(const void* address) {
 
 bool Host::GuardsIntact(const Handle& handle) {
   if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
-    return picture->storage == nullptr || picture->storage->GuardsIntact();
+    if (picture->storage == nullptr) return true;
+    const OpenPixels open(*picture->storage);
+    return picture->storage->GuardsIntact();
   }
   if (const auto* const block = dynamic_cast<const MemoryBlock*>(&handle)) {
     return block->GuardsIntact();

@@ -50,10 +50,10 @@ struct Settings {
   /// The plugin is told that no page it asks about is there yet, whatever the kernel says (needs
   /// import hooks).
   bool pagesMissing = false;
-  /// Memory bites whoever takes it for what it is not: pixels end or begin at pages without access
-  /// and are closed while not locked, what may only be read is read-only, the plugin's own memory
-  /// is fenced, and what nobody wrote is litter that differs from call to call (needs import
-  /// hooks).
+  /// Looked at once, when the host is made. Memory bites whoever takes it for what it is not:
+  /// pixels end or begin at pages without access and are closed while not locked, what may only be
+  /// read is read-only, the plugin's own memory is fenced, and what nobody wrote is litter that
+  /// differs from call to call (needs import hooks).
   bool bites = false;
   /// The destructor of the host then tolerates an imbalance, which otherwise stops the process.
   bool allowLeaks = false;

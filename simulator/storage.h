@@ -47,14 +47,36 @@ class Storage {
   /// last, and each holds some.
   bool CoversPages(uintptr_t begin, uintptr_t end) const;
 
+  /// Where memory bites, the pixels are closed unless somebody has them open: the plugin while it
+  /// has the picture locked, the host while it looks at them. New ones are open until they are
+  /// closed once.
+  void Open();
+  void Close();
+
   /// False once somebody wrote outside the pixels: a fence, row padding, a gap between rows.
   virtual bool GuardsIntact() const = 0;
   virtual size_t ByteCount() const = 0;
 
  private:
+  /// Lets pixels and what leads to them be reached, or not.
+  virtual void Reach(bool /*isOpen*/) {}
+
+  int timesOpen_ = 0;
   int width_;
   int height_;
   bool alpha_;
+};
+
+/// For as long as the host looks at a picture's pixels, or changes them.
+class OpenPixels {
+ public:
+  explicit OpenPixels(Storage& storage) : storage_(storage) { storage_.Open(); }
+  OpenPixels(const OpenPixels&) = delete;
+  OpenPixels& operator=(const OpenPixels&) = delete;
+  ~OpenPixels() { storage_.Close(); }
+
+ private:
+  Storage& storage_;
 };
 
 struct StorageRequest {

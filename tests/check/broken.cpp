@@ -68,6 +68,13 @@ bool UseOwnMemory() {
   return true;
 }
 
+bool BreakText(REALpictureStruct*, REALstringStruct* text) {
+  if (text == nullptr) return false;
+  auto* const get = reinterpret_cast<char* (*)(REALstringStruct*)>(resolve("StringGetCString"));
+  if (get != nullptr) get(text)[0] = 'x';
+  return true;
+}
+
 bool BreakParameter(REALpictureStruct*, int notDeclared) { return notDeclared != 0; }
 
 double BreakNumber(REALpictureStruct*) { return 1; }
@@ -80,6 +87,30 @@ __attribute__((noinline)) bool BreakStack(REALpictureStruct*) {
 
 extern "C" bool BreakRegister(REALpictureStruct*);
 asm("BreakRegister: movl $1, %edi\n movl $1, %eax\n ret");
+
+/// What the plugin does wrong with pixels that it has locked, or had.
+void MisusePixels(REALpictureStruct* picture, const REALpictureDescription& pixels) {
+  static volatile uint8_t* kept = nullptr;
+  if (pixels.type == kStorageConsoleBlock) {
+    auto* const block = static_cast<ConsolePixelBlock*>(pixels.data);
+    auto* const last = block->rowTable[block->height - 1];
+    if (Is("overread")) kept = last + 4 * block->width;
+    if (Is("underread")) kept = block->rowTable[0] - 1;
+    if (Is("overread") || Is("underread")) static_cast<void>(*kept);
+    if (Is("kept") && kept != nullptr) static_cast<void>(*kept);
+    if (Is("kept")) kept = block->rowTable[0];
+    if (Is("width")) --block->width;
+    if (Is("table")) block->rowTable[0] = last;
+  }
+  if (Is("late")) {
+    Host("unlockPictureDescription", picture);
+    if (pixels.type == kStorageConsoleBlock) {
+      **static_cast<ConsolePixelBlock*>(pixels.data)->rowTable = 0;
+    }
+    REALpictureDescription again;
+    Host("lockPictureDescription", picture, &again);
+  }
+}
 
 bool Break(REALpictureStruct* picture) {
   static int calls = 0;
@@ -100,6 +131,7 @@ bool Break(REALpictureStruct* picture) {
     if (!Is("owed") && version < 2012) Host("unlockPictureDescription", picture);
     return false;
   }
+  MisusePixels(picture, description);
   if (description.type == kStorageConsoleBlock) {
     auto** const rows = static_cast<ConsolePixelBlock*>(description.data)->rowTable;
     if (Is("fence")) rows[0][-1] = 0;
@@ -130,6 +162,8 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(
   if (Is("register")) methods[0].function = reinterpret_cast<void*>(BreakRegister);
   if (Is("parameter")) methods[0].function = reinterpret_cast<void*>(BreakParameter);
   if (Is("stack")) methods[0].function = reinterpret_cast<void*>(BreakStack);
+  if (Is("text"))
+    methods[0] = {reinterpret_cast<void*>(BreakText), nullptr, "Break(a as string)", 0};
   if (Is("number")) methods[0].declaration = "Break as double";
   if (Is("noNumber")) methods[0].function = reinterpret_cast<void*>(BreakNumber);
   if (Is("declaration")) methods[0].declaration = "Break as";
