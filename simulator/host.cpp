@@ -74,6 +74,7 @@ bool Host::Exists() { return currentHost != nullptr; }
 
 void* Host::Resolve(const char* name) {
   Host& host = Current();
+  const CallScope scope(host, "the look-up of an entry", __builtin_return_address(0));
   void* address = nullptr;
   if (!host.Missing(name)) {
     const std::string_view wanted = name;

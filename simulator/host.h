@@ -12,6 +12,8 @@
 //   auto result = plugin.Call("Rotate90Vel", photo.get());
 //   host.Imbalance() == ""; result.picture->Read();
 
+#include <pthread.h>
+
 #include <array>
 #include <memory>
 #include <string>
@@ -231,6 +233,8 @@ class Host {
 
   /// What runs now.
   Whereabouts now;
+  /// Calls from any other are misuse.
+  const pthread_t thread = pthread_self();
   /// What lies where nobody wrote, where memory bites; another pattern at each call of the plugin.
   uint32_t litter = 0;
   uint32_t NextLitter();

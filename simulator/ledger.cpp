@@ -49,6 +49,8 @@ std::string Host::HostImbalance() const {
       report(picture->Name() + ": description left locked" +
              (locks == 1 ? "" : " " + std::to_string(locks) + " times"));
     }
+    const std::string more = picture->storage == nullptr ? "" : picture->storage->Imbalance();
+    if (!more.empty()) report(picture->Name() + ": " + more);
     if (picture->owedUnlocks != 0) {
       report(picture->Name() + ": " + Counted(picture->owedUnlocks, "unlock") +
              " missing after failed locks");

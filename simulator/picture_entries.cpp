@@ -115,7 +115,8 @@ void UnlockDescription(Host& host, Picture* picture) {
   }
   host.CheckGuards(*picture);
   --picture->descriptionLocks;
-  picture->storage->Unlock();
+  const std::string changed = picture->storage->Unlock();
+  if (!changed.empty()) host.Misuse(picture->Name() + " came back with " + changed);
   picture->storage->Close();
 }
 

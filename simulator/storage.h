@@ -31,8 +31,11 @@ class Storage {
   /// Answers a lock for one native kind (REALpictureStorage; 0 stands for whatever this is): fills
   /// type, data, width and height and returns true, or returns false and leaves the record alone.
   virtual bool Lock(int type, REALpictureDescription& description) = 0;
-  /// Gives one successful lock back.
-  virtual void Unlock() {}
+  /// Gives one successful lock back. Returns what was not left as it was, or nothing.
+  virtual std::string Unlock() { return ""; }
+
+  /// What a plugin that has nothing locked left behind, or nothing.
+  virtual std::string Imbalance() const { return ""; }
 
   /// One row as straight RGBA, and back; converting as this storage keeps pixels (7-bit alpha,
   /// premultiplied colours, no alpha).

@@ -1,6 +1,8 @@
 // A plugin with one method, Break, that does one thing wrong: what the environment variable FAULT
 // names.
 
+#include <dlfcn.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -68,6 +70,11 @@ bool UseOwnMemory() {
   return true;
 }
 
+void* AskInThread(void*) {
+  Host("REALGetRBVersion");
+  return nullptr;
+}
+
 bool BreakText(REALpictureStruct*, REALstringStruct* text) {
   if (text == nullptr) return false;
   auto* const get = reinterpret_cast<char* (*)(REALstringStruct*)>(resolve("StringGetCString"));
@@ -88,6 +95,8 @@ __attribute__((noinline)) bool BreakStack(REALpictureStruct*) {
 extern "C" bool BreakRegister(REALpictureStruct*);
 asm("BreakRegister: movl $1, %edi\n movl $1, %eax\n ret");
 
+constexpr const char* kCairoCalls[] = {"cairo_reference", "cairo_save"};
+
 /// What the plugin does wrong with pixels that it has locked, or had.
 void MisusePixels(REALpictureStruct* picture, const REALpictureDescription& pixels) {
   static volatile uint8_t* kept = nullptr;
@@ -101,6 +110,20 @@ void MisusePixels(REALpictureStruct* picture, const REALpictureDescription& pixe
     if (Is("kept")) kept = block->rowTable[0];
     if (Is("width")) --block->width;
     if (Is("table")) block->rowTable[0] = last;
+  }
+  if (pixels.type == kStorageCairoContext) {
+    void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
+    for (const char* const each : kCairoCalls) {
+      auto* const function = reinterpret_cast<void (*)(void*)>(dlsym(library, each));
+      if (Is(each) && function != nullptr) function(pixels.data);
+    }
+    const char* const moves = "cairo_translate";
+    auto* const move = reinterpret_cast<void (*)(void*, double, double)>(dlsym(library, moves));
+    if (Is(moves) && move != nullptr) move(pixels.data, 2, 3);
+    auto* const target = reinterpret_cast<void* (*)(void*)>(dlsym(library, "cairo_get_target"));
+    auto* const keep = reinterpret_cast<void (*)(void*)>(dlsym(library, "cairo_surface_reference"));
+    if (Is("surface") && target != nullptr && keep != nullptr) keep(target(pixels.data));
+    if (library != nullptr) dlclose(library);
   }
   if (Is("late")) {
     Host("unlockPictureDescription", picture);
@@ -126,6 +149,10 @@ bool Break(REALpictureStruct* picture) {
   if (Is("control")) asm volatile("fldcw %0" : : "m"(single));
   if (Is("repeat")) return calls == 1;
   if (!UseOwnMemory()) return false;
+  pthread_t thread;
+  if (Is("thread") && pthread_create(&thread, nullptr, AskInThread, nullptr) == 0) {
+    pthread_join(thread, nullptr);
+  }
   REALpictureDescription description;
   if (!Host("lockPictureDescription", picture, &description)) {
     if (!Is("owed") && version < 2012) Host("unlockPictureDescription", picture);
