@@ -69,7 +69,8 @@ std::string PluginPath(const Options& options) {
   const fs::path path = options.plugin.empty()
                             ? fs::read_symlink("/proc/self/exe").replace_filename("VelPicture.so")
                             : fs::absolute(options.plugin);
-  if (!fs::exists(path)) {
+  std::error_code error;
+  if (!fs::exists(path, error)) {
     throw UserError("there is no plugin " + path.string() +
                     ": build it, or name one with --plugin FILE");
   }
