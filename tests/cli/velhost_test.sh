@@ -274,6 +274,7 @@ batch() {
     status=0
     wait $! || status=$?
     [ "$status" = $((128 + $(kill -l "$signal"))) ] || fail "status $status after a signal"
+    says 'of 99 pictures written to stopped/, 0 failed$'
     [ -z "$(find stopped -name '*png.*')" ] || fail "temporary files: $(ls stopped)"
   done
   set +m
