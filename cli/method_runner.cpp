@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 #include "cli/user_error.h"
@@ -113,6 +114,10 @@ MethodRunner::MethodRunner(const Options& options)
       background_(options.write.background),
       host_(SettingsFor(options)),
       plugin_(PluginPath(options)) {
+  for (const std::string& neighbour : plugin_.Neighbours()) {
+    neighbours_.push_back(std::make_unique<sim::Plugin>(neighbour));
+    neighbours_.back()->Start(host_);
+  }
   plugin_.Start(host_);
   if (!options.kernels.empty()) SelectKernels(plugin_, options.kernels);
   if (log_) std::fputs(host_.log.Text().c_str(), stdout);
