@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 #include "cli/user_error.h"
@@ -54,7 +55,8 @@ std::string PluginPath(const Options& options) {
   const fs::path path = options.plugin.empty()
                             ? fs::read_symlink("/proc/self/exe").replace_filename("VelPicture.so")
                             : fs::absolute(options.plugin);
-  if (!fs::exists(path)) {
+  std::error_code error;
+  if (!fs::exists(path, error)) {
     throw UserError("there is no plugin " + path.string() +
                     ": build it, or name one with --plugin FILE");
   }
@@ -97,6 +99,10 @@ MethodRunner::MethodRunner(const Options& options)
       background_(options.write.background),
       host_(SettingsFor(options)),
       plugin_(PluginPath(options)) {
+  for (const std::string& neighbour : plugin_.Neighbours()) {
+    neighbours_.push_back(std::make_unique<sim::Plugin>(neighbour));
+    neighbours_.back()->Start(host_);
+  }
   plugin_.Start(host_);
   const auto& unreadable = plugin_.unreadable();
   if (plugin_.methods().empty() && !unreadable.empty()) {

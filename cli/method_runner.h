@@ -3,6 +3,7 @@
 // One simulated host with the plugin loaded into it, and the way of a picture through a row of
 // method calls. There is one runner per process.
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -80,6 +81,7 @@ class MethodRunner {
   sim::Rgba background_;
   sim::Host host_;
   sim::Plugin plugin_;
+  std::vector<std::unique_ptr<sim::Plugin>> neighbours_;  ///< that it is linked with
 };
 
 }  // namespace velhost

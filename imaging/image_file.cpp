@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -151,7 +152,10 @@ std::vector<std::string> WriteImage(const std::string& path, Image image,
   std::vector<std::string> notes;
   if (format != Format::kPng && !IsOpaque(image)) {
     image = Flattened(std::move(image), options.background);
-    notes.push_back(path + ": what is transparent is laid over --background (white)");
+    char color[16];
+    const sim::Rgba& under = options.background;
+    std::snprintf(color, sizeof color, "&c%02X%02X%02X", under.red, under.green, under.blue);
+    notes.push_back(path + " cannot hold transparency: laid over " + color + " (--background)");
   }
   if (image.metadata.jpeg.components.size() == 1 && !IsGrey(image)) image.metadata.jpeg = {};
   const Metadata asked = image.metadata;

@@ -237,8 +237,8 @@ std::string EncodeJpeg(Image& image, int quality) {
     } else {
       SetQuality(encoder, quality);
     }
-    // So that what was read does not grow; it takes memory that other pictures have no need of.
-    encoder.optimize_coding = !coding.components.empty();
+    // Smaller files, for memory that pictures with all their colours cannot spare.
+    encoder.optimize_coding = encoder.num_components == 1 || encoder.comp_info->h_samp_factor > 1;
     if (coding.progressive) jpeg_simple_progression(&encoder);
     SetDensity(encoder, metadata.density);
     jpeg_start_compress(&encoder, TRUE);

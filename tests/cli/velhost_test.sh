@@ -233,8 +233,8 @@ metadata() {
 0||kept palette.png n.png pixels|palette.png -m BitmapVel -o n.png
 0||kept bits.png o.png pixels|bits.png -m BitmapVel -o o.png
 0||kept key.png p.png pixels|key.png -m BitmapVel -o p.png
-0|transparent is laid over|has q.jpg corner "(255, 255, 255)"|clear.png -m BitmapVel -o q.jpg
-0|transparent is laid over|has r.bmp corner "(0, 128, 255)"|clear.png -m BitmapVel --background "&c0080FF" -o r.bmp
+0|transparency: laid over &cFFFFFF|has q.jpg corner "(255, 255, 255)"|clear.png -m BitmapVel -o q.jpg
+0|transparency: laid over &c0080FF|has r.bmp corner "(0, 128, 255)"|clear.png -m BitmapVel --background "&c0080FF" -o r.bmp
 0|laid over --background|has s.png corner "(0, 128, 255)"|clear.png -m BitmapVel --background "&c0080FF" --host-version 2011 -o s.png
 1|a.tif is a TIFF file: convert it to PNG first||a.tif -m MirrorVel -o t.png
 1|a.gif is a GIF file||a.gif -m MirrorVel -o t.png
@@ -274,6 +274,7 @@ batch() {
     status=0
     wait $! || status=$?
     [ "$status" = $((128 + $(kill -l "$signal"))) ] || fail "status $status after a signal"
+    says 'of 99 pictures written to stopped/, 0 failed$'
     [ -z "$(find stopped -name '*png.*')" ] || fail "temporary files: $(ls stopped)"
   done
   set +m
