@@ -41,6 +41,9 @@ std::string Host::HostImbalance() const {
       report(handle->Name() + ": " + Counted(handle->references_, "reference") + ", " +
              std::to_string(expected[handle.get()]) + " expected");
     }
+    if (handle->ShowsReferences() && handle->word3_ != handle->references_) {
+      report(handle->Name() + ": its count of references was written to by the plugin");
+    }
     if (!GuardsIntact(*handle)) report(handle->Name() + ": written outside its bounds");
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     if (picture == nullptr) continue;

@@ -111,6 +111,7 @@ void MisusePixels(REALpictureStruct* picture, const REALpictureDescription& pixe
     if (Is("width")) --block->width;
     if (Is("table")) block->rowTable[0] = last;
   }
+  if (Is("header")) ++reinterpret_cast<int32_t*>(picture)[3];
   if (pixels.type == kStorageCairoContext) {
     void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
     for (const char* const each : kCairoCalls) {
@@ -167,6 +168,10 @@ bool Break(REALpictureStruct* picture) {
     if (room == nullptr) rows[0][0] ^= 1;
     if (Is("part")) std::free(room);
     isWhole = room != nullptr;
+  }
+  if (Is("meaningless") && description.type == kStorageConsoleBlock) {
+    const uint8_t* const row = static_cast<ConsolePixelBlock*>(description.data)->rowTable[0];
+    isWhole = row[3] >= 0x80;
   }
   if (!Is("lock")) Host("unlockPictureDescription", picture);
   return isWhole;
