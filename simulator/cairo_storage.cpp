@@ -12,7 +12,7 @@ constexpr int kFormatArgb32 = 0;
 constexpr int kFormatRgb24 = 1;
 constexpr int kStatusSuccess = 0;
 // What Cairo leaves in the unused byte of an RGB24 pixel is anybody's guess.
-constexpr uint32_t kUnusedByte = 0x5Au << 24;
+constexpr uint8_t kUnusedByte = 0x5A;
 
 /// Cairo's own record of the rectangles that may be drawn into.
 struct CairoClip {
@@ -97,7 +97,8 @@ std::unique_ptr<Storage> CairoStorage::Make(const StorageRequest& request) {
 CairoStorage::CairoStorage(const StorageRequest& request)
     : Storage(request.width, request.height, request.alpha),
       strideBytes_(size_t{4} * request.width + request.extraStrideBytes),
-      memory_(request.pool, TotalBytes(strideBytes_, request.height)) {
+      memory_(request.pool, TotalBytes(strideBytes_, request.height)),
+      unusedByte_(request.pool.Meaningless(kUnusedByte)) {
   if (memory_.bytes() == nullptr) return;
   const Cairo& cairo = TheCairo();
   surface_ = cairo.surfaceCreate(memory_.bytes(), alpha() ? kFormatArgb32 : kFormatRgb24, width(),
@@ -177,7 +178,7 @@ void CairoStorage::WriteRow(int y, const Rgba* in) {
   for (int x = 0; x < width(); ++x) {
     const Rgba pixel = in[x];
     const uint32_t pixelAlpha = alpha() ? pixel.alpha : 255;
-    const uint32_t top = alpha() ? pixelAlpha << 24 : kUnusedByte;
+    const uint32_t top = (alpha() ? pixelAlpha : unusedByte_) << 24;
     words[x] = top | Premultiplied(pixel.red, pixelAlpha) << 16 |
                Premultiplied(pixel.green, pixelAlpha) << 8 | Premultiplied(pixel.blue, pixelAlpha);
   }

@@ -42,6 +42,7 @@ class CairoStorage final : public Storage {
 
   size_t strideBytes_;
   PixelMemory memory_;
+  uint32_t unusedByte_;
   void* surface_ = nullptr;
   void* context_ = nullptr;
   unsigned surfaceReferences_ = 0;

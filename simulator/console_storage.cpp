@@ -62,7 +62,8 @@ std::unique_ptr<Storage> ConsoleStorage::Make(const StorageRequest& request) {
 ConsoleStorage::ConsoleStorage(const StorageRequest& request)
     : Storage(request.width, request.height, request.alpha),
       gapBytes_(GapBytes(request.rows)),
-      memory_(request.pool, TotalBytes(request)) {
+      memory_(request.pool, TotalBytes(request)),
+      unusedBit_((request.pool.Meaningless(0) & 0x80U) << 24) {
   if (memory_.bytes() == nullptr) return;
   const size_t stride = static_cast<size_t>(width()) * 4 + static_cast<size_t>(gapBytes_);
   for (const int slot : RowSlots(request)) {
@@ -119,7 +120,7 @@ void ConsoleStorage::WriteRow(int y, const Rgba* in) {
   for (int x = 0; x < width(); ++x) {
     const Rgba pixel = in[x];
     const uint32_t alpha7 = alpha() ? pixel.alpha >> 1 : 0x7F;
-    words[x] = alpha7 << 24 | static_cast<uint32_t>(pixel.red) << 16 |
+    words[x] = unusedBit_ | alpha7 << 24 | static_cast<uint32_t>(pixel.red) << 16 |
                static_cast<uint32_t>(pixel.green) << 8 | pixel.blue;
   }
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-// Console storage: a ConsolePixelBlock with 32-bit words (7-bit alpha in bits 24 to 30) and a table
-// of row addresses. Opaque pictures hold alpha 127 in every word they are written.
+// Console storage: a ConsolePixelBlock with 32-bit words (7-bit alpha in bits 24 to 30, nothing in
+// bit 31) and a table of row addresses. Opaque pictures hold alpha 127 in every word they are
+// written.
 
 #include <vector>
 
@@ -34,6 +35,7 @@ class ConsoleStorage final : public Storage {
 
   int gapBytes_;
   PixelMemory memory_;
+  uint32_t unusedBit_;
   std::vector<uint8_t*> rows_;
   // What the plugin may read only: its copy of the row table, whose entries past the last row are
   // poison, and the block.

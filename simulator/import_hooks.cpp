@@ -61,10 +61,8 @@ void* HookedDlsym(void* library, const char* name) {
   return LookUp("dlsym", name, [&] { return dlsym(library, name); });
 }
 
-const Hook kOtherHooks[] = {{"madvise", reinterpret_cast<void*>(HookedMadvise)},
-                            {"mincore", reinterpret_cast<void*>(HookedMincore)},
-                            {"dlopen", reinterpret_cast<void*>(HookedDlopen)},
-                            {"dlsym", reinterpret_cast<void*>(HookedDlsym)}};
+const Hook kOtherHooks[] = {HookOf("madvise", HookedMadvise), HookOf("mincore", HookedMincore),
+                            HookOf("dlopen", HookedDlopen), HookOf("dlsym", HookedDlsym)};
 
 /// The parts of a loaded object's dynamic section that lead from relocations to symbol names.
 struct Imports {

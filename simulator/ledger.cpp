@@ -44,6 +44,9 @@ std::vector<Discrepancy> Host::Account() const {
     if (!GuardsIntact(*handle)) {
       all.push_back({Discrepancy::kBounds, name + ": written outside its bounds"});
     }
+    if (handle->ShowsReferences() && handle->word3_ != handle->references_) {
+      all.push_back({Discrepancy::kBounds, name + ": its count of references was written to"});
+    }
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     if (picture == nullptr) continue;
     if (picture->descriptionLocks != 0) {
@@ -97,7 +100,8 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   const auto isMixed = [first, last](const auto& handle) {
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->TouchesPages(first, (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
+           picture->storage->TouchesPages(first,
+                                          (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
            !picture->storage->CoversPages(first, last);
   };
   const auto found = std::ranges::find_if(handles_, isMixed);

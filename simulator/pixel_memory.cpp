@@ -1,6 +1,7 @@
 #include "simulator/pixel_memory.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace sim {
@@ -23,6 +24,11 @@ std::unique_ptr<FencedBytes> PixelPool::Allocate(size_t size) {
 void PixelPool::Release(std::unique_ptr<FencedBytes> block) {
   liveBytes -= block->size();
   if (warm) kept_[block->size()].push_back(std::move(block));
+}
+
+uint8_t PixelPool::Meaningless(uint8_t usual) const {
+  constexpr uint8_t kBits[] = {0xDA, 0x00, 0x7F};
+  return bites ? kBits[edges_ % std::size(kBits)] : usual;
 }
 
 Edge PixelPool::NextEdge() {

@@ -25,6 +25,10 @@ class PixelPool {
   /// one, so that of two that are made in pairs both are met.
   Edge NextEdge();
 
+  /// What the bits of a pixel hold that mean nothing: where memory bites, other ones in one picture
+  /// than in the next.
+  uint8_t Meaningless(uint8_t usual) const;
+
   bool warm = false;
   bool bites = false;
   size_t liveBytes = 0;

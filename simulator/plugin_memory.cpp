@@ -242,8 +242,6 @@ void* HookedMemalign(size_t alignment, size_t size) {
   return Aligned("memalign", alignment, size, SITE);
 }
 
-void* HookedValloc(size_t size) { return Aligned("valloc", kPageBytes, size, SITE); }
-
 void HookedFree(void* address) {
   const Busy lock(busy);
   Forget("free", address, SITE);
@@ -257,12 +255,6 @@ void* New(size_t size, Site site) {
                   [](size_t padded) { return operator new(padded, std::nothrow); });
 }
 
-void* NewAligned(size_t size, std::align_val_t alignment, Site site) {
-  return Allocate("new", size, site, false, [alignment](size_t padded) {
-    return operator new(padded, alignment, std::nothrow);
-  });
-}
-
 void* OrThrow(void* address) {
   if (address == nullptr) throw std::bad_alloc();
   return address;
@@ -271,33 +263,27 @@ void* OrThrow(void* address) {
 void* HookedNew(size_t size) { return OrThrow(New(size, SITE)); }
 void* HookedNewNothrow(size_t size, const std::nothrow_t&) { return New(size, SITE); }
 void* HookedNewAligned(size_t size, std::align_val_t alignment) {
-  return OrThrow(NewAligned(size, alignment, SITE));
+  return OrThrow(Aligned("new", static_cast<size_t>(alignment), size, SITE));
 }
 void* HookedNewAlignedNothrow(size_t size, std::align_val_t alignment, const std::nothrow_t&) {
-  return NewAligned(size, alignment, SITE);
+  return Aligned("new", static_cast<size_t>(alignment), size, SITE);
 }
 
-// Those that take a size, or std::nothrow, take it behind the address: one function is all of them.
+// Those that take a size, an alignment or std::nothrow take it behind the address: one function is
+// all of them. What is aligned comes from the C library, here as in the C++ library itself.
 void HookedDelete(void* address) {
   const Busy lock(busy);
   Forget("delete", address, SITE);
   operator delete(address);
 }
 
-void HookedDeleteAligned(void* address, std::align_val_t alignment) {
+void HookedDeleteAligned(void* address) {
   const Busy lock(busy);
   Forget("delete", address, SITE);
-  operator delete(address, alignment);
-}
-
-void HookedDeleteSizedAligned(void* address, size_t, std::align_val_t alignment) {
-  const Busy lock(busy);
-  Forget("delete", address, SITE);
-  operator delete(address, alignment);
+  std::free(address);
 }
 
 // Mapped pages. Whatever part of them is unmapped, the rest stays the plugin's.
-
 size_t WholePages(size_t size) { return (size + kPageBytes - 1) / kPageBytes * kPageBytes; }
 
 void ForgetPages(void* address, size_t size) {
@@ -362,11 +348,6 @@ void* HookedMremap(void* address, size_t former, size_t size, int flags, void* w
   return MadePages("mremap", moved, size, SITE);
 }
 
-template <class Function>
-Hook HookOf(const char* name, Function* function) {
-  return {name, reinterpret_cast<void*>(function)};
-}
-
 }  // namespace
 
 std::span<const Hook> MemoryHooks() {
@@ -376,9 +357,7 @@ std::span<const Hook> MemoryHooks() {
       HookOf("realloc", HookedRealloc),
       HookOf("reallocarray", HookedReallocarray),
       HookOf("strdup", HookedStrdup),
-      HookOf("__strdup", HookedStrdup),
       HookOf("strndup", HookedStrndup),
-      HookOf("__strndup", HookedStrndup),
       HookOf("asprintf", HookedAsprintf),
       HookOf("__asprintf_chk", HookedAsprintfChecked),
       HookOf("vasprintf", HookedVasprintf),
@@ -389,7 +368,6 @@ std::span<const Hook> MemoryHooks() {
       HookOf("posix_memalign", HookedPosixMemalign),
       HookOf("aligned_alloc", HookedAlignedAlloc),
       HookOf("memalign", HookedMemalign),
-      HookOf("valloc", HookedValloc),
       HookOf("free", HookedFree),
       HookOf("_Znwj", HookedNew),
       HookOf("_Znaj", HookedNew),
@@ -407,8 +385,8 @@ std::span<const Hook> MemoryHooks() {
       HookOf("_ZdaPvRKSt9nothrow_t", HookedDelete),
       HookOf("_ZdlPvSt11align_val_t", HookedDeleteAligned),
       HookOf("_ZdaPvSt11align_val_t", HookedDeleteAligned),
-      HookOf("_ZdlPvjSt11align_val_t", HookedDeleteSizedAligned),
-      HookOf("_ZdaPvjSt11align_val_t", HookedDeleteSizedAligned),
+      HookOf("_ZdlPvjSt11align_val_t", HookedDeleteAligned),
+      HookOf("_ZdaPvjSt11align_val_t", HookedDeleteAligned),
       HookOf("mmap", HookedMmap<off_t>),
       HookOf("mmap64", HookedMmap<off64_t>),
       HookOf("munmap", HookedMunmap),

@@ -13,6 +13,11 @@ struct Hook {
   const char* name;
   void* function;
 };
+template <class Function>
+Hook HookOf(const char* name, Function* function) {
+  return {name, reinterpret_cast<void*>(function)};
+}
+
 std::span<const Hook> MemoryHooks();
 
 }  // namespace sim

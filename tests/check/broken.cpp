@@ -253,6 +253,14 @@ const Fault kFaults[] = {
          kept = block.rowTable[0];
        });
      }},
+    {"header", [](Picture* picture) { return ++reinterpret_cast<int32_t*>(picture)[3] > 0; }},
+    {"meaningless",
+     [](Picture* picture) {
+       bool isSet = false;
+       WithBlock(picture,
+                 [&isSet](ConsolePixelBlock& block) { isSet = block.rowTable[0][3] >= 0x80; });
+       return isSet;
+     }},
     {"width",
      [](Picture* picture) {
        return WithBlock(picture, [](ConsolePixelBlock& block) { --block.width; });
