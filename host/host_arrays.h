@@ -49,7 +49,8 @@ VEL_EXPORT void REALGetArrayValue(REALarrayStruct* array, long index, REALstring
 VEL_EXPORT void REALGetArrayValue(REALarrayStruct* array, long index, REALobjectStruct** out);
 
 // Replaces element `index`; the array takes a reference of its own on a string or object, and gives
-// back the one on what it held before.
+// back the one on what it held before. Where the built-in can add no reference, it gives none back
+// either, except when null replaces an element.
 
 VEL_EXPORT void REALSetArrayValue(REALarrayStruct* array, long index, long long value);
 VEL_EXPORT void REALSetArrayValue(REALarrayStruct* array, long index, unsigned long long value);

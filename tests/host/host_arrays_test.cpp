@@ -139,6 +139,23 @@ INSTANTIATE_TEST_SUITE_P(By, Arrays, testing::Bool(), [](const auto& param) {
   return std::string(param.param ? "BuiltIn" : "Host");
 });
 
+TEST(ArrayProviders, NullReleasesAnElementEvenWhereNobodyCanAddReferences) {
+  Session session({.missing = {kSetProvider, "REALLockString"}});
+  const auto set = Element<REALstringStruct*>(session.plugin).set;
+  const auto array = session.host.MakeArray(ElementType::kString, 1);
+  const auto filled = session.host.MakeString("a", kEncodingUtf8);
+  const auto other = session.host.MakeString("b", kEncodingUtf8);
+  session.host.Lock(filled.get());
+  array->At<void*>(0) = filled.get();
+  set(array->handle(), 0, other->handle());
+  EXPECT_EQ(array->At<void*>(0), other.get());
+  EXPECT_EQ(std::pair(filled->references(), other->references()), std::pair(2, 1));
+  set(array->handle(), 0, filled->handle());
+  set(array->handle(), 0, nullptr);
+  EXPECT_EQ(array->At<void*>(0), nullptr);
+  EXPECT_EQ(filled->references(), 1);
+}
+
 TEST(ArrayProviders, ABuiltInIsKeptWhenTheHostGainsItsOwn) {
   Session session;
   session.host.settings.missing = {kGetProvider};

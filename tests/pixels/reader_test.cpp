@@ -110,7 +110,7 @@ TEST_P(Reader, TriesTheStoragesInOrder) {
     EXPECT_EQ(editor.baseAddress, editor.pixels);
     EXPECT_EQ(editor.ownedBuffer, nullptr);
     EXPECT_EQ(editor.hasAlpha, param.alpha);
-    EXPECT_EQ(editor.writable, edits);
+    EXPECT_EQ(std::pair(editor.writable, editor.allowCopy), std::pair(edits, param.mode != 'r'));
     ASSERT_EQ(editor.rowTable != nullptr, param.pixelType == 8);
     EXPECT_EQ(editor.rowTable != nullptr ? *editor.rowTable : editor.pixels, editor.pixels);
     const velpicture::Rgba read = session.Get(editor, 4, 2);
@@ -180,6 +180,23 @@ TEST(ReaderChecks, ConsoleBlocksMustBeInOrder) {
       EXPECT_TRUE(session.isConsole());
       if (opened) session.Close(editor);
     }
+  }
+}
+
+TEST(ReaderChecks, ConsolePicturesAreAsLargeAsTheirDescriptionsSay) {
+  PixelSession session;
+  const OddStorage::Scope odd;
+  OddStorage::lockType = kStorageConsoleBlock;
+  static uint8_t row[4], *rows[] = {row};
+  static ConsolePixelBlock block{0, 9, 9, {}, rows, rows};
+  const auto picture = session.host.MakePicture(sim::Image(2, 2), {.storage = kNone});
+  for (const int height : {1, 0, -1}) {
+    OddStorage::answer = {kStorageConsoleBlock, &block, 5, height, {}};
+    PictureEditor editor;
+    ASSERT_TRUE(session.Read(editor, picture->handle()));
+    EXPECT_EQ(std::tuple(editor.width, editor.height, editor.rowBytes, editor.pixels),
+              std::tuple(5, height, 20, row));
+    session.Close(editor);
   }
 }
 
