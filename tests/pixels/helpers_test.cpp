@@ -173,6 +173,8 @@ TEST(Helpers, OwnCopyIsParticular) {
       {"SourceFlags", kBoth, false, [](Copy& c) { c.from->flags = 2; }},
       {"TargetRows", kBoth, false, [](Copy& c) { c.to->rowTable = nullptr; }},
       {"SourceRows", kBoth, false, [](Copy& c) { c.from->rowTable = nullptr; }},
+      {"NoWidth", kBoth, true, [](Copy& c) { c.to->width = c.from->width = 0; }},
+      {"NegativeWidth", kBoth, true, [](Copy& c) { c.to->width = c.from->width = -1; }},
       {"NoStorage", kBoth, true, [](Copy& c) { c.to->storage = c.from->storage = nullptr; }},
   };
   for (const CopyCase& each : kCases) {
@@ -191,7 +193,7 @@ TEST(Helpers, OwnCopyIsParticular) {
     EXPECT_FALSE(own(nullptr, source->handle()) || own(target->handle(), nullptr));
     EXPECT_EQ(own(target->handle(), source->handle()), each.copied);
     EXPECT_EQ(session.Steps(), each.steps);
-    EXPECT_EQ(target->Read(), each.copied ? image : before);
+    EXPECT_EQ(target->Read(), each.copied && copy.to->width > 0 ? image : before);
   }
 }
 
