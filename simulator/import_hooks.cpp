@@ -37,7 +37,10 @@ bool AllocationFails(const char* name) {
 
 void* HookedMalloc(size_t size) {
   if (AllocationFails("malloc")) return nullptr;
-  return Track(std::malloc(size), size, __builtin_return_address(0));
+  void* const address = Track(std::malloc(size), size, __builtin_return_address(0));
+  // Whatever was there before: not the zeros that fresh memory has.
+  if (address != nullptr) std::memset(address, 0xA5, size);
+  return address;
 }
 
 void* HookedCalloc(size_t count, size_t size) {

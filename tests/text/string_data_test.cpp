@@ -62,8 +62,10 @@ TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
     EXPECT_EQ(l.bytes(), expected);
     EXPECT_EQ(std::memcmp(l.bytes().end(), "\0\0\0", 4), 0);
     EXPECT_EQ(l.record.encoding, encoding);
+    const REALstringData filled = l.record;
     l.Dispose();
-    EXPECT_TRUE(l.record.reserved[0] == 79 && l.record.reserved[1] == 80);
+    EXPECT_EQ(std::memcmp(&l.record, &filled, sizeof filled), 0) << "cleared";
+    EXPECT_TRUE(filled.reserved[0] == 79 && filled.reserved[1] == 80);
     EXPECT_EQ(l.host.Imbalance(), "");
   }
 }

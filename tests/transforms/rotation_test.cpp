@@ -1,6 +1,7 @@
 // Rotation figure by figure: the pictures it asks for, in which order it lets them go, angles and
 // sizes at the edge, and independence of the caller's floating-point and stack habits.
 
+#include <cfenv>
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -248,6 +249,16 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
       ASSERT_TRUE(made.picture);
       EXPECT_EQ(Difference(Raster::Of(*made.picture), expected), "");
     }
+    // What calculations have met so far is the caller's to know as well.
+    for (const int met : {0, FE_ALL_EXCEPT}) {
+      std::feclearexcept(FE_ALL_EXCEPT);
+      std::feraiseexcept(met);
+      session.Own<sim::Picture>(session.Call<Picture*(Picture*, double, unsigned long)>(
+          "rbRotate", source->handle(), angle, 0UL));
+      session.Call<long long(Picture*, double)>("rbRotateMemory", source->handle(), angle);
+      EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), met);
+    }
+    std::feclearexcept(FE_ALL_EXCEPT);
   }
 }
 
