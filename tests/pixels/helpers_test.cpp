@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "tests/pixels/picture_functions.h"
 
 namespace {
@@ -36,6 +38,7 @@ const CloneCase kClones[] = {
     {"", true, 2012.0, " method? draw drop", true, 0},
     {"", false, 2012.0, "", false, 0},
     {kDrawPicture, true, 2012.0, " method? 10 10 unlock unlock clear drop", true, 0},
+    {kDrawPicture, true, std::nan(""), " method? 10 10 unlock unlock clear drop", true, 0},
     {kDrawPicture, true, 2011.99, " method? 10 10 unlock unlock clear drop", true, 1},
     {"REALLoadObjectMethod", true, 0.0, " 10 10 unlock unlock clear drop", true, 1},
 };

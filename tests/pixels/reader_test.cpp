@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -242,8 +243,8 @@ TEST(ReaderChecks, LibrariesThatGiveNothingAreRefused) {
     shown = picture.get();
     PictureEditor editor;
     const bool opened = session.Read(editor, picture->handle());
-    EXPECT_EQ(opened && editor.rowBytes == 1,
-              each.entry == std::string("_gdk_pixbuf_get_rowstride"));
+    EXPECT_EQ(opened, each.entry == std::string("_gdk_pixbuf_get_rowstride"));
+    EXPECT_EQ(editor.rowBytes, opened ? 1 : 0);
     if (opened) session.Close(editor);
     EXPECT_EQ(session.Steps(), std::string("kinds alpha? 12 ") +
                                    (each.storage == kGdk ? "6 " : "") +
@@ -277,6 +278,7 @@ TEST(PictureLocks, AreGivenBackAfterAFailureOnOldHostsOnly) {
   constexpr const char* kLock = "REALLockPictureDescription";
   for (const auto& [version, missing, steps] : {std::tuple{2011.99, "", "6 unlock"},
                                                 {2012.0, "", "6"},
+                                                {std::nan(""), "", "6"},
                                                 {2011.99, kLock, "unlock"},
                                                 {2012.0, kLock, ""}}) {
     PixelSession session({.version = version, .missing = {missing}});

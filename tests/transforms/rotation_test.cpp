@@ -139,6 +139,8 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       {{100, 50, 0}, -2, 0.5, 9, {25, 5, 9}},
       {{100}, 0, 0.5, 101, {100, 101}},  // rounded towards the current pixel
       {{101}, 0, 0.5, 100, {101, 100}},
+      {{}, 0, 0.5, 9, {9, 9}},
+      {{5, 6}, 0, 0.5, 9, {}},
       {{255, 0}, 0, 1 - 0x1p-53, 255, {255, 254, 1}},
   };
   const Session session;
@@ -168,10 +170,14 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       skew(source, target, 0, line.offset, line.weight, back, back, back, back);
       EXPECT_EQ(to, words(line.expected));
       // As reading and writing pixel by pixel leaves the cursors, up to the trailing one.
-      const int last =
-          target.height == 1 ? 0 : std::min(source.height + line.offset, target.height - 1);
-      EXPECT_EQ(std::tuple(source.accessX, source.accessY, target.accessX, target.accessY),
-                std::tuple(0, source.height - 1, 0, last));
+      const auto expectCursor = [](const PictureEditor& moved, bool hasPixels, int y) {
+        EXPECT_EQ(std::pair(moved.accessX, moved.accessY),
+                  hasPixels ? std::pair(0, y) : std::pair(99, 99));
+      };
+      expectCursor(source, !from.empty(), source.height - 1);
+      expectCursor(
+          target, !to.empty(),
+          target.height == 1 ? 0 : std::min(source.height + line.offset, target.height - 1));
     }
   }
 }
