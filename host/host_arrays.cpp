@@ -95,9 +95,7 @@ template <class T>
 void GetValue(REALarrayStruct* array, long index, T* out, Provider<GetProcedure<T>> builtIn) {
   static constinit HostEntry<GetProcedure<T>(REALarrayStruct*)> entry(
       "RuntimeArrayDirectGetGetProc");
-  static constinit Provider<GetProcedure<T>> provider = nullptr;
-  if (provider == nullptr) provider = entry.Address();
-  if (provider == nullptr) provider = builtIn;
+  const Provider<GetProcedure<T>> provider = entry.AddressOr(builtIn);
   if (provider == nullptr) return;
   const GetProcedure<T> get = provider(array);
   if (get != nullptr && out != nullptr) *out = get(array, index);
@@ -107,10 +105,7 @@ template <class T>
 void SetValue(REALarrayStruct* array, long index, T value) {
   static constinit HostEntry<SetProcedure<T>(REALarrayStruct*)> entry(
       "RuntimeArrayDirectGetSetProc");
-  static constinit Provider<SetProcedure<T>> provider = nullptr;
-  if (provider == nullptr) provider = entry.Address();
-  if (provider == nullptr) provider = ProvideWriteElement<T>;
-  const SetProcedure<T> set = provider(array);
+  const SetProcedure<T> set = entry.AddressOr(ProvideWriteElement<T>)(array);
   if (set != nullptr) set(array, value, index);
 }
 

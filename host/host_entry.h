@@ -38,6 +38,12 @@ class HostEntry<Result(Args...)> {
     return address_;
   }
 
+  /// The same, or `builtIn`, which then stands in the entry's place for good.
+  Function AddressOr(Function builtIn) {
+    if (Address() == nullptr) address_ = builtIn;
+    return address_;
+  }
+
   /// Calls the host function; zero in the result's form when the host lacks it.
   Result operator()(Args... args) {
     const Function function = Address();

@@ -5,7 +5,7 @@
 
 #include "host/console_flags.h"
 #include "host/entry.h"
-#include "pixels/picture_helpers.h"
+#include "pixels/whole_pictures.h"
 #include "transforms/mirror.h"
 #include "transforms/quarter_turns.h"
 #include "transforms/rotate.h"

@@ -1,22 +1,27 @@
 #pragma once
 
 #include "host/host_calls.h"
+#include "pixels/picture_lock.h"
 
 namespace velpicture {
 
-/// Gives one locked description back at the end of the scope, unless it was passed on with Keep.
+/// A picture's description locked for one kind of storage, a REALpictureStorage, until the scope
+/// ends; what is kept is unlocked by somebody else. False where the host has no such storage.
 class DescriptionLock {
  public:
-  explicit DescriptionLock(REALpictureStruct* lockedPicture) : picture_(lockedPicture) {}
+  DescriptionLock(REALpictureStruct* picture, REALpictureDescription& description, long storage)
+      : locked_(REALLockPictureDescriptionX(picture, &description, storage) ? picture : nullptr) {}
   DescriptionLock(const DescriptionLock&) = delete;
   DescriptionLock& operator=(const DescriptionLock&) = delete;
   ~DescriptionLock() noexcept(false) {
-    if (picture_ != nullptr) REALUnlockPictureDescription(picture_);
+    if (locked_ != nullptr) REALUnlockPictureDescription(locked_);
   }
-  void Keep() { picture_ = nullptr; }
+
+  explicit operator bool() const { return locked_ != nullptr; }
+  void Keep() { locked_ = nullptr; }
 
  private:
-  REALpictureStruct* picture_;
+  REALpictureStruct* locked_;
 };
 
 }  // namespace velpicture

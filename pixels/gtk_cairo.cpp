@@ -52,54 +52,52 @@ void* OpenLibrary(const char* const (&names)[kCount]) {
   return nullptr;
 }
 
+/// Fills `entry`; false when the library, which may be null, has none of that name.
 template <class Function>
-void Resolve(void* library, const char* name, Function& entry) {
-  entry = reinterpret_cast<Function>(dlsym(library, name));
+bool Resolve(void* library, const char* name, Function& entry) {
+  if (library != nullptr) entry = reinterpret_cast<Function>(dlsym(library, name));
+  return entry != nullptr;
+}
+
+bool ResolveGtk() {
+  void* const gtk = OpenLibrary(kGtkNames);
+  void* const gdk = OpenLibrary(kGdkNames);
+  bool all = Resolve(gdk, "gdk_pixbuf_get_pixels", _gdk_pixbuf_get_pixels);
+  all &= Resolve(gdk, "gdk_pixbuf_get_rowstride", _gdk_pixbuf_get_rowstride);
+  all &= Resolve(gdk, "gdk_pixbuf_get_from_drawable", _gdk_pixbuf_get_from_drawable);
+  all &= Resolve(gdk, "gdk_pixbuf_unref", _gdk_pixbuf_unref);
+  // Offered to callers, and not needed here.
+  Resolve(gdk, "gdk_unicode_to_keyval", _gdk_unicode_to_keyval);
+  Resolve(gdk, "gdk_keyval_to_unicode", _gdk_keyval_to_unicode);
+  Resolve(gtk, "gtk_settings_get_default", _gtk_settings_get_default);
+  Resolve(gtk, "g_object_get", _g_object_get);
+  return all;
+}
+
+bool ResolveCairo() {
+  void* const cairo = OpenLibrary(kCairoNames);
+  bool all = Resolve(cairo, "cairo_image_surface_get_data", _cairo_image_surface_get_data);
+  all &= Resolve(cairo, "cairo_image_surface_get_width", _cairo_image_surface_get_width);
+  all &= Resolve(cairo, "cairo_image_surface_get_height", _cairo_image_surface_get_height);
+  all &= Resolve(cairo, "cairo_image_surface_get_stride", _cairo_image_surface_get_stride);
+  all &= Resolve(cairo, "cairo_get_target", _cairo_get_target);
+  return all;
+}
+
+/// resolve() at the first call, and its answer from then on.
+template <bool (*resolve)()>
+bool Load() {
+  static bool tried = false;
+  static bool loaded = false;
+  if (!tried) {
+    tried = true;
+    loaded = resolve();
+  }
+  return loaded;
 }
 
 }  // namespace
 
-bool LoadGTK() {
-  static bool tried = false;
-  static bool loaded = false;
-  if (tried) return loaded;
-  tried = true;
+bool LoadGTK() { return Load<ResolveGtk>(); }
 
-  void* const gtk = OpenLibrary(kGtkNames);
-  void* const gdk = OpenLibrary(kGdkNames);
-  if (gdk != nullptr) {
-    Resolve(gdk, "gdk_pixbuf_get_pixels", _gdk_pixbuf_get_pixels);
-    Resolve(gdk, "gdk_pixbuf_get_rowstride", _gdk_pixbuf_get_rowstride);
-    Resolve(gdk, "gdk_pixbuf_get_from_drawable", _gdk_pixbuf_get_from_drawable);
-    Resolve(gdk, "gdk_pixbuf_unref", _gdk_pixbuf_unref);
-    Resolve(gdk, "gdk_unicode_to_keyval", _gdk_unicode_to_keyval);
-    Resolve(gdk, "gdk_keyval_to_unicode", _gdk_keyval_to_unicode);
-  }
-  if (gtk != nullptr) {
-    Resolve(gtk, "gtk_settings_get_default", _gtk_settings_get_default);
-    Resolve(gtk, "g_object_get", _g_object_get);
-  }
-  loaded = _gdk_pixbuf_get_pixels != nullptr && _gdk_pixbuf_get_rowstride != nullptr &&
-           _gdk_pixbuf_get_from_drawable != nullptr && _gdk_pixbuf_unref != nullptr;
-  return loaded;
-}
-
-bool LoadCairo() {
-  static bool tried = false;
-  static bool loaded = false;
-  if (tried) return loaded;
-  tried = true;
-
-  void* const cairo = OpenLibrary(kCairoNames);
-  if (cairo != nullptr) {
-    Resolve(cairo, "cairo_image_surface_get_data", _cairo_image_surface_get_data);
-    Resolve(cairo, "cairo_image_surface_get_width", _cairo_image_surface_get_width);
-    Resolve(cairo, "cairo_image_surface_get_height", _cairo_image_surface_get_height);
-    Resolve(cairo, "cairo_image_surface_get_stride", _cairo_image_surface_get_stride);
-    Resolve(cairo, "cairo_get_target", _cairo_get_target);
-  }
-  loaded = _cairo_image_surface_get_data != nullptr && _cairo_image_surface_get_width != nullptr &&
-           _cairo_image_surface_get_height != nullptr &&
-           _cairo_image_surface_get_stride != nullptr && _cairo_get_target != nullptr;
-  return loaded;
-}
+bool LoadCairo() { return Load<ResolveCairo>(); }

@@ -1,11 +1,12 @@
 #include "pixels/picture_reader.h"
 
 #include "host/application.h"
+#include "host/host_references.h"
+#include "host/scope_exit.h"
 #include "pixels/description_lock.h"
-#include "pixels/editor_guard.h"
 #include "pixels/gtk_cairo.h"
-#include "pixels/picture_helpers.h"
-#include "pixels/picture_lock.h"
+#include "pixels/open_new_picture.h"
+#include "pixels/whole_pictures.h"
 
 using namespace velpicture;
 
@@ -51,91 +52,73 @@ bool DescribeSurface(void* context, PixelBuffer& buffer) {
          buffer.pixels != nullptr;
 }
 
-Attempt OpenCairo(PictureEditor& editor, REALpictureStruct* picture) {
-  const REALpictureDescription& description = editor.description;
-  if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageCairoContext)) {
-    return Attempt::kNotThere;
-  }
-  DescriptionLock lock(picture);
-  IsDesktop = true;
-  if (description.data == nullptr || description.type != kStorageCairoContext || !LoadCairo()) {
-    return Attempt::kRefused;
-  }
+// Each fills the editor from the locked description of its storage; false when that is of no use.
+
+bool FillFromCairo(PictureEditor& editor, REALpictureStruct* picture) {
+  if (!LoadCairo()) return false;
   PixelBuffer buffer{};
   buffer.type = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
-  if (!DescribeSurface(description.data, buffer)) return Attempt::kRefused;
+  if (!DescribeSurface(editor.description.data, buffer)) return false;
   FillEditor(editor, picture, buffer);
-  lock.Keep();
-  return Attempt::kOpened;
+  return true;
 }
 
-/// One reference on a pixbuf, given back at the end of the scope unless it was passed on.
-class PixbufReference {
- public:
-  explicit PixbufReference(void* pixbuf) : pixbuf_(pixbuf) {}
-  PixbufReference(const PixbufReference&) = delete;
-  PixbufReference& operator=(const PixbufReference&) = delete;
-  ~PixbufReference() {
-    if (pixbuf_ != nullptr) _gdk_pixbuf_unref(pixbuf_);
-  }
-  void* get() const { return pixbuf_; }
-  void* Release() {
-    void* const pixbuf = pixbuf_;
-    pixbuf_ = nullptr;
-    return pixbuf;
-  }
-
- private:
-  void* pixbuf_;
-};
-
-Attempt OpenGdk(PictureEditor& editor, REALpictureStruct* picture) {
+bool FillFromGdk(PictureEditor& editor, REALpictureStruct* picture) {
+  if (!LoadGTK()) return false;
   const REALpictureDescription& description = editor.description;
-  if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageGdkDrawable)) {
-    return Attempt::kNotThere;
-  }
-  DescriptionLock lock(picture);
-  IsDesktop = true;
-  if (description.data == nullptr || description.type != kStorageGdkDrawable || !LoadGTK()) {
-    return Attempt::kRefused;
-  }
-  PixbufReference pixbuf(_gdk_pixbuf_get_from_drawable(nullptr, description.data, nullptr, 0, 0, 0,
-                                                       0, description.width, description.height));
-  if (pixbuf.get() == nullptr) return Attempt::kRefused;
-  uint8_t* const pixels = _gdk_pixbuf_get_pixels(pixbuf.get());
-  if (pixels == nullptr) return Attempt::kRefused;
+  void* const pixbuf = _gdk_pixbuf_get_from_drawable(nullptr, description.data, nullptr, 0, 0, 0, 0,
+                                                     description.width, description.height);
+  if (pixbuf == nullptr) return false;
+  ScopeExit unreference([=] { _gdk_pixbuf_unref(pixbuf); });
+  uint8_t* const pixels = _gdk_pixbuf_get_pixels(pixbuf);
+  if (pixels == nullptr) return false;
   FillEditor(editor, picture, {kPixelRgb24, pixels, description.width, description.height, 0});
-  editor.rowBytes = _gdk_pixbuf_get_rowstride(pixbuf.get());
-  editor.pixbuf = pixbuf.Release();
-  lock.Keep();
-  return Attempt::kOpened;
+  editor.rowBytes = _gdk_pixbuf_get_rowstride(pixbuf);
+  editor.pixbuf = pixbuf;
+  unreference.Dismiss();
+  return true;
 }
 
-Attempt OpenConsole(PictureEditor& editor, REALpictureStruct* picture) {
+bool FillFromConsole(PictureEditor& editor, REALpictureStruct* picture) {
   const REALpictureDescription& description = editor.description;
-  if (!REALLockPictureDescriptionX(picture, &editor.description, kStorageConsoleBlock)) {
-    return Attempt::kNotThere;
-  }
-  DescriptionLock lock(picture);
-  IsConsole = true;
   const auto* const block = static_cast<const ConsolePixelBlock*>(description.data);
-  if (description.type != kStorageConsoleBlock || block == nullptr) return Attempt::kRefused;
-  if (!editor.hasAlpha && block->flags != 0) return Attempt::kRefused;
-  if (block->rowTable == nullptr || block->storage == nullptr) return Attempt::kRefused;
+  if (!editor.hasAlpha && block->flags != 0) return false;
+  if (block->rowTable == nullptr || block->storage == nullptr) return false;
   // The byte width of a row wraps with the host's own 32-bit arithmetic; rows are never reached
   // through it, since the row table has their addresses.
   const auto rowBytes = static_cast<int>(static_cast<uint32_t>(description.width) * 4);
   FillEditor(editor, picture,
              {kPixelConsole, block->rowTable[0], description.width, description.height, rowBytes});
   editor.rowTable = block->rowTable;
+  return true;
+}
+
+struct Storage {
+  REALpictureStorage kind;
+  bool& ownApplication;  ///< the flag of the kind of application that has such storage
+  bool (*fill)(PictureEditor& editor, REALpictureStruct* picture);
+};
+
+constexpr Storage kCairo = {kStorageCairoContext, IsDesktop, FillFromCairo};
+constexpr Storage kGdk = {kStorageGdkDrawable, IsDesktop, FillFromGdk};
+constexpr Storage kConsole = {kStorageConsoleBlock, IsConsole, FillFromConsole};
+
+Attempt Open(const Storage& storage, PictureEditor& editor, REALpictureStruct* picture) {
+  DescriptionLock lock(picture, editor.description, storage.kind);
+  if (!lock) return Attempt::kNotThere;
+  storage.ownApplication = true;
+  const REALpictureDescription& description = editor.description;
+  const bool isFilled = description.data != nullptr && description.type == storage.kind &&
+                        storage.fill(editor, picture);
+  if (!isFilled) return Attempt::kRefused;
   lock.Keep();
   return Attempt::kOpened;
 }
 
 bool OpenWithAlpha(PictureEditor& editor, REALpictureStruct* picture) {
   Attempt attempt = Attempt::kNotThere;
-  if (!IsConsole) attempt = OpenCairo(editor, picture);
-  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = OpenConsole(editor, picture);
+  if (!IsConsole) attempt = Open(kCairo, editor, picture);
+  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = Open(kConsole, editor, picture);
   return attempt == Attempt::kOpened;
 }
 
@@ -143,11 +126,11 @@ bool OpenOpaque(PictureEditor& editor, REALpictureStruct* picture) {
   const bool mayCopy = !IsConsole && editor.allowCopy && !editor.writable;
   Attempt attempt = Attempt::kNotThere;
   if (!IsConsole) {
-    attempt = OpenCairo(editor, picture);
-    if (attempt == Attempt::kNotThere) attempt = OpenGdk(editor, picture);
+    attempt = Open(kCairo, editor, picture);
+    if (attempt == Attempt::kNotThere) attempt = Open(kGdk, editor, picture);
   }
   // Before the copy: a host without a Graphics would leave the copy of a console picture blank.
-  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = OpenConsole(editor, picture);
+  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = Open(kConsole, editor, picture);
   if (attempt != Attempt::kNotThere || !mayCopy) return attempt == Attempt::kOpened;
   // The editor keeps the copy until it is closed. The copy was opened without leave to copy again.
   return OpenNewPicture(editor, ClonePicture(picture), false,

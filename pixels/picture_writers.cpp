@@ -4,17 +4,15 @@
 #include <utility>
 
 #include "host/host_references.h"
-#include "host/versions.h"
-#include "pixels/editor_guard.h"
-#include "pixels/picture_helpers.h"
-#include "pixels/picture_reader.h"
+#include "host/scope_exit.h"
+#include "pixels/open_new_picture.h"
+#include "pixels/whole_pictures.h"
 
 using namespace velpicture;
 
 namespace {
 
 constexpr int kLongestOpaqueSide = 32767;
-constexpr long kPictureDepth = 32;
 constexpr int64_t kLargestBuffer = 0x7FFFFFFF;
 
 /// Replaces an editor that only holds a copy of its picture's pixels by an own-buffer writer.
@@ -35,15 +33,6 @@ PictureReference FinishedPicture(PictureEditor& editor) {
                                                      editor.ownedBuffer, editor.rowBytes));
 }
 
-/// Frees a writer's own buffer at the end of the scope: the host has copied its pixels.
-struct OwnedBufferScope {
-  PictureEditor& editor;
-  ~OwnedBufferScope() {
-    std::free(editor.ownedBuffer);
-    editor.ownedBuffer = nullptr;
-  }
-};
-
 }  // namespace
 
 bool NewPictureWriter(PictureEditor& editor, int width, int height) {
@@ -51,7 +40,7 @@ bool NewPictureWriter(PictureEditor& editor, int width, int height) {
   if (width < 1 || width > kLongestOpaqueSide || height < 1 || height > kLongestOpaqueSide) {
     return false;
   }
-  return OpenNewPicture(editor, REALNewPicture(width, height, kPictureDepth), true, [&] {
+  return OpenNewPicture(editor, NewPicture(width, height, false), true, [&] {
     return editor.pixelType != kPixelRgb24 || ReplaceByOwnBuffer(editor, width, height);
   });
 }
@@ -109,30 +98,13 @@ bool NewPictureWriterLinux(PictureEditor& editor, long width, long height) {
 }
 
 REALpictureStruct* RenderPictureWriter(PictureEditor& editor) {
-  const OwnedBufferScope buffer{editor};
+  // The host copies the pixels of a buffer, which stays ours.
+  const ScopeExit freeBuffer([&] {
+    std::free(editor.ownedBuffer);
+    editor.ownedBuffer = nullptr;
+  });
   PictureReference result = FinishedPicture(editor);
   ClosePictureEditor(editor);
   if (result) REALPictureClearCache(result.get());
   return result.Release();
-}
-
-REALpictureStruct* NewPictureWithAlphaChannel(int width, int height) {
-  if (width < 1 || height < 1 || !MakesAlphaPictures()) return nullptr;
-  HostReference<REALobjectStruct> instance(REALnewInstance("Picture"));
-  if (!instance) return nullptr;
-  const auto construct = reinterpret_cast<void (*)(REALobjectStruct*, long, long)>(
-      REALLoadObjectMethod(instance.get(), "Constructor(width as integer, height as integer)"));
-  if (construct == nullptr) return nullptr;
-  construct(instance.get(), width, height);
-  return reinterpret_cast<REALpictureStruct*>(instance.Release());
-}
-
-REALpictureStruct* NewPicture(int width, int height, signed char alpha) {
-  if (width < 1 || height < 1) return nullptr;
-  if (alpha != 0) {
-    if (REALpictureStruct* const picture = NewPictureWithAlphaChannel(width, height)) {
-      return picture;
-    }
-  }
-  return REALNewPicture(width, height, kPictureDepth);
 }

@@ -36,9 +36,3 @@ VEL_EXPORT bool NewPictureWriterLinux(PictureEditor& editor, long width, long he
 
 /// Closes the writer and returns the picture it made, with one reference for the caller, or null.
 VEL_EXPORT REALpictureStruct* RenderPictureWriter(PictureEditor& editor);
-
-/// A new picture with alpha channel, one reference for the caller; null below version 2011.04.
-VEL_EXPORT REALpictureStruct* NewPictureWithAlphaChannel(int width, int height);
-
-/// A new picture, with alpha channel when `alpha` is set and the host can, else opaque.
-VEL_EXPORT REALpictureStruct* NewPicture(int width, int height, signed char alpha);

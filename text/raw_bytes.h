@@ -6,8 +6,8 @@
 
 #include "host/host_types.h"
 #include "host/versions.h"
+#include "text/filled_record.h"
 #include "text/legacy_string.h"
-#include "text/string_data.h"
 
 namespace velpicture {
 
@@ -15,18 +15,13 @@ namespace velpicture {
 /// from the legacy layout. Valid for one scope, in which the string must be held.
 class RawBytes {
  public:
-  explicit RawBytes(REALstringStruct* string) {
-    if (string == nullptr) return;
-    if (BorrowsStringData()) {
-      borrowed_ = REALGetStringData(string, kEncodingUndefined, &record_);
-    }
-    bytes_ = borrowed_ ? LentBytes(record_) : LegacyBytes(string);
+  explicit RawBytes(REALstringStruct* string)
+      : isLent_(string != nullptr && BorrowsStringData() &&
+                REALGetStringData(string, kEncodingUndefined, &record_)) {
+    if (string != nullptr) bytes_ = isLent_ ? LentBytes(record_) : LegacyBytes(string);
   }
   RawBytes(const RawBytes&) = delete;
   RawBytes& operator=(const RawBytes&) = delete;
-  ~RawBytes() noexcept(false) {
-    if (borrowed_) REALDisposeStringData(&record_);
-  }
 
   unsigned char operator[](uint32_t index) const {
     return static_cast<unsigned char>(bytes_.data[index]);
@@ -35,7 +30,8 @@ class RawBytes {
 
  private:
   REALstringData record_ = {};
-  bool borrowed_ = false;
+  const bool isLent_;
+  const FilledRecord filled_{record_, isLent_};
   TextBytes bytes_;
 };
 

@@ -4,9 +4,9 @@
 #include "host/host_references.h"
 #include "host/scope_exit.h"
 #include "host/versions.h"
+#include "text/filled_record.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
-#include "text/string_data.h"
 
 using velpicture::AddReference;
 using velpicture::HostReference;
@@ -44,7 +44,9 @@ rbData::rbData(REALstringStruct* viewed) : rbData() {
   velpicture::TextBytes bytes;
   if (velpicture::BorrowsStringData()) {
     ownsStringData = REALGetStringData(viewed, kEncodingUndefined, &stringData);
-    if (ownsStringData) bytes = velpicture::LentBytes(stringData);
+    // A host that refuses may have written there all the same.
+    if (!ownsStringData) stringData = {};
+    bytes = velpicture::LentBytes(stringData);
   } else {
     unreferenced = !AddReference(viewed);
     string = viewed;
@@ -66,9 +68,7 @@ rbData::~rbData() noexcept(false) {
     length = 0;
     velpicture::KeepStores(this);
   });
-  const ScopeExit dispose([this] {
-    if (ownsStringData) REALDisposeStringData(&stringData);
-  });
+  const velpicture::FilledRecord record(stringData, ownsStringData);
   const HostReference<REALmemoryBlockStruct> heldBlock(block, !unreferenced);
   const StringReference heldString(string, !unreferenced);
 }

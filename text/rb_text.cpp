@@ -8,10 +8,10 @@
 #include "host/scope_exit.h"
 #include "host/versions.h"
 #include "text/builders.h"
+#include "text/filled_record.h"
 #include "text/keep_stores.h"
 #include "text/legacy_string.h"
 #include "text/rb_data.h"
-#include "text/string_data.h"
 
 using velpicture::LoadUnaligned;
 using velpicture::ScopeExit;
@@ -68,21 +68,14 @@ void DropLeadingUnit(rbText& text, uint16_t mark) {
   --length;
 }
 
-/// Releases what the host lent, from holding number `first` on: the source, the converted strings,
-/// the records. Each is released even when the host throws while it releases another.
-void ReleaseFrom(rbText& text, int first) {
-  constexpr int kFirstRecord = 1 + rbText::kHostSlots;
-  constexpr int kEnd = kFirstRecord + rbText::kHostSlots;
-  if (first == kEnd) return;
-  const ScopeExit releaseRest([&] { ReleaseFrom(text, first + 1); });
-  if (first >= kFirstRecord) {
-    const int slot = first - kFirstRecord;
-    if (text.ownsRecord[slot]) REALDisposeStringData(&text.records[slot]);
-  } else {
-    const StringReference held(first == 0 ? text.source : text.strings[first - 1],
-                               first != 0 || !text.unreferenced);
-  }
-}
+/// What a slot holds of the host's, until the scope ends.
+struct HeldSlot {
+  HeldSlot(rbText& text, rbText::Slot slot)
+      : record(text.records[slot], text.ownsRecord[slot]), string(text.strings[slot]) {}
+
+  const velpicture::FilledRecord record;
+  const StringReference string;
+};
 
 /// Releases everything and leaves the view empty, even when the host throws meanwhile.
 void Empty(rbText& text) {
@@ -101,7 +94,14 @@ void Empty(rbText& text) {
     }
     velpicture::KeepStores(&text);
   });
-  ReleaseFrom(text, 0);
+  // Released from the bottom up, each even when the host throws while it releases another.
+  static_assert(rbText::kHostSlots == 5);
+  const HeldSlot utf16(text, rbText::kUtf16);
+  const HeldSlot utf8(text, rbText::kUtf8);
+  const HeldSlot ascii(text, rbText::kAscii);
+  const HeldSlot macRoman(text, rbText::kMacRoman);
+  const HeldSlot windows(text, rbText::kWindows);
+  const StringReference source(text.source, !text.unreferenced);
 }
 
 using ConvertMember = void (rbText::*)();

@@ -1,6 +1,6 @@
 #include "transforms/mirror.h"
 
-#include "transforms/picture_scopes.h"
+#include "transforms/make_picture.h"
 #include "transforms/pixel_moves.h"
 
 using namespace velpicture;

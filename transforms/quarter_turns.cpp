@@ -1,7 +1,7 @@
 #include "transforms/quarter_turns.h"
 
+#include "transforms/make_picture.h"
 #include "transforms/mirror.h"
-#include "transforms/picture_scopes.h"
 #include "transforms/pixel_moves.h"
 
 using namespace velpicture;

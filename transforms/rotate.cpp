@@ -5,10 +5,10 @@
 #include <cmath>
 
 #include "host/host_references.h"
-#include "pixels/picture_helpers.h"
 #include "pixels/pixel_formats.h"
+#include "pixels/whole_pictures.h"
 #include "transforms/floating_point_scope.h"
-#include "transforms/picture_scopes.h"
+#include "transforms/make_picture.h"
 #include "transforms/quarter_turns.h"
 #include "transforms/rotation_angle.h"
 #include "transforms/shear_blocks.h"

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "pixels/picture_helpers.h"
+#include "pixels/whole_pictures.h"
 #include "transforms/floating_point_scope.h"
 #include "transforms/rotation_angle.h"
 

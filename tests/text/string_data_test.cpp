@@ -168,6 +168,10 @@ TEST_P(RbDataOfStrings, HoldTheStringOrItsBytes) {
     EXPECT_EQ(data.At<uint8_t>(28), borrows ? 1 : 0);
     ExpectToEnd(data);
   }
+  if (!borrows) return;
+  session.host.faults.failing = {GetParam().conversion};
+  const auto string = session.host.MakeString("refused", kEncodingUtf8);
+  EXPECT_EQ(Data(session.plugin, string.get()).Words(), (std::array<uint32_t, 10>()));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, RbDataOfStrings, testing::ValuesIn(kTextHosts),

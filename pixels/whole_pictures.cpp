@@ -1,4 +1,4 @@
-#include "pixels/picture_helpers.h"
+#include "pixels/whole_pictures.h"
 
 #include <cstring>
 
@@ -6,12 +6,12 @@
 #include "host/resolver.h"
 #include "host/versions.h"
 #include "pixels/description_lock.h"
-#include "pixels/picture_lock.h"
-#include "pixels/picture_writers.h"
 
 using namespace velpicture;
 
 namespace {
+
+constexpr long kPictureDepth = 32;
 
 constexpr char kDrawPictureDeclaration[] =
     "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
@@ -83,6 +83,27 @@ bool PictureHasAlphaChannel(REALpictureStruct* picture) {
   return REALGetPropValue(AsObject(picture), "HasAlphaChannel", &hasAlpha) && hasAlpha != 0;
 }
 
+REALpictureStruct* NewPictureWithAlphaChannel(int width, int height) {
+  if (width < 1 || height < 1 || !MakesAlphaPictures()) return nullptr;
+  HostReference<REALobjectStruct> instance(REALnewInstance("Picture"));
+  if (!instance) return nullptr;
+  const auto construct = reinterpret_cast<void (*)(REALobjectStruct*, long, long)>(
+      REALLoadObjectMethod(instance.get(), "Constructor(width as integer, height as integer)"));
+  if (construct == nullptr) return nullptr;
+  construct(instance.get(), width, height);
+  return reinterpret_cast<REALpictureStruct*>(instance.Release());
+}
+
+REALpictureStruct* NewPicture(int width, int height, signed char alpha) {
+  if (width < 1 || height < 1) return nullptr;
+  if (alpha != 0) {
+    if (REALpictureStruct* const picture = NewPictureWithAlphaChannel(width, height)) {
+      return picture;
+    }
+  }
+  return REALNewPicture(width, height, kPictureDepth);
+}
+
 REALpictureStruct* ClonePicture(REALpictureStruct* picture) {
   const int width = GetPictureWidth(picture);
   const int height = GetPictureHeight(picture);
@@ -138,14 +159,12 @@ bool OwnCopy(REALpictureStruct* target, REALpictureStruct* source, long x, long 
 
   REALpictureDescription sourceDescription{};
   REALpictureDescription targetDescription{};
-  if (!REALLockPictureDescriptionX(source, &sourceDescription, kStorageConsoleBlock)) return false;
   bool copied = false;
   {
-    const DescriptionLock sourceLock(source);
-    if (REALLockPictureDescriptionX(target, &targetDescription, kStorageConsoleBlock)) {
-      const DescriptionLock targetLock(target);
-      copied = CopyBlocks(BlockOf(targetDescription), BlockOf(sourceDescription));
-    }
+    const DescriptionLock sourceLock(source, sourceDescription, kStorageConsoleBlock);
+    if (!sourceLock) return false;
+    const DescriptionLock targetLock(target, targetDescription, kStorageConsoleBlock);
+    copied = targetLock && CopyBlocks(BlockOf(targetDescription), BlockOf(sourceDescription));
   }
   REALPictureClearCache(target);
   return copied;

@@ -1,8 +1,8 @@
 #pragma once
 
-// Small operations on whole host pictures: sizes, clones, drawing one picture into another, and the
-// three Picture methods that are no more than that. Returned pictures carry one reference for the
-// caller; every failure is null, false or 0.
+// Whole host pictures: their sizes, new ones, copies, drawing one into another, and the three
+// Picture methods that are no more than that. Returned pictures carry one reference for the caller;
+// every failure is null, false or 0.
 
 #include "host/export.h"
 #include "host/host_types.h"
@@ -12,6 +12,12 @@ VEL_EXPORT int GetPictureWidth(REALpictureStruct* picture);
 VEL_EXPORT int GetPictureHeight(REALpictureStruct* picture);
 /// False also when the host does not tell. Null is handed to it like any picture.
 VEL_EXPORT bool PictureHasAlphaChannel(REALpictureStruct* picture);
+
+/// A new picture with alpha channel, one reference for the caller; null below version 2011.04.
+VEL_EXPORT REALpictureStruct* NewPictureWithAlphaChannel(int width, int height);
+
+/// A new picture, with alpha channel when `alpha` is set and the host can, else opaque.
+VEL_EXPORT REALpictureStruct* NewPicture(int width, int height, signed char alpha);
 
 /// A new opaque 32-bit picture of the same size, or of width x height, with the picture drawn into
 /// it unscaled from the top left. It stays blank where the host offers no Graphics for it.
