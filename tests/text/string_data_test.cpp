@@ -82,6 +82,8 @@ TEST(StringData, AFailureLeavesTheRecordAlone) {
     l.host.faults.failing = {failing};
     l.string->Claim(claim);
     EXPECT_FALSE(l.Get(kEncodingWindowsLatin1));
+    EXPECT_EQ(l.log.Lookups("StringGetCString"), 1);
+    EXPECT_EQ(l.log.Calls("REALLoadGlobalMethod"), 1) << "whatever else is missing";
     EXPECT_EQ(l.record.data, nullptr);
     EXPECT_EQ(l.record.length, 77U);
   }
