@@ -77,37 +77,36 @@ class RowWalk {
   const bool upwards_;
 };
 
-/// Turns rows that lie anywhere, a block at a time: copied to a buffer, one behind the other.
-class GatheredRows {
- public:
-  static constexpr int kColumns = 128;
+constexpr int kBandColumns = 1024;
+constexpr int kGatheredColumns = 128;
 
-  /// Turns the band's columns, at most kColumns, from `column` on, of all `rowCount` rows.
-  static void Transpose(const Kernels& kernels, const RowWalk& rows, TransposeBand band, int column,
-                        int rowCount, int bytesPerPixel, int targetBytesPerPixel) {
-    alignas(64) uint8_t block[kRows * kStride];
-    uint8_t* targetRows[kColumns];
-    std::copy_n(band.targetRows, band.columnCount, targetRows);
-    band.targetRows = targetRows;
-    band.source = block;
-    band.sourceStride = kStride;
-    for (int first = 0; first < rowCount; first += kRows) {
-      band.rowCount = std::min(rowCount - first, kRows);
-      for (int i = 0; i < band.rowCount; ++i) {
-        std::memcpy(block + i * kStride,
-                    rows.Row(first + i) + static_cast<ptrdiff_t>(column) * bytesPerPixel,
-                    static_cast<size_t>(band.columnCount) * bytesPerPixel);
-      }
-      kernels.transpose(band);
-      for (int i = 0; i < band.columnCount; ++i) targetRows[i] += kRows * targetBytesPerPixel;
-    }
-  }
-
- private:
-  static constexpr int kRows = 64;
+/// Turns a band, of at most kGatheredColumns, of rows that lie anywhere: a block at a time is
+/// copied to a buffer, one row behind the other. That is no part of the caller's frame, since a
+/// kernel may need as large a buffer when rows are steady.
+[[gnu::noinline]] void TransposeGathered(const Kernels& kernels, const RowWalk& rows,
+                                         TransposeBand band, ptrdiff_t sourceBytes,
+                                         int bytesPerPixel, int targetBytesPerPixel) {
+  constexpr int kRows = 64;
   // A line more than the pixels: rows a power of two apart would fall into few sets of the cache.
-  static constexpr ptrdiff_t kStride = kColumns * 4 + 64;
-};
+  constexpr ptrdiff_t kStride = kGatheredColumns * 4 + 64;
+  alignas(64) uint8_t block[kRows * kStride];
+  uint8_t* targetRows[kGatheredColumns];
+  std::copy_n(band.targetRows, band.columnCount, targetRows);
+  band.targetRows = targetRows;
+  band.source = block;
+  band.sourceStride = kStride;
+  band.stores = Stores::kCached;
+  const int rowCount = band.rowCount;
+  for (int first = 0; first < rowCount; first += kRows) {
+    band.rowCount = std::min(rowCount - first, kRows);
+    for (int i = 0; i < band.rowCount; ++i) {
+      std::memcpy(block + i * kStride, rows.Row(first + i) + sourceBytes,
+                  static_cast<size_t>(band.columnCount) * bytesPerPixel);
+    }
+    kernels.transpose(band);
+    for (int i = 0; i < band.columnCount; ++i) targetRows[i] += kRows * targetBytesPerPixel;
+  }
+}
 
 }  // namespace
 
@@ -146,28 +145,28 @@ void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn 
   const Kernels& kernels = SelectedKernels();
   const StoresScope scope(HasBytes(target, kStreamedTurnBytes) || HasCollidingRows(target));
   const RowWalk rows(source, clockwise);
-  const bool even = rows.HasConstantStride();
+  const bool isSteady = rows.HasConstantStride();
 
-  constexpr int kBandColumns = 1024;
   uint8_t* targetRows[kBandColumns];
   TransposeBand band = {};
+  band.sourceStride = rows.Stride();
+  band.rowCount = source.height;
   band.formats = {source.pixelType, target.pixelType};
   band.stores = scope.stores();
   band.targetRows = targetRows;
-  const int bandColumns = even ? kBandColumns : GatheredRows::kColumns;
+  const int bandColumns = isSteady ? kBandColumns : kGatheredColumns;
   for (int x = 0; x < source.width; x += bandColumns) {
     band.columnCount = std::min(bandColumns, source.width - x);
     for (int i = 0; i < band.columnCount; ++i) {
       targetRows[i] = RowAddress(target, clockwise ? x + i : source.width - 1 - x - i);
     }
-    if (even) {
-      band.source = rows.Row(0) + static_cast<ptrdiff_t>(x) * source.bytesPerPixel;
-      band.sourceStride = rows.Stride();
-      band.rowCount = source.height;
+    const ptrdiff_t sourceBytes = static_cast<ptrdiff_t>(x) * source.bytesPerPixel;
+    if (isSteady) {
+      band.source = rows.Row(0) + sourceBytes;
       kernels.transpose(band);
     } else {
-      GatheredRows::Transpose(kernels, rows, band, x, source.height, source.bytesPerPixel,
-                              target.bytesPerPixel);
+      TransposeGathered(kernels, rows, band, sourceBytes, source.bytesPerPixel,
+                        target.bytesPerPixel);
     }
   }
 }

@@ -40,6 +40,15 @@ inline int BytesToLine(const uint8_t* address) {
   return static_cast<int>(-reinterpret_cast<uintptr_t>(address) & (kLineBytes - 1));
 }
 
+/// Columns of pixels of so many bytes up to where lines of the cache begin in all rows, or a line's
+/// worth where they do not begin at the same column: with rows a power of two apart, a line shared
+/// by two groups of columns would not last from one to the next.
+template <int kBytes>
+inline int ColumnsToLine(const uint8_t* row, ptrdiff_t stride) {
+  const int columns = BytesToLine(row) / 4;
+  return kBytes == 4 && stride % kLineBytes == 0 && columns > 0 ? columns : kLineWords;
+}
+
 struct WordPixels {
   static constexpr int kBytes = 4;
   static constexpr int kAlphaBits = 8;

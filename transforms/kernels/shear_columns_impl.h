@@ -89,18 +89,6 @@ ColumnGroup PlanGroup(const ColumnShear& columns, int first, int limit) {
   return group;
 }
 
-/// Where lines begin at the same column in all source rows, groups do so too: with rows a power of
-/// two apart, a line shared by two groups would not last from one to the next.
-int FirstGroupLimit(const ColumnShear& columns) {
-  const uint8_t* const* const rows = columns.sourceRows + columns.sourceRowsBegin;
-  if (columns.sourceRowsEnd - columns.sourceRowsBegin < 2 ||
-      columns.formats.source == kPixelRgb24 || (rows[1] - rows[0]) % kLineBytes != 0) {
-    return kGroupColumns;
-  }
-  const int bytes = BytesToLine(rows[0]);
-  return bytes >= 4 ? bytes / 4 : kGroupColumns;
-}
-
 /// A vector's width of columns: the source rows of each lane, and where in these its pixels lie.
 template <class Source>
 struct LaneRows {
@@ -320,7 +308,10 @@ void ShearColumns(const ColumnShear& columns) {
   VisitKinds(columns.formats, [&](auto source, auto target) {
     ColumnTile<decltype(source), decltype(target)> tile(columns);
     ColumnGroup groups[kMostGroups];
-    int limit = FirstGroupLimit(columns);
+    const uint8_t* const* const rows = columns.sourceRows + columns.sourceRowsBegin;
+    int limit = columns.sourceRowsEnd - columns.sourceRowsBegin < 2
+                    ? kGroupColumns
+                    : ColumnsToLine<decltype(source)::kBytes>(rows[0], rows[1] - rows[0]);
     for (int first = 0; first < columns.columnCount;) {
       int groupCount = 0;
       while (groupCount < kMostGroups && first < columns.columnCount) {

@@ -20,8 +20,8 @@ constexpr int kStripColumns = kLineWords;
 constexpr int kAheadRows = 32;
 
 template <class Source, class Target>
-struct TransposeOf {
-  explicit TransposeOf(const TransposeBand& transposeBand)
+struct BandTranspose {
+  explicit BandTranspose(const TransposeBand& transposeBand)
       : band(transposeBand), convert(band.formats) {}
 
   void MovePixel(int row, int column) const {
@@ -35,7 +35,7 @@ struct TransposeOf {
   template <int kSkip>
   static void TransposeFour(const uint8_t* source, ptrdiff_t stride, uint8_t* const* targetRows,
                             int targetBytes, Conversion<Source, Target> convert) {
-    // Everything is at hand before the first byte is stored: who knows what that may change.
+    // Addresses first: byte stores may alias the table, which would be reloaded.
     uint8_t* const to[] = {targetRows[0] + targetBytes, targetRows[1] + targetBytes,
                            targetRows[2] + targetBytes, targetRows[3] + targetBytes};
     source -= kSkip;
@@ -62,8 +62,8 @@ struct TransposeOf {
     store(3, Vector::High64(high01, high23));
   }
 
-  /// Columns `first` to end − 1, at least four, of sixteen rows: a vector's rows at a time, of
-  /// which even rows that collide in the cache leave each other their lines.
+  /// Columns `first` to end − 1, at least four, of sixteen rows, a vector's rows at a time: of rows
+  /// a power of two apart, which share a set of the cache, it keeps no more.
   void TransposeStep(int firstRow, int first, int end) const {
     const ptrdiff_t stride = band.sourceStride;
     uint8_t* const* const targetRows = band.targetRows;
@@ -91,7 +91,8 @@ struct TransposeOf {
       return;
     }
     int column = 0;
-    int end = FirstStripEnd();
+    const int toLine = ColumnsToLine<Source::kBytes>(band.source, band.sourceStride);
+    int end = toLine >= 4 ? toLine : kStripColumns;
     while (column < band.columnCount) {
       if (band.columnCount - end < 4) end = band.columnCount;
       int row = 0;
@@ -108,24 +109,58 @@ struct TransposeOf {
     }
   }
 
-  /// Where lines begin at the same column in all source rows, strips do so too.
-  int FirstStripEnd() const {
-    const int toLine = BytesToLine(band.source);
-    const bool isEven = band.sourceStride % kLineBytes == 0 && toLine % 4 == 0;
-    return isEven && Source::kBytes == 4 && toLine >= 16 ? toLine / 4 : kStripColumns;
-  }
-
   const TransposeBand& band;
   const Conversion<Source, Target> convert;
 };
 
-// What is larger than the cache is gathered, so that several lines at a stretch go to each target
-// row past the cache: memory, too, has pages that it opens slowly.
+// What is larger than the cache goes through a stage: a block of rows is gathered there, so that
+// several lines at a stretch go to each target row past the cache. Memory, too, has pages that it
+// opens slowly. Target rows are aligned to single bytes, each in its own way, so what a block
+// leaves of a line waits in the stage, in front of the next block.
 constexpr int kStageColumns = 128;
 constexpr int kStageRows = 64;
 
-/// Target rows are aligned to single bytes, each in its own way, so what a block leaves of a line
-/// waits in the stage, in front of the next block.
+/// The lines of so many source rows, to be asked for one by one.
+struct SourceLines {
+  void PrefetchNext() {
+    if (rowCount == 0) return;
+    Prefetch(source, offset);
+    offset += kLineBytes;
+    if (offset < rowBytes) return;
+    offset = 0;
+    source += stride;
+    --rowCount;
+  }
+
+  const uint8_t* source;
+  ptrdiff_t stride;
+  int rowCount;
+  int rowBytes;
+  int offset;
+};
+
+/// Writes the lines that a target row's next block completes, `staged` being its pixels. Meanwhile
+/// the source lines are asked for.
+template <int kBlockBytes>
+inline void PutBlock(uint8_t* target, uint8_t* staged, bool isFirst, bool isLast,
+                     SourceLines& lines) {
+  int i = BytesToLine(target);
+  if (isFirst) {
+    __builtin_memcpy(target, staged, static_cast<size_t>(i));
+  } else if (i > 0) {
+    i -= kLineBytes;
+  }
+  for (; i + kLineBytes <= kBlockBytes; i += kLineBytes) {
+    for (int v = i; v < i + kLineBytes; v += Vector::kBytes) {
+      Vector::Stream(target + v, Vector::Load(staged + v));
+    }
+    lines.PrefetchNext();
+  }
+  if (isLast) __builtin_memcpy(target + i, staged + i, static_cast<size_t>(kBlockBytes - i));
+  __builtin_memcpy(staged - kLineBytes, staged + kBlockBytes - kLineBytes, kLineBytes);
+}
+
+/// At most kStageColumns columns.
 template <class Source, class Target>
 void TransposeThroughStage(const TransposeBand& band) {
   constexpr int kBlockBytes = kStageRows * Target::kBytes;
@@ -138,55 +173,29 @@ void TransposeThroughStage(const TransposeBand& band) {
   TransposeBand block = band;
   block.rowCount = kStageRows;
   block.targetRows = stageRows;
-  const int linesPerRow = (band.columnCount * Source::kBytes + kLineBytes - 1) / kLineBytes;
-  const int blockCount = band.rowCount / kStageRows;
-  for (int b = 0; b < blockCount; ++b) {
-    // Of rows a power of two apart, a set of the cache holds few lines: as few as a step needs.
-    for (int row = 0; row < kStageRows; row += kLineWords) {
-      TransposeOf<Source, Target>(block).TransposeStep(row, 0, band.columnCount);
+  int row = 0;
+  for (; row + kStageRows <= band.rowCount; row += kStageRows) {
+    for (int step = 0; step < kStageRows; step += kLineWords) {
+      BandTranspose<Source, Target>(block).TransposeStep(step, 0, band.columnCount);
     }
     block.source += kStageRows * band.sourceStride;
-    // While the lines go out, the next block comes in.
-    int aheadLine = 0;
-    ptrdiff_t aheadRow = b + 1 < blockCount ? 0 : kStageRows * band.sourceStride;
+    const bool isLast = row + 2 * kStageRows > band.rowCount;
+    SourceLines next = {block.source, band.sourceStride, isLast ? 0 : kStageRows,
+                        band.columnCount * Source::kBytes, 0};
     for (int column = 0; column < band.columnCount; ++column) {
-      uint8_t* const row = band.targetRows[column];
-      const int head = BytesToLine(row);
-      uint8_t* to = row + head + b * kBlockBytes;
-      const uint8_t* from = stage[column] + kLineBytes + head;
-      const uint8_t* const end = stage[column] + kBlockBytes;
-      if (b == 0) {
-        __builtin_memcpy(row, stageRows[column], static_cast<size_t>(head));
-      } else if (head > 0) {
-        to -= kLineBytes;
-        from -= kLineBytes;
-      }
-      for (; from <= end; from += kLineBytes, to += kLineBytes) {
-        for (int i = 0; i < kLineBytes; i += Vector::kBytes) {
-          Vector::Stream(to + i, Vector::Load(from + i));
-        }
-        if (aheadRow == kStageRows * band.sourceStride) continue;
-        Prefetch(block.source, aheadRow + aheadLine * kLineBytes);
-        if (++aheadLine == linesPerRow) {
-          aheadLine = 0;
-          aheadRow += band.sourceStride;
-        }
-      }
-      if (b + 1 == blockCount) {
-        __builtin_memcpy(to, from, static_cast<size_t>(end + kLineBytes - from));
-      }
-      __builtin_memcpy(stage[column], end, kLineBytes);
+      PutBlock<kBlockBytes>(band.targetRows[column] + row * Target::kBytes,
+                            stage[column] + kLineBytes, row == 0, isLast, next);
     }
   }
-  block.rowCount = band.rowCount - blockCount * kStageRows;
-  if (block.rowCount == 0) return;
-  if (blockCount > 0 && block.rowCount < kLineWords) block.rowCount = kLineWords;
-  const int firstRow = band.rowCount - block.rowCount;
-  block.source = band.source + firstRow * band.sourceStride;
+  if (row == band.rowCount) return;
+  // The rest goes without the stage, and some of that once more where it is little.
+  if (row > 0 && band.rowCount - row < kLineWords) row = band.rowCount - kLineWords;
+  block.source = band.source + row * band.sourceStride;
+  block.rowCount = band.rowCount - row;
   for (int column = 0; column < band.columnCount; ++column) {
-    stageRows[column] = band.targetRows[column] + firstRow * Target::kBytes;
+    stageRows[column] = band.targetRows[column] + row * Target::kBytes;
   }
-  TransposeOf<Source, Target>(block).Transpose();
+  BandTranspose<Source, Target>(block).Transpose();
 }
 
 void Transpose(const TransposeBand& band) {
@@ -194,17 +203,17 @@ void Transpose(const TransposeBand& band) {
     using Source = decltype(source);
     using Target = decltype(target);
     // A stage of fewer columns than a strip is not worth its filling.
-    if (band.stores == Stores::kCached || band.columnCount < kLineWords) {
-      TransposeOf<Source, Target>(band).Transpose();
+    if (band.stores == Stores::kCached || band.columnCount < kStripColumns) {
+      BandTranspose<Source, Target>(band).Transpose();
       return;
     }
     TransposeBand part = band;
     for (int done = 0; done < band.columnCount; done += part.columnCount) {
       const int remaining = band.columnCount - done;
-      // None of the parts has fewer than sixteen columns.
-      part.columnCount = remaining <= kStageColumns               ? remaining
-                         : remaining < kStageColumns + kLineWords ? kStageColumns - kLineWords
-                                                                  : kStageColumns;
+      // None of the parts has fewer columns than a strip.
+      part.columnCount = remaining <= kStageColumns                  ? remaining
+                         : remaining < kStageColumns + kStripColumns ? kStageColumns - kStripColumns
+                                                                     : kStageColumns;
       part.source = band.source + done * Source::kBytes;
       part.targetRows = band.targetRows + done;
       TransposeThroughStage<Source, Target>(part);
