@@ -49,9 +49,14 @@ class Methods : public testing::TestWithParam<PictureSetup> {
       }
     };
     for (const auto& [method, move] : kMoves) {
-      // The padding of a longer row travels along, into pixels that nobody asked for.
-      const bool isPadded = GetParam().extraStrideBytes != 0 && move == model::kFlipRows;
-      if (format.surplus.width <= 0 || !isPadded) expect(method, Moved(before, format, move));
+      Raster expected = Moved(before, format, move);
+      // Rows that move whole take their padding along, into pixels that nobody asked for.
+      const bool isWhole = move == model::kFlipRows && GetParam().source == GetParam().target;
+      const int padding = isWhole ? GetParam().extraStrideBytes / 4 : 0;
+      for (int x = before.width; x < std::min(before.width + padding, expected.width); ++x) {
+        for (int y = 0; y < before.height; ++y) expected.Word(x, y) = sim::kGuardByte * 0x01010101U;
+      }
+      expect(method, expected);
     }
     for (const double angle : {-630.0, 180.0, -90.0, 30.0, -44.5, 100.0, 135.0, 225.5, 1e-7}) {
       expect("RotateVel", Rotated(before, format, angle, 0x80FF4011).result,
@@ -171,6 +176,29 @@ TEST_P(Methods, FillLargerPicturesFromTheTopLeftAndRefuseSmallerOnes) {
     const bool isLarger = surplus.width >= 0 && surplus.height >= 0;
     Compare(session, source.get(), isLarger,
             {FormatOfResults(), isLarger ? surplus : model::Size{}, blank});
+  }
+}
+
+TEST(Mirrors, TakePaddingAlongWhereRowsChangePlacesWhole) {
+  if (const std::string why = sim::InstallStorage(StorageKind::kCairo); !why.empty()) {
+    GTEST_SKIP() << why;
+  }
+  Session session({.application = sim::AppKind::kDesktop});
+  ASSERT_TRUE(session.Call<bool()>("LoadCairo"));
+  // Four columns and one that is none.
+  Variable<int (*)(void*)>(session.plugin, "_cairo_image_surface_get_width") = [](void*) {
+    return 4;
+  };
+  const auto picture = session.host.MakePicture(sim::PatternImage(5, 3), {StorageKind::kCairo});
+  for (const auto& [method, move] : kMovesInPlace) {
+    const Raster before = Raster::Of(*picture);
+    Raster expected = before;
+    const bool isWhole = move == model::kFlipRows;
+    move.ForEachPixel({isWhole ? 5 : 4, 3}, [&](int x, int y, int toX, int toY) {
+      expected.Word(toX, toY) = before.Word(x, y);
+    });
+    EXPECT_TRUE(session.plugin.Call(method, picture.get()).boolean);
+    EXPECT_EQ(Difference(Raster::Of(*picture), expected), "") << method;
   }
 }
 
