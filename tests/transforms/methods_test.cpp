@@ -179,7 +179,7 @@ TEST_P(Methods, FillLargerPicturesFromTheTopLeftAndRefuseSmallerOnes) {
   }
 }
 
-TEST(Mirrors, TakePaddingAlongWhereRowsChangePlacesWhole) {
+TEST(Mirrors, MoveRowsWholeWhereFormatsAgreeAndPaddingAsFarAsItFits) {
   if (const std::string why = sim::InstallStorage(StorageKind::kCairo); !why.empty()) {
     GTEST_SKIP() << why;
   }
@@ -200,6 +200,30 @@ TEST(Mirrors, TakePaddingAlongWhereRowsChangePlacesWhole) {
     EXPECT_TRUE(session.plugin.Call(method, picture.get()).boolean);
     EXPECT_EQ(Difference(Raster::Of(*picture), expected), "") << method;
   }
+  // The new picture's rows are shorter, and have no room for a fifth.
+  const Raster source = Raster::Of(*picture);
+  Raster expected(source.format, {4, 3});
+  model::kFlipRows.ForEachPixel(expected.size(), [&](int x, int y, int toX, int toY) {
+    expected.Word(toX, toY) = source.Word(x, y);
+  });
+  sim::Settings& settings = session.host.settings;
+  settings.newPictures = settings.newAlphaPictures = StorageKind::kCairo;
+  const auto made = session.plugin.Call("VMirrorVel", picture.get()).picture;
+  ASSERT_TRUE(made);
+  EXPECT_EQ(Difference(Raster::Of(*made), expected), "");
+
+  // Once the source is open, nothing is said to have an alpha channel: the formats differ.
+  using Target = void*(void*);
+  static Target* target;
+  target = std::exchange(Variable<Target*>(session.plugin, "_cairo_get_target"), [](void* context) {
+    sim::Host::Current().settings.missing = {"HasAlphaChannel"};
+    return target(context);
+  });
+  const auto alpha = session.host.MakePicture(sim::PatternImage(4, 3), {StorageKind::kCairo, true});
+  const auto opaque = session.plugin.Call("VMirrorVel", alpha.get()).picture;
+  ASSERT_TRUE(opaque);
+  EXPECT_EQ(Raster::Of(*opaque).words,
+            Moved(Raster::Of(*alpha), model::Format::kRgb, model::kFlipRows).words);
 }
 
 TEST_P(Methods, PutPixelsWhereTheyBelong) {
