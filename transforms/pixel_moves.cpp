@@ -77,7 +77,7 @@ class RowWalk {
   const bool upwards_;
 };
 
-constexpr int kBandColumns = 1024;
+constexpr int kBandColumns = 512;
 constexpr int kGatheredColumns = 128;
 
 /// Turns a band, of at most kGatheredColumns, of rows that lie anywhere: a block at a time is

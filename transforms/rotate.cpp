@@ -26,7 +26,7 @@ int SideLength(double length, int extra) {
 
 ShearLine SplitOffset(double offset) {
   const double whole = std::floor(offset);
-  return {static_cast<int>(whole), offset - whole};
+  return {static_cast<int>(whole), offset - whole, 0};
 }
 
 /// The first pass: row y moves by (y - origin + 0.5) * tangent, computed afresh for each row.

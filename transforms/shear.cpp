@@ -3,7 +3,6 @@
 #include "transforms/shear.h"
 
 #include "pixels/pixel_formats.h"
-#include "transforms/kernels/kernels.h"
 #include "transforms/kernels/shear_multiplier.h"
 #include "transforms/shear_blocks.h"
 
@@ -13,7 +12,7 @@ namespace {
 /// Rows of a picture that columns are sheared in at a time, and the most that the offsets of one
 /// call's columns may lie apart: they bound the row tables, which are on the stack.
 constexpr int kBandRows = 512;
-constexpr int kMaxOffsetSpread = 1024;
+constexpr int kMaxOffsetSpread = 768;
 
 /// The line's offset; a line whose pixels all land outside the destination may as well start right
 /// beside it.
@@ -50,8 +49,9 @@ class ColumnBlock {
         background_(BackgroundWord(background, target)) {}
 
   /// Shears as many of the columns as one block takes, at least one; returns their number.
-  int Shear(int firstColumn, const ShearLine* lines, int count) {
+  int Shear(int firstColumn, ShearLine* lines, int count) {
     const int taken = Plan(lines, count);
+    columns_ = lines;
     for (int y = 0; y < target_.height; y += kBandRows) {
       const int remaining = target_.height - y;
       ShearBand(firstColumn, taken, y, remaining < kBandRows ? remaining : kBandRows);
@@ -60,19 +60,18 @@ class ColumnBlock {
   }
 
  private:
-  int Plan(const ShearLine* lines, int count) {
+  int Plan(ShearLine* lines, int count) {
     int taken = 0;
-    for (; taken < count && taken < kShearBlockLines; ++taken) {
+    for (; taken < count; ++taken) {
       const int offset = NearOffset(lines[taken], source_.height, target_.height);
       const int64_t low = taken > 0 && least_ < offset ? least_ : offset;
       const int64_t high = taken > 0 && greatest_ > offset ? greatest_ : offset;
       if (high - low > kMaxOffsetSpread) break;
       least_ = static_cast<int>(low);
       greatest_ = static_cast<int>(high);
-      columns_[taken] = {offset, Multiplier(lines[taken].weight), lines[taken].weight};
+      lines[taken].offset = offset;
+      lines[taken].multiplier = Multiplier(lines[taken].weight);
     }
-    // The tables begin one row before the first pixel of the column that lies lowest.
-    for (int j = 0; j < taken; ++j) columns_[j].lag = greatest_ - columns_[j].lag + 1;
     return taken;
   }
 
@@ -81,6 +80,7 @@ class ColumnBlock {
     uint8_t* targetRows[kBandRows];
     const ptrdiff_t sourceBytes = static_cast<ptrdiff_t>(firstColumn) * source_.bytesPerPixel;
     const ptrdiff_t targetBytes = static_cast<ptrdiff_t>(firstColumn) * target_.bytesPerPixel;
+    // The tables begin one row before the first pixel of the column that lies lowest.
     const int64_t firstRow = static_cast<int64_t>(y) - greatest_ - 1;
     const int sourceRowCount = rowCount + (greatest_ - least_) + 1 + kMostExtraLag;
     int begin = sourceRowCount, end = 0;
@@ -103,6 +103,7 @@ class ColumnBlock {
                            {source_.pixelType, target_.pixelType},
                            columns_,
                            count,
+                           greatest_,
                            background_});
   }
 
@@ -112,13 +113,13 @@ class ColumnBlock {
   const uint32_t background_;
   int least_ = 0;
   int greatest_ = 0;
-  ShearColumn columns_[kShearBlockLines];
+  const ShearLine* columns_ = nullptr;
 };
 
 }  // namespace
 
-void SkewRows(const PictureEditor& source, PictureEditor& target, int firstRow,
-              const ShearLine* lines, int count, const Rgba& background) {
+void SkewRows(const PictureEditor& source, PictureEditor& target, int firstRow, ShearLine* lines,
+              int count, const Rgba& background) {
   const Kernels& kernels = KernelsFor(source, target);
   for (int i = 0; i < count; ++i) {
     kernels.shearRow({RowAddress(source, firstRow + i),
@@ -134,7 +135,7 @@ void SkewRows(const PictureEditor& source, PictureEditor& target, int firstRow,
 }
 
 void SkewColumns(const PictureEditor& source, PictureEditor& target, int firstColumn,
-                 const ShearLine* lines, int count, const Rgba& background) {
+                 ShearLine* lines, int count, const Rgba& background) {
   ColumnBlock block(source, target, background);
   for (int done = 0; done < count;) {
     done += block.Shear(firstColumn + done, lines + done, count - done);
@@ -156,7 +157,7 @@ void LeaveCursor(PictureEditor& editor, int64_t y) {
 
 void SkewRow(PictureEditor& source, PictureEditor& destination, int line, int offset, double weight,
              int red, int green, int blue, int alpha) {
-  const velpicture::ShearLine shear{offset, weight};
+  velpicture::ShearLine shear = {offset, weight, 0};
   velpicture::SkewRows(source, destination, line, &shear, 1, {red, green, blue, alpha});
   LeaveCursor(source, line);
   LeaveCursor(destination, line);
@@ -164,7 +165,7 @@ void SkewRow(PictureEditor& source, PictureEditor& destination, int line, int of
 
 void SkewColumn(PictureEditor& source, PictureEditor& destination, int line, int offset,
                 double weight, int red, int green, int blue, int alpha) {
-  const velpicture::ShearLine shear{offset, weight};
+  velpicture::ShearLine shear = {offset, weight, 0};
   velpicture::SkewColumns(source, destination, line, &shear, 1, {red, green, blue, alpha});
   // The pixel behind the last source pixel comes last, after background down to the end.
   const int64_t trailing = static_cast<int64_t>(source.height) + offset;

@@ -44,7 +44,7 @@ struct Shear {
       return isRow ? picture.editor.width : picture.editor.height;
     };
     for (int line = 0; line < static_cast<int>(lines.size()); ++line) {
-      const auto& [offset, weight] = lines[line];
+      const auto& [offset, weight, unused] = lines[line];
       model::Skew(
           length(source), length(target), offset, weight,
           {background.red, background.green, background.blue, background.alpha},
@@ -85,13 +85,13 @@ void DrawLines(Random& random, int length, Shear& shear) {
   for (ShearLine& line : shear.lines) {
     if (shear.isRow) {
       const int most = random.OneIn(2) ? length + 2 : 4;
-      line = {random.Int(-most, most), RandomWeight(random)};
+      line = {random.Int(-most, most), RandomWeight(random), 0};
       continue;
     }
     offset += slope;
     if (leaps && random.OneIn(10)) offset += random.Int(-30, 30);
     const double whole = std::floor(offset);
-    line = {static_cast<int>(whole), random.OneIn(8) ? RandomWeight(random) : offset - whole};
+    line = {static_cast<int>(whole), random.OneIn(8) ? RandomWeight(random) : offset - whole, 0};
   }
 }
 
@@ -120,7 +120,7 @@ TEST_P(ShearKernels, EqualThePlainOnes) {
         for (int repeat = 0; !isRow && repeat < 64; ++repeat) {
           Random random(++seed);
           Shear shear(random, false, from, to, 18, 150, 64);
-          for (ShearLine& line : shear.lines) line = {-1, RandomWeight(random)};
+          for (ShearLine& line : shear.lines) line = {-1, RandomWeight(random), 0};
           shear.lines[0].offset = -40;
           ExpectAsPlain(shear.target.bytes, [&](const Kernels&) { shear.Run(); });
         }
@@ -154,10 +154,10 @@ TEST_P(PictureShears, EqualTheModelForSteadyAndForWildOffsets) {
         shear.background = {10, 200, 30, 77};
         for (int i = 0; i < lineCount; ++i) {
           const double offset = (i - 20) * -0.6180339887, whole = std::floor(offset);
-          shear.lines[i] = {static_cast<int>(whole), offset - whole};
-          if (isWild) shear.lines[i] = {kWild[i % 9], i % 5 * 0.25};
+          shear.lines[i] = {static_cast<int>(whole), offset - whole, 0};
+          if (isWild) shear.lines[i] = {kWild[i % 9], i % 5 * 0.25, 0};
         }
-        for (const auto run : {&Shear::Run, &Shear::RunOneByOne}) {
+        for (const auto run : {&Shear::RunOneByOne, &Shear::Run}) {
           ExpectSameBytes(
               shear.target.bytes, [&] { shear.RunPlainly(); }, [&] { (shear.*run)(); });
         }

@@ -50,7 +50,14 @@ struct TransposeBand {
   uint8_t* const* targetRows;  ///< first byte of each target row
 };
 
-/// One row to shear, by the rule in transforms/shear.h.
+/// How a line is sheared, by the rule in transforms/shear.h.
+struct ShearLine {
+  int offset;           ///< whole places
+  double weight;        ///< fraction of a place, 0 to 1
+  uint16_t multiplier;  ///< that goes with the weight (see shear_multiplier.h)
+};
+
+/// One row to shear.
 struct RowShear {
   const uint8_t* source;
   int sourceWidth;
@@ -59,33 +66,30 @@ struct RowShear {
   FormatPair formats;
   int offset;  ///< -sourceWidth - 1 to targetWidth
   double weight;
-  uint16_t multiplier;  ///< that goes with the weight (see shear_multiplier.h)
+  uint16_t multiplier;
   uint32_t background;
 };
 
 /// Entries that a table of source rows has behind those that its columns need.
 constexpr int kMostExtraLag = 3;
 
-struct ShearColumn {
-  int lag;  ///< see below; at least 1
-  uint16_t multiplier;
-  double weight;
-};
-
 /// Neighbouring columns to shear, in a band of rows. In the band's row t, column j blends its
-/// pixels of sourceRows[lag + t] and of the row before that one.
+/// pixels of sourceRows[LagOf(j) + t] and of the row before that one.
 struct ColumnShear {
-  /// At the first column; null in front of the picture and behind it, where the background stands
-  /// in, and kMostExtraLag times more at the end.
+  /// Address of the first column in each row; null where the background stands in. kMostExtraLag
+  /// nulls follow, since a lane may read that far.
   const uint8_t* const* sourceRows;
   int sourceRowsBegin;         ///< the first row that exists
   int sourceRowsEnd;           ///< one behind the last
   uint8_t* const* targetRows;  ///< at the first column
   int rowCount;
   FormatPair formats;
-  const ShearColumn* columns;
+  const ShearLine* columns;
   int columnCount;
+  int greatestOffset;
   uint32_t background;
+
+  int LagOf(int column) const { return greatestOffset - columns[column].offset + 1; }
 };
 
 struct Kernels {

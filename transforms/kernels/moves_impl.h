@@ -50,9 +50,9 @@ struct RowOf {
     const uint8_t* const start = TargetAt(0, 0);
     if (Target::kBytes == 4 && BytesToLine(start) % 4 == 0) {
       // From here on lines are written as they lie in the cache.
-      MoveLine<false>(0);
       const int toLine = BytesToLine(start) / 4;
       i = kReverse ? -toLine & (kLineWords - 1) : toLine;
+      if (i > 0) MoveLine<false>(0);
       if (row.stores == Stores::kStreaming) {
         if constexpr (Target::kBytes == 4) {
           for (; i + kLineWords <= row.count; i += kLineWords) MoveLine<true>(i);

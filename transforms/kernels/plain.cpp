@@ -91,15 +91,16 @@ void ShearColumns(const ColumnShear& columns) {
   const Rgba background = Unpack(columns.background);
   VisitFormats(columns.formats, [&](auto from, auto to) {
     for (int j = 0; j < columns.columnCount; ++j) {
-      const ShearColumn& column = columns.columns[j];
+      const int lag = columns.LagOf(j);
       const auto load = [&](int t) {
-        const uint8_t* const row = columns.sourceRows[column.lag + t];
+        const uint8_t* const row = columns.sourceRows[lag + t];
         return row != nullptr ? from.Load(PixelAt(from, row, j)) : background;
       };
       Rgba previous = load(-1);
       for (int t = 0; t < columns.rowCount; ++t) {
         const Rgba current = load(t);
-        to.Store(PixelAt(to, columns.targetRows[t], j), Blend(current, previous, column.weight));
+        to.Store(PixelAt(to, columns.targetRows[t], j),
+                 Blend(current, previous, columns.columns[j].weight));
         previous = current;
       }
     }

@@ -43,43 +43,44 @@ struct ColumnGroup {
   int laneLags[kGroupLanes];            ///< the least of each lane
   uint32_t extraLags[kGroupColumns];    ///< what is left to a column's lag: 0 to kMostExtraLag
   uint16_t multipliers[kGroupColumns];  ///< 0, which leaves the pixel, in lanes without multipliers
-  double weights[kGroupColumns];
-  bool inDoubles[kGroupLanes];  ///< some column of the lane has no multiplier
+  bool inDoubles[kGroupLanes];          ///< some column of the lane has no multiplier
 
+  int ColumnAt(int i) const { return i < size ? i : size - 1; }
   bool NeedsDoubles() const { return inDoubles[0] || inDoubles[1] || inDoubles[2] || inDoubles[3]; }
 };
 
 /// The group of at most `limit` columns from `first` on.
 ColumnGroup PlanGroup(const ColumnShear& columns, int first, int limit) {
-  const ShearColumn* const from = columns.columns + first;
   const int remaining = columns.columnCount - first;
   ColumnGroup group;
   group.first = first;
   group.size = 1;
   while (group.size < limit && group.size < remaining) {
-    const int64_t step = int64_t{from[group.size].lag} - from[group.size - 1].lag;
+    const int last = first + group.size - 1;
+    const int step = columns.LagOf(last + 1) - columns.LagOf(last);
     if (step < -1 || step > 1) break;
     ++group.size;
   }
-  group.leastLag = group.greatestLag = from->lag;
+  group.leastLag = group.greatestLag = columns.LagOf(first);
   for (int lane = 0; lane < kGroupLanes; ++lane) {
-    const auto column = [&](int j) {
-      const int at = lane * kLaneColumns + j;
-      return from[at < group.size ? at : group.size - 1];
-    };
-    int least = column(0).lag;
-    int greatest = least;
+    int lags[kLaneColumns];
     bool inDoubles = false;
     for (int j = 0; j < kLaneColumns; ++j) {
-      if (column(j).lag < least) least = column(j).lag;
-      if (column(j).lag > greatest) greatest = column(j).lag;
-      inDoubles = inDoubles || column(j).multiplier == kNoMultiplier;
+      const int column = first + group.ColumnAt(lane * kLaneColumns + j);
+      lags[j] = columns.LagOf(column);
+      const uint16_t multiplier = columns.columns[column].multiplier;
+      group.multipliers[lane * kLaneColumns + j] = multiplier;
+      inDoubles = inDoubles || multiplier == kNoMultiplier;
+    }
+    int least = lags[0];
+    int greatest = lags[0];
+    for (const int lag : lags) {
+      if (lag < least) least = lag;
+      if (lag > greatest) greatest = lag;
     }
     for (int j = 0; j < kLaneColumns; ++j) {
-      const int at = lane * kLaneColumns + j;
-      group.extraLags[at] = static_cast<uint32_t>(column(j).lag - least);
-      group.multipliers[at] = inDoubles ? 0 : column(j).multiplier;
-      group.weights[at] = column(j).weight;
+      group.extraLags[lane * kLaneColumns + j] = static_cast<uint32_t>(lags[j] - least);
+      if (inDoubles) group.multipliers[lane * kLaneColumns + j] = 0;
     }
     group.laneLags[lane] = least;
     group.inDoubles[lane] = inDoubles;
@@ -278,14 +279,15 @@ class ColumnTile {
       if (!group.inDoubles[lane]) continue;
       const int j = lane * kLaneColumns;
       uint32_t above[kLaneColumns];
+      double weights[kLaneColumns];
       for (int i = 0; i < kLaneColumns; ++i) {
         const int row =
             group.laneLags[lane] - group.leastLag + static_cast<int>(group.extraLags[j + i]);
         above[i] = From::Load(sourceRows[row] + groupBytes + (j + i) * From::kBytes) |
                    (sourceRows != windowRows_ ? set_ : 0);
+        weights[i] = columns_.columns[group.first + group.ColumnAt(j + i)].weight;
       }
-      BlendColumnsInDoubles(blends_[0] + j * 4, sizeof blends_[0], rowCount_, above,
-                            group.weights + j);
+      BlendColumnsInDoubles(blends_[0] + j * 4, sizeof blends_[0], rowCount_, above, weights);
     }
     for (int t = 0; t < rowCount_; ++t) {
       ConvertPixels<WordPixels, Target>(TargetPixel(t, group.first), blends_[t], group.size,
