@@ -9,12 +9,12 @@
 // In place: whole 32-bit pixels move, so alpha travels unchanged. False, with the picture
 // unchanged, when its own pixels cannot be reached. No memory is needed.
 
-/// True with the picture unchanged when it has no pixels, or is a console picture so wide that the
-/// bytes of its rows are a negative 32-bit number.
+/// True with the picture unchanged when it has no pixels, or when the bytes of a console picture's
+/// rows are a negative 32-bit number.
 VEL_EXPORT bool MirrorPictureVel(REALpictureStruct* picture);
 VEL_EXPORT bool HMirrorPictureVel(REALpictureStruct* picture);
-/// Rows change places whole: what lies between a row's pixels and its stride moves along. False for
-/// a console picture so wide.
+/// Rows change places whole: what lies between a row's pixels and its stride moves along. False
+/// where a row's bytes are negative.
 VEL_EXPORT bool VMirrorPictureVel(REALpictureStruct* picture);
 
 // Into a new picture of the same size, with alpha channel when the source has one; one reference
