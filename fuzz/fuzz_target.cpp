@@ -28,8 +28,8 @@ constexpr const char* kOtherNames[] = {"Picture",
                                        "cairo_get_target",
                                        kDrawPicture};
 
-/// Entries and other names; without the entries that there are no methods without, and those that
-/// alone can give something back: what a host cannot take back stays out of balance.
+/// Entries and other names that a host may lack. It may not lack the entries by which methods are
+/// registered, nor those by which something is given back, or its account could never be even.
 const std::vector<std::string>& MissableNames() {
   static const std::vector<std::string> names = [] {
     const std::set<std::string> indispensable = {
@@ -69,7 +69,7 @@ sim::Settings PickSettings(Input& input) {
                                                                     : sim::StorageKind::kConsole;
   settings.newPictures = PickStorage(input, usual);
   settings.newAlphaPictures = PickStorage(input, usual);
-  settings.rows = static_cast<sim::RowLayout>(input.Below(4));
+  settings.rows = static_cast<sim::RowLayout>(input.Below(5));
   settings.extraStrideBytes = 4 * input.Below(5);
   const auto blank = input.Next<uint32_t>();
   settings.blank = {static_cast<uint8_t>(blank), static_cast<uint8_t>(blank >> 8),

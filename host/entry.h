@@ -20,7 +20,8 @@ VEL_EXPORT extern bool gHasControls;
 /// include this header define their own.
 extern "C" VEL_EXPORT void REALPluginMain(void* (*resolver)(const char* name));
 
-/// Registers the Picture extension, adjusted to the host's version.
+/// Registers the Picture extension, adjusted to the host's version. No method takes more than 48 KB
+/// of stack.
 VEL_EXPORT void PluginEntry();
 
 // Registration of a record. The host keeps its address, so the record and all that it points to

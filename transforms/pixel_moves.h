@@ -4,11 +4,10 @@
 // one, and nothing is blended. The mirrors and the quarter turns are made of these.
 //
 // Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. A target may be
-// larger than what is moved into it, which then lies at its top left. Except where rows move whole,
-// only pixels are read and written: row padding stays as it is, and nothing beyond the last pixel
-// of a row is touched. Formats (kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32) may differ
-// between source and target; a pixel is converted as GetPixel and SetPixel would, which leave bits
-// that mean nothing as the target's format wants them.
+// larger than what is moved into it, which then lies at its top left. Only pixels are read and
+// written, padding stays. Exception: rows that move whole. Formats (kPixelConsole, kPixelRgb24,
+// kPixelArgb32, kPixelRgb32) may differ between source and target; a pixel is converted as GetPixel
+// and SetPixel would, which leave bits that mean nothing as the target's format wants them.
 
 #include <cstdint>
 

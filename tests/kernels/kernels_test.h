@@ -23,9 +23,9 @@ constexpr uint32_t kFormats[] = {kPixelConsole, kPixelRgb24, kPixelArgb32, kPixe
 
 inline int BytesOf(uint32_t format) { return format == kPixelRgb24 ? 3 : 4; }
 
-/// A picture of random bytes. So many bytes of padding lie behind each row, and words wherever that
-/// leads; the last row ends with its pixels but in a surface, which holds whole rows. A console
-/// picture's rows may lie in any order and have no padding of their own.
+/// A picture of random bytes. So many bytes of padding lie behind each row, which brings words to
+/// any address. The last row ends with its pixels, except in a surface, which holds whole rows. A
+/// console picture's rows may lie in any order and have no padding of their own.
 struct TestPicture {
   TestPicture(Random& random, uint32_t type, int width, int height, int padding)
       : stride(width * BytesOf(type) + padding),

@@ -128,6 +128,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
     double weight;
     int background;
     std::vector<uint32_t> expected;
+    uint32_t sourceType = 14, targetType = 14;
   };
   const Line kLines[] = {
       {{10, 10}, 3, 0.25, 0, {0, 0, 0, 8, 10, 2, 0}},
@@ -141,6 +142,9 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       {{101}, 0, 0.5, 100, {101, 100}},
       {{}, 0, 0.5, 9, {9, 9}},
       {{5, 6}, 0, 0.5, 9, {}},
+      // A format that no storage uses reads as zeros, and nothing is written in one.
+      {{5, 6}, 0, 0.0, 9, {0, 0, 9}, 9},
+      {{5, 6}, 0, 0.0, 9, {0x55, 0x55, 0x55}, 14, 9},
       {{255, 0}, 0, 1 - 0x1p-53, 255, {255, 254, 1}},
   };
   const Session session;
@@ -156,7 +160,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
         made.width = made.height = 1;
         (name == std::string("SkewRow") ? made.width : made.height) = length;
         made.pixels = reinterpret_cast<uint8_t*>(pixels.data());
-        made.rowBytes = made.width * 4, made.bytesPerPixel = 4, made.pixelType = 14;
+        made.rowBytes = made.width * 4, made.bytesPerPixel = 4;
         made.accessX = made.accessY = 99;
         return made;
       };
@@ -166,6 +170,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       };
       std::vector<uint32_t> from = words(line.source), to(line.expected.size(), 0x55555555);
       PictureEditor source = editor(from), target = editor(to);
+      source.pixelType = line.sourceType, target.pixelType = line.targetType;
       const int back = line.background;
       skew(source, target, 0, line.offset, line.weight, back, back, back, back);
       EXPECT_EQ(to, words(line.expected));

@@ -17,13 +17,13 @@ constexpr FormatPair kUnchanged = {kPixelArgb32, kPixelArgb32};
 using Channels = typename Vector::Channels;
 
 inline Channels Products(uint32_t word, double weight) {
-  return Vector::Times(Vector::Widened(word), weight);
+  return Vector::Times(Vector::Unpacked(word), weight);
 }
 
 /// The blend of a pixel as four 32-bit integers; `products` are those of the pixel before, and then
 /// those of this one.
 inline __m128i BlendStep(uint32_t word, double weight, Channels& products) {
-  const __m128i channels = Vector::Widened(word);
+  const __m128i channels = Vector::Unpacked(word);
   const Channels current = Vector::Times(channels, weight);
   const __m128i step = Vector::Difference(current, products);
   products = current;

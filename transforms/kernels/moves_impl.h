@@ -2,8 +2,7 @@
 
 // Rows of pixels that move. Included inside a variant, see kernels_impl.h.
 //
-// A row goes sixteen pixels at a time, and what is left of it once more with pixels that have gone
-// already: writing them twice costs less than writing few at a time.
+// Blocks of sixteen. The tail is one more block that overlaps the last: cheaper than single pixels.
 
 #include "transforms/kernels/pixels_impl.h"
 
@@ -11,8 +10,8 @@ namespace velpicture::VEL_VARIANT_NAME {
 namespace {
 
 template <class Source, class Target, bool kReverse>
-struct RowOf {
-  explicit RowOf(const RowMove& move) : row(move), convert(move.formats) {}
+struct MovedRow {
+  explicit MovedRow(const RowMove& move) : row(move), convert(move.formats) {}
 
   /// Where pixels i to i + count − 1 go.
   uint8_t* TargetAt(ptrdiff_t i, int count) const {
@@ -24,26 +23,26 @@ struct RowOf {
   /// Moves pixels i to i + 15. All are loaded before any is stored: loads at the same place of a
   /// page as stores just before them have to wait.
   template <bool kStream>
-  void MoveLine(ptrdiff_t i) const {
-    const CacheLine loaded = ConvertedLine(row.source + i * Source::kBytes, convert);
-    CacheLine line;
-    for (int v = 0; v < kLineVectors; ++v) {
-      line.vectors[v] =
-          kReverse ? Vector::Reverse(loaded.vectors[kLineVectors - 1 - v]) : loaded.vectors[v];
+  void MoveBlock(ptrdiff_t i) const {
+    const PixelBlock loaded = ConvertedBlock(row.source + i * Source::kBytes, convert);
+    PixelBlock block;
+    for (int v = 0; v < kBlockVectors; ++v) {
+      block.vectors[v] =
+          kReverse ? Vector::Reverse(loaded.vectors[kBlockVectors - 1 - v]) : loaded.vectors[v];
     }
-    uint8_t* const to = TargetAt(i, kLineWords);
+    uint8_t* const to = TargetAt(i, kBlockPixels);
     if constexpr (kStream) {
-      for (int v = 0; v < kLineVectors; ++v) {
-        Vector::Stream(to + v * Vector::kBytes, line.vectors[v]);
+      for (int v = 0; v < kBlockVectors; ++v) {
+        Vector::Stream(to + v * Vector::kBytes, block.vectors[v]);
       }
     } else {
-      StoreLine<Target::kBytes>(to, line);
+      StoreBlock<Target::kBytes>(to, block);
     }
   }
 
   void Move() const {
     ptrdiff_t i = 0;
-    if (row.count < kLineWords) {
+    if (row.count < kBlockPixels) {
       for (; i < row.count; ++i) MovePixel(i);
       return;
     }
@@ -51,20 +50,20 @@ struct RowOf {
     if (Target::kBytes == 4 && BytesToLine(start) % 4 == 0) {
       // From here on lines are written as they lie in the cache.
       const int toLine = BytesToLine(start) / 4;
-      i = kReverse ? -toLine & (kLineWords - 1) : toLine;
-      if (i > 0) MoveLine<false>(0);
+      i = kReverse ? -toLine & (kBlockPixels - 1) : toLine;
+      if (i > 0) MoveBlock<false>(0);
       if (row.stores == Stores::kStreaming) {
         if constexpr (Target::kBytes == 4) {
-          for (; i + kLineWords <= row.count; i += kLineWords) MoveLine<true>(i);
+          for (; i + kBlockPixels <= row.count; i += kBlockPixels) MoveBlock<true>(i);
         }
       }
     }
-    for (; i + kLineWords <= row.count; i += kLineWords) {
+    for (; i + kBlockPixels <= row.count; i += kBlockPixels) {
       // Where a row ends, the hardware's own foresight ends too.
       Prefetch(row.source + i * Source::kBytes, row.sourceAhead);
-      MoveLine<false>(i);
+      MoveBlock<false>(i);
     }
-    if (i < row.count) MoveLine<false>(row.count - kLineWords);
+    if (i < row.count) MoveBlock<false>(row.count - kBlockPixels);
   }
 
   const RowMove& row;
@@ -74,7 +73,7 @@ struct RowOf {
 template <bool kReverse>
 void MoveRow(const RowMove& row) {
   VisitKinds(row.formats, [&](auto source, auto target) {
-    RowOf<decltype(source), decltype(target), kReverse>(row).Move();
+    MovedRow<decltype(source), decltype(target), kReverse>(row).Move();
   });
 }
 
@@ -82,10 +81,10 @@ template <bool kReverse>
 void Exchange(uint8_t* left, uint8_t* right, ptrdiff_t count, const uint8_t* leftAhead,
               const uint8_t* rightAhead) {
   uint8_t* other = kReverse ? right + count * 4 : right;
-  for (ptrdiff_t ahead = 0; count >= kLineWords; count -= kLineWords, ahead += kLineBytes) {
+  for (ptrdiff_t ahead = 0; count >= kBlockPixels; count -= kBlockPixels, ahead += kLineBytes) {
     Prefetch(leftAhead, ahead);
     Prefetch(rightAhead, ahead);
-    for (int i = 0; i < kLineVectors; ++i) {
+    for (int i = 0; i < kBlockVectors; ++i) {
       if constexpr (kReverse) other -= Vector::kBytes;
       const Words fromLeft = Vector::Load(left);
       const Words fromRight = Vector::Load(other);

@@ -14,13 +14,16 @@ namespace velpicture::VEL_VARIANT_NAME {
 namespace {
 
 constexpr uint32_t kOpaque = 0xFF000000;
-constexpr int kLineBytes = 64;  ///< of the cache
-constexpr int kLineWords = kLineBytes / 4;
+constexpr int kLineBytes = 64;                ///< of the cache
+constexpr int kBlockPixels = kLineBytes / 4;  ///< a line of words, or 48 bytes
 constexpr int kLanes = Vector::kBytes / 16;
 constexpr int kVectorWords = Vector::kBytes / 4;
-constexpr int kLineVectors = kLineBytes / Vector::kBytes;
+constexpr int kBlockVectors = kLineBytes / Vector::kBytes;
 
 using Words = typename Vector::Type;
+
+// As in pixel_formats.h, whose functions must not be used here: the linker keeps one copy of those
+// for all files, and that may be the one with wide code.
 
 inline uint32_t LoadWord(const void* bytes) {
   uint32_t word;
@@ -46,7 +49,7 @@ inline int BytesToLine(const uint8_t* address) {
 template <int kBytes>
 inline int ColumnsToLine(const uint8_t* row, ptrdiff_t stride) {
   const int columns = BytesToLine(row) / 4;
-  return kBytes == 4 && stride % kLineBytes == 0 && columns > 0 ? columns : kLineWords;
+  return kBytes == 4 && stride % kLineBytes == 0 && columns > 0 ? columns : kBlockPixels;
 }
 
 struct WordPixels {
@@ -134,19 +137,19 @@ struct Conversion {
   const Words bits;
 };
 
-/// A line's worth of words.
-struct CacheLine {
-  Words vectors[kLineVectors];
+/// Sixteen pixels as words.
+struct PixelBlock {
+  Words vectors[kBlockVectors];
 };
 
 /// Sixteen pixels of so many bytes as they are, three-byte ones as words without alpha. Not a byte
 /// more is read.
 template <int kBytes>
-inline CacheLine LoadLine(const uint8_t* pixels) {
-  CacheLine line;
-  for (int i = 0; i < kLineVectors; ++i) {
+inline PixelBlock LoadBlock(const uint8_t* pixels) {
+  PixelBlock block;
+  for (int i = 0; i < kBlockVectors; ++i) {
     if constexpr (kBytes == 4) {
-      line.vectors[i] = Vector::Load(pixels + i * Vector::kBytes);
+      block.vectors[i] = Vector::Load(pixels + i * Vector::kBytes);
     } else {
       // Sixteen bytes hold four pixels and four bytes behind them, or the last four and four bytes
       // in front of them.
@@ -154,11 +157,11 @@ inline CacheLine LoadLine(const uint8_t* pixels) {
         const int fours = i * kLanes + lane;
         return pixels + fours * 12 - (fours == 3 ? 4 : 0);
       });
-      line.vectors[i] = i + 1 == kLineVectors ? Vector::template WidenRgb<0, 4>(bytes)
-                                              : Vector::template WidenRgb<0, 0>(bytes);
+      block.vectors[i] = i + 1 == kBlockVectors ? Vector::template WidenRgb<0, 4>(bytes)
+                                                : Vector::template WidenRgb<0, 0>(bytes);
     }
   }
-  return line;
+  return block;
 }
 
 /// A vector of pixels of so many bytes; of three-byte ones, four bytes more are written where
@@ -182,20 +185,20 @@ inline void StoreVector(uint8_t* pixels, Words words) {
 
 /// Sixteen pixels of so many bytes. Not a byte more is written.
 template <int kBytes>
-inline void StoreLine(uint8_t* pixels, const CacheLine& line) {
-  for (int i = 0; i + 1 < kLineVectors; ++i) {
-    StoreVector<kBytes, true>(pixels + i * kVectorWords * kBytes, line.vectors[i]);
+inline void StoreBlock(uint8_t* pixels, const PixelBlock& block) {
+  for (int i = 0; i + 1 < kBlockVectors; ++i) {
+    StoreVector<kBytes, true>(pixels + i * kVectorWords * kBytes, block.vectors[i]);
   }
-  StoreVector<kBytes, false>(pixels + (kLineWords - kVectorWords) * kBytes,
-                             line.vectors[kLineVectors - 1]);
+  StoreVector<kBytes, false>(pixels + (kBlockPixels - kVectorWords) * kBytes,
+                             block.vectors[kBlockVectors - 1]);
 }
 
 /// Sixteen pixels, converted.
 template <class Source, class Target>
-inline CacheLine ConvertedLine(const uint8_t* pixels, const Conversion<Source, Target>& convert) {
-  CacheLine line = LoadLine<Source::kBytes>(pixels);
-  for (Words& words : line.vectors) words = convert(words);
-  return line;
+inline PixelBlock ConvertedBlock(const uint8_t* pixels, const Conversion<Source, Target>& convert) {
+  PixelBlock block = LoadBlock<Source::kBytes>(pixels);
+  for (Words& words : block.vectors) words = convert(words);
+  return block;
 }
 
 /// Converts `count` pixels.
@@ -203,9 +206,9 @@ template <class Source, class Target>
 void ConvertPixels(uint8_t* to, const uint8_t* from, int count, const FormatPair& formats) {
   const Conversion<Source, Target> convert(formats);
   int i = 0;
-  for (; i + kLineWords <= count; i += kLineWords) {
-    StoreLine<Target::kBytes>(to + i * Target::kBytes,
-                              ConvertedLine(from + i * Source::kBytes, convert));
+  for (; i + kBlockPixels <= count; i += kBlockPixels) {
+    StoreBlock<Target::kBytes>(to + i * Target::kBytes,
+                               ConvertedBlock(from + i * Source::kBytes, convert));
   }
   for (; i < count; ++i) convert(to + i * Target::kBytes, from + i * Source::kBytes);
 }
@@ -213,11 +216,11 @@ void ConvertPixels(uint8_t* to, const uint8_t* from, int count, const FormatPair
 /// `count` pixels of one word.
 template <class Target>
 void FillPixels(uint8_t* pixels, int64_t count, uint32_t word) {
-  CacheLine line;
-  for (Words& words : line.vectors) words = Target::Narrowed(Vector::Broadcast(word));
+  PixelBlock block;
+  for (Words& words : block.vectors) words = Target::Narrowed(Vector::Broadcast(word));
   int64_t i = 0;
-  for (; i + kLineWords <= count; i += kLineWords) {
-    StoreLine<Target::kBytes>(pixels + i * Target::kBytes, line);
+  for (; i + kBlockPixels <= count; i += kBlockPixels) {
+    StoreBlock<Target::kBytes>(pixels + i * Target::kBytes, block);
   }
   for (; i < count; ++i) Target::Store(pixels + i * Target::kBytes, word);
 }

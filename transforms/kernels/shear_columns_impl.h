@@ -2,6 +2,9 @@
 
 // Columns to shear. Included inside a variant, see kernels_impl.h.
 //
+// Transposing, shearing rows and transposing back gives the same bytes in 400 lines less, and takes
+// 1.4 to 4 times as long.
+//
 // Down one column every pixel would cost a line of the cache. So neighbouring columns go down
 // together, sixteen of them, a group, making a line; and a tile of 64 rows at a time, so that the
 // lines are still there when the next group needs what is left of them. The columns of a group lag
@@ -29,7 +32,7 @@ namespace velpicture::VEL_VARIANT_NAME {
 namespace {
 
 constexpr int kTileRows = 64;
-constexpr int kGroupColumns = kLineWords;
+constexpr int kGroupColumns = kBlockPixels;
 constexpr int kLaneColumns = 4;
 constexpr int kGroupLanes = kGroupColumns / kLaneColumns;
 
@@ -88,6 +91,12 @@ ColumnGroup PlanGroup(const ColumnShear& columns, int first, int limit) {
     if (greatest > group.greatestLag) group.greatestLag = greatest;
   }
   return group;
+}
+
+/// Where in a row the pixel in front of column `end` ends.
+template <class Pixels>
+inline intptr_t LastByte(int end) {
+  return end * Pixels::kBytes - 1;
 }
 
 /// A vector's width of columns: the source rows of each lane, and where in these its pixels lie.
@@ -217,7 +226,7 @@ class ColumnTile {
                           EndRow(group) + kMostExtraLag <= columns_.sourceRowsEnd;
     const int end = next.first + next.size;
     const uint8_t* const* const nextRows = columns_.sourceRows + BeginRow(next);
-    const intptr_t nextBytes = end * Source::kBytes - 1;
+    const intptr_t nextBytes = LastByte<Source>(end);
     const auto rowsOf = [&](auto source, intptr_t bytes, uint32_t set) {
       return LaneRows<decltype(source)>{{},
                                         bytes,
@@ -225,7 +234,7 @@ class ColumnTile {
                                         nextRows,
                                         nextBytes,
                                         columns_.targetRows + firstRow_,
-                                        end * Target::kBytes - 1};
+                                        LastByte<Target>(end)};
     };
     // Four bytes in front of three-byte pixels are loaded, too.
     if (isWhole && isInside && (Source::kBytes == 4 || group.first > 1)) {

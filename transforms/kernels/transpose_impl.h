@@ -14,7 +14,7 @@ namespace {
 
 /// A strip of columns is a line of source words wide: the fewer target rows grow at a time, the
 /// longer the lines that are being written stay in the first level of the cache.
-constexpr int kStripColumns = kLineWords;
+constexpr int kStripColumns = kBlockPixels;
 /// How many rows ahead a strip's lines are asked for: no processor foresees rows that are read
 /// towards lower addresses.
 constexpr int kAheadRows = 32;
@@ -68,7 +68,7 @@ struct BandTranspose {
     const ptrdiff_t stride = band.sourceStride;
     uint8_t* const* const targetRows = band.targetRows;
     const Conversion<Source, Target> conversion = convert;
-    for (int row = firstRow; row < firstRow + kLineWords; row += kVectorWords) {
+    for (int row = firstRow; row < firstRow + kBlockPixels; row += kVectorWords) {
       const uint8_t* const source = band.source + row * stride;
       for (int column = first; column < end; column += 4) {
         const int four = column + 4 <= end ? column : end - 4;
@@ -84,7 +84,7 @@ struct BandTranspose {
 
   void Transpose() const {
     // Three-byte pixels need something behind the first four.
-    if (band.rowCount < kLineWords || band.columnCount < (Source::kBytes == 3 ? 6 : 4)) {
+    if (band.rowCount < kBlockPixels || band.columnCount < (Source::kBytes == 3 ? 6 : 4)) {
       for (int column = 0; column < band.columnCount; ++column) {
         for (int row = 0; row < band.rowCount; ++row) MovePixel(row, column);
       }
@@ -96,14 +96,14 @@ struct BandTranspose {
     while (column < band.columnCount) {
       if (band.columnCount - end < 4) end = band.columnCount;
       int row = 0;
-      for (; row + kLineWords <= band.rowCount; row += kLineWords) {
-        for (int ahead = 0; ahead < kLineWords; ++ahead) {
+      for (; row + kBlockPixels <= band.rowCount; row += kBlockPixels) {
+        for (int ahead = 0; ahead < kBlockPixels; ++ahead) {
           Prefetch(band.source + column * Source::kBytes,
                    (row + kAheadRows + ahead) * band.sourceStride);
         }
         TransposeStep(row, column, end);
       }
-      if (row < band.rowCount) TransposeStep(band.rowCount - kLineWords, column, end);
+      if (row < band.rowCount) TransposeStep(band.rowCount - kBlockPixels, column, end);
       column = end;
       end += kStripColumns;
     }
@@ -118,7 +118,7 @@ struct BandTranspose {
 // opens slowly. Target rows are aligned to single bytes, each in its own way, so what a block
 // leaves of a line waits in the stage, in front of the next block.
 constexpr int kStageColumns = 128;
-constexpr int kStageRows = 64;
+constexpr int kStageRows = 64;  // four or three lines at a stretch, with which the stage is 40 KB
 
 /// The lines of so many source rows, to be asked for one by one.
 struct SourceLines {
@@ -160,7 +160,7 @@ inline void PutBlock(uint8_t* target, uint8_t* staged, bool isFirst, bool isLast
   __builtin_memcpy(staged - kLineBytes, staged + kBlockBytes - kLineBytes, kLineBytes);
 }
 
-/// At most kStageColumns columns.
+/// For at most kStageColumns columns.
 template <class Source, class Target>
 void TransposeThroughStage(const TransposeBand& band) {
   constexpr int kBlockBytes = kStageRows * Target::kBytes;
@@ -175,7 +175,7 @@ void TransposeThroughStage(const TransposeBand& band) {
   block.targetRows = stageRows;
   int row = 0;
   for (; row + kStageRows <= band.rowCount; row += kStageRows) {
-    for (int step = 0; step < kStageRows; step += kLineWords) {
+    for (int step = 0; step < kStageRows; step += kBlockPixels) {
       BandTranspose<Source, Target>(block).TransposeStep(step, 0, band.columnCount);
     }
     block.source += kStageRows * band.sourceStride;
@@ -189,7 +189,7 @@ void TransposeThroughStage(const TransposeBand& band) {
   }
   if (row == band.rowCount) return;
   // The rest goes without the stage, and some of that once more where it is little.
-  if (row > 0 && band.rowCount - row < kLineWords) row = band.rowCount - kLineWords;
+  if (row > 0 && band.rowCount - row < kBlockPixels) row = band.rowCount - kBlockPixels;
   block.source = band.source + row * band.sourceStride;
   block.rowCount = band.rowCount - row;
   for (int column = 0; column < band.columnCount; ++column) {

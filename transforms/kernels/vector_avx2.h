@@ -70,7 +70,7 @@ struct Avx2Vector {
   }
 
   using Channels = __m256d;
-  static __m128i Widened(uint32_t word) {
+  static __m128i Unpacked(uint32_t word) {
     return _mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(word)));
   }
   static Channels Times(__m128i channels, double weight) {

@@ -78,7 +78,7 @@ struct Sse2Vector {
     __m128d low;
     __m128d high;
   };
-  static Type Widened(uint32_t word) {
+  static Type Unpacked(uint32_t word) {
     const Type zero = _mm_setzero_si128();
     const Type bytes = _mm_cvtsi32_si128(static_cast<int>(word));
     return _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero);
