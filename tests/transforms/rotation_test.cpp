@@ -142,6 +142,8 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       {{101}, 0, 0.5, 100, {101, 100}},
       {{}, 0, 0.5, 9, {9, 9}},
       {{5, 6}, 0, 0.5, 9, {}},
+      {{5, 6}, INT_MIN, 0.5, 9, {9, 9}},
+      {{5, 6}, INT_MAX, 0.5, 9, {9, 9}},
       // A format that no storage uses reads as zeros, and nothing is written in one.
       {{5, 6}, 0, 0.0, 9, {0, 0, 9}, 9},
       {{5, 6}, 0, 0.0, 9, {0x55, 0x55, 0x55}, 14, 9},
@@ -180,9 +182,13 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
                   hasPixels ? std::pair(0, y) : std::pair(99, 99));
       };
       expectCursor(source, !from.empty(), source.height - 1);
-      expectCursor(
-          target, !to.empty(),
-          target.height == 1 ? 0 : std::min(source.height + line.offset, target.height - 1));
+      const int64_t trailing = int64_t{source.height} + line.offset;
+      const bool isInside = trailing >= 0 && trailing < target.height;
+      const bool isRow = name == std::string("SkewRow");
+      expectCursor(target, !to.empty(),
+                   isRow      ? 0
+                   : isInside ? static_cast<int>(trailing)
+                              : target.height - 1);
     }
   }
 }
