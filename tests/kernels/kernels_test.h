@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@
 namespace velpicture {
 
 constexpr uint32_t kFormats[] = {kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32};
+
+inline void PrintTo(const FormatPair& formats, std::ostream* out) {
+  *out << formats.source << " to " << formats.target;
+}
 
 inline int BytesOf(uint32_t format) { return format == kPixelRgb24 ? 3 : 4; }
 
@@ -69,6 +74,19 @@ struct TestPicture {
   GuardedBytes rowTable;
   PictureEditor editor;
 };
+
+/// Calls visit(a, b, …) with one of each list, in all combinations, until something fails.
+template <class Visit>
+void Combine(Visit visit) {
+  visit();
+}
+template <class Visit, class List, class... Lists>
+void Combine(Visit visit, const List& list, const Lists&... lists) {
+  for (const auto& each : list) {
+    if (testing::Test::HasFailure()) return;
+    Combine([&](const auto&... others) { visit(each, others...); }, lists...);
+  }
+}
 
 /// Runs both on what the bytes hold now, expects that both leave the same, and takes it back: what
 /// is not written must not be there already.

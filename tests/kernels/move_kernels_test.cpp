@@ -16,84 +16,85 @@ INSTANTIATE_TEST_SUITE_P(Variants, MoveKernels, kVectorVariants, NameOf);
 INSTANTIATE_TEST_SUITE_P(Variants, PictureMoves, kVariants, NameOf);
 
 /// Every kind of pixels on both sides; whole pictures show what other formats change.
-constexpr FormatPair kPairs[] = {{14, 14}, {8, 14}, {14, 8}, {8, 8}, {11, 15}, {14, 11}, {11, 11}};
+constexpr FormatPair kPairs[] = {{kPixelArgb32, kPixelArgb32},  {kPixelConsole, kPixelArgb32},
+                                 {kPixelArgb32, kPixelConsole}, {kPixelConsole, kPixelConsole},
+                                 {kPixelRgb24, kPixelRgb32},    {kPixelArgb32, kPixelRgb24},
+                                 {kPixelRgb24, kPixelRgb24}};
+constexpr bool kEither[] = {false, true};
+constexpr Stores kStores[] = {Stores::kCached, Stores::kStreaming};
+
+constexpr int kOffsets[] = {0, 4, 8, 20, 32, 60, 1, 2, 63};
+constexpr int kMostWidth = 4 * 16 + 1;
 
 TEST_P(MoveKernels, RowsOfEveryWidthAndAlignment) {
   Random random(1);
-  for (int width = 0; width <= 4 * 16 + 1; ++width) {
-    for (const int offset : {0, 4, 8, 20, 32, 60, 1, 2, 63}) {
-      for (const bool atEnd : {false, true}) {
-        const auto bytesOf = [&](uint32_t format) {
-          return static_cast<size_t>(width) * BytesOf(format);
-        };
-        for (const FormatPair& formats : kPairs) {
-          SCOPED_TRACE(testing::Message()
-                       << "width " << width << " offset " << offset << " formats " << formats.source
-                       << " to " << formats.target << (atEnd ? " at the end" : ""));
-          GuardedBytes source(bytesOf(formats.source), (offset * 7) % 64, !atEnd, random);
-          GuardedBytes target(bytesOf(formats.target), offset, atEnd, random);
-          for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
-            const RowMove row = {target.data(), source.data(), width, formats, stores, -4096};
-            for (const auto move : {&Kernels::copyRow, &Kernels::reverseRow}) {
-              ExpectAsPlain(target, [&](const Kernels& kernels) { (kernels.*move)(row); });
-            }
-          }
-          if (HasFatalFailure()) return;
-        }
-        GuardedBytes words(bytesOf(14), offset, atEnd, random);
-        const int half = width / 2;
-        uint8_t* const right = words.data() + (width - half) * 4;
-        for (const auto exchange : {&Kernels::exchange, &Kernels::exchangeReversed}) {
-          ExpectAsPlain(words, [&](const Kernels& kernels) {
-            (kernels.*exchange)(words.data(), right, half, nullptr, right);
-          });
-        }
-        if (HasFatalFailure()) return;
+  const auto check = [&](int offset, bool atEnd, const FormatPair& formats, Stores stores) {
+    for (int width = 0; width <= kMostWidth; ++width) {
+      SCOPED_TRACE(testing::Message()
+                   << "width " << width << " offset " << offset << " formats "
+                   << testing::PrintToString(formats) << (atEnd ? " at the end" : ""));
+      GuardedBytes source(size_t(width) * BytesOf(formats.source), offset * 7 % 64, !atEnd, random);
+      GuardedBytes target(size_t(width) * BytesOf(formats.target), offset, atEnd, random);
+      const RowMove row = {target.data(), source.data(), width, formats, stores, -4096};
+      for (const auto move : {&Kernels::copyRow, &Kernels::reverseRow}) {
+        ExpectAsPlain(target, [&](const Kernels& kernels) { (kernels.*move)(row); });
       }
     }
-  }
+  };
+  Combine(check, kOffsets, kEither, kPairs, kStores);
+}
+
+TEST_P(MoveKernels, ExchangesOfEveryWidthAndAlignment) {
+  Random random(4);
+  const auto check = [&](int offset, bool atEnd) {
+    for (int width = 0; width <= kMostWidth; ++width) {
+      SCOPED_TRACE(testing::Message() << "width " << width << " offset " << offset);
+      GuardedBytes words(size_t(width) * 4, offset, atEnd, random);
+      const int half = width / 2;
+      uint8_t* const right = words.data() + (width - half) * 4;
+      for (const auto exchange : {&Kernels::exchange, &Kernels::exchangeReversed}) {
+        ExpectAsPlain(words, [&](const Kernels& kernels) {
+          (kernels.*exchange)(words.data(), right, half, nullptr, right);
+        });
+      }
+    }
+  };
+  Combine(check, kOffsets, kEither);
 }
 
 TEST_P(MoveKernels, TransposesOfEverySizeAndAlignment) {
+  constexpr int kColumns[] = {0, 1, 3, 4, 5, 6, 8, 63, 130, 300};
+  constexpr int kRows[] = {0, 1, 15, 16, 17, 33, 64, 129, 300};
+  constexpr int kShifts[] = {0, 4, 60, 2};
   Random random(2);
-  for (const int columns : {0, 1, 3, 4, 5, 6, 8, 63, 130, 300}) {
-    for (const int rows : {0, 1, 15, 16, 17, 33, 64, 129, 300}) {
-      for (const int shift : {0, 4, 60, 2}) {
-        // Strides beyond the pixels; target rows 2048 bytes apart collide in the caches.
-        for (const bool collide : {false, true}) {
-          for (const FormatPair& formats : kPairs) {
-            const int sourceBytes = BytesOf(formats.source), targetBytes = BytesOf(formats.target);
-            const ptrdiff_t sourceStride = columns * sourceBytes + 12;
-            const ptrdiff_t targetStride =
-                collide ? 2048 : rows * targetBytes + (shift == 0 ? 0 : 20);
-            SCOPED_TRACE(testing::Message() << columns << " columns, " << rows << " rows, shift "
-                                            << shift << ", formats " << formats.source << " to "
-                                            << formats.target << ", stride " << targetStride);
-            GuardedBytes source(rows > 0 ? sourceStride * (rows - 1) + columns * sourceBytes : 0,
-                                shift, shift != 4, random);
-            GuardedBytes target(columns > 0 ? targetStride * (columns - 1) + rows * targetBytes : 0,
-                                shift, shift == 4, random);
-            const bool upwards = rows % 2 == 1;
-            std::vector<uint8_t*> targetRows;
-            for (int i = 0; i < columns; ++i) {
-              targetRows.push_back(target.data() + targetStride * (upwards ? columns - 1 - i : i));
-            }
-            for (const Stores stores : {Stores::kCached, Stores::kStreaming}) {
-              const TransposeBand band = {source.data() + (upwards ? sourceStride * (rows - 1) : 0),
-                                          upwards ? -sourceStride : sourceStride,
-                                          rows,
-                                          columns,
-                                          formats,
-                                          stores,
-                                          targetRows.data()};
-              ExpectAsPlain(target, [&](const Kernels& kernels) { kernels.transpose(band); });
-            }
-            if (HasFatalFailure()) return;
-          }
-        }
-      }
+  // Strides beyond the pixels; target rows 2048 bytes apart collide in the caches.
+  const auto check = [&](int columns, int rows, int shift, bool collide, const FormatPair& formats,
+                         Stores stores) {
+    const int sourceBytes = BytesOf(formats.source), targetBytes = BytesOf(formats.target);
+    const ptrdiff_t sourceStride = columns * sourceBytes + 12;
+    const ptrdiff_t targetStride = collide ? 2048 : rows * targetBytes + (shift == 0 ? 0 : 20);
+    SCOPED_TRACE(testing::Message()
+                 << columns << " columns, " << rows << " rows, shift " << shift << ", formats "
+                 << testing::PrintToString(formats) << ", stride " << targetStride);
+    GuardedBytes source(rows > 0 ? sourceStride * (rows - 1) + columns * sourceBytes : 0, shift,
+                        shift != 4, random);
+    GuardedBytes target(columns > 0 ? targetStride * (columns - 1) + rows * targetBytes : 0, shift,
+                        shift == 4, random);
+    const bool upwards = rows % 2 == 1;
+    std::vector<uint8_t*> targetRows;
+    for (int i = 0; i < columns; ++i) {
+      targetRows.push_back(target.data() + targetStride * (upwards ? columns - 1 - i : i));
     }
-  }
+    const TransposeBand band = {source.data() + (upwards ? sourceStride * (rows - 1) : 0),
+                                upwards ? -sourceStride : sourceStride,
+                                rows,
+                                columns,
+                                formats,
+                                stores,
+                                targetRows.data()};
+    ExpectAsPlain(target, [&](const Kernels& kernels) { kernels.transpose(band); });
+  };
+  Combine(check, kColumns, kRows, kShifts, kEither, kPairs, kStores);
 }
 
 struct PictureMove {
@@ -141,33 +142,26 @@ void MovePlainly(const PictureMove& each, TestPicture& source, TestPicture& targ
 }
 
 TEST_P(PictureMoves, PutPixelsOfEveryFormatWhereTheyBelong) {
-  const std::pair<int, int> sides[] = {{0, 0},   {0, 3},    {3, 0},     {1, 1},
-                                       {1, 40},  {40, 1},   {7, 5},     {64, 16},
-                                       {65, 33}, {129, 70}, {1030, 17}, {40, 256}};
+  constexpr model::Size kSizes[] = {{0, 0}, {0, 3},   {3, 0},   {1, 1},    {1, 40},    {40, 1},
+                                    {7, 5}, {64, 16}, {65, 33}, {129, 70}, {1030, 17}, {40, 256}};
+  constexpr int kPaddings[] = {0, 7, 16};
   uint32_t seed = 0;
-  for (const PictureMove& each : kMoves) {
-    for (const uint32_t from : kFormats) {
-      for (const uint32_t to : kFormats) {
-        if (each.inPlace && (from != to || BytesOf(from) != 4)) continue;
-        for (const auto& [width, height] : sides) {
-          for (const int padding : {0, 7, 16}) {
-            SCOPED_TRACE(testing::Message()
-                         << each.name << " of " << width << " x " << height << ", format " << from
-                         << " to " << to << ", padding " << padding);
-            Random random(++seed), sameRandom(seed);
-            TestPicture source(random, from, width, height, padding);
-            const model::Size size = each.move.Of({width, height});
-            TestPicture target(each.inPlace ? sameRandom : random, to, size.width, size.height,
-                               each.inPlace ? padding : 20 - padding);
-            ExpectSameBytes(
-                target.bytes, [&] { MovePlainly(each, source, target); },
-                [&] { each.run(source.editor, target.editor); });
-            if (HasFatalFailure()) return;
-          }
-        }
-      }
-    }
-  }
+  const auto check = [&](const PictureMove& each, uint32_t from, uint32_t to,
+                         const model::Size& sides, int padding) {
+    if (each.inPlace && (from != to || BytesOf(from) != 4)) return;
+    SCOPED_TRACE(testing::Message()
+                 << each.name << " of " << sides.width << " x " << sides.height << ", format "
+                 << from << " to " << to << ", padding " << padding);
+    Random random(++seed), sameRandom(seed);
+    TestPicture source(random, from, sides.width, sides.height, padding);
+    const model::Size size = each.move.Of(sides);
+    TestPicture target(each.inPlace ? sameRandom : random, to, size.width, size.height,
+                       each.inPlace ? padding : 20 - padding);
+    ExpectSameBytes(
+        target.bytes, [&] { MovePlainly(each, source, target); },
+        [&] { each.run(source.editor, target.editor); });
+  };
+  Combine(check, kMoves, kFormats, kFormats, kSizes, kPaddings);
 }
 
 TEST_P(MoveKernels, PicturesLargerThanTheCache) {

@@ -134,14 +134,14 @@ TEST_P(PictureShears, EqualTheModelForSteadyAndForWildOffsets) {
   struct {
     uint32_t from, to;
     int lineCount, length, targetLength;
-  } const cases[] = {{14, 14, 40, 70, 90},
-                     {8, 8, 33, 50, 20},
+  } const cases[] = {{kPixelArgb32, kPixelArgb32, 40, 70, 90},
+                     {kPixelConsole, kPixelConsole, 33, 50, 20},
                      // More than one band of rows, more than one block.
-                     {8, 15, 20, 900, 1200},
-                     {15, 14, 1100, 5, 40},
+                     {kPixelConsole, kPixelRgb32, 20, 900, 1200},
+                     {kPixelRgb32, kPixelArgb32, 1100, 5, 40},
                      // A source format that no storage uses reads as nothing.
-                     {3, 14, 9, 12, 12},
-                     {14, 14, 3, 0, 5}};
+                     {3, kPixelArgb32, 9, 12, 12},
+                     {kPixelArgb32, kPixelArgb32, 3, 0, 5}};
   constexpr int kWild[] = {INT_MIN, INT_MAX, -1, 0, 1, INT_MIN + 1, 1500, -1500, 3};
   Random random(5);
   for (const auto& [from, to, lineCount, length, targetLength] : cases) {

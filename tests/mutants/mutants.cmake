@@ -39,8 +39,8 @@ mutant(unmirrored_middle_row
 
 mutant(shear_off_by_one
   FILE transforms/rotate.cpp
-  FROM [[return {static_cast<int>(whole), offset - whole};]]
-  TO [[return {static_cast<int>(whole) + 1, offset - whole};]]
+  FROM [[return {static_cast<int>(whole), offset - whole, 0};]]
+  TO [[return {static_cast<int>(whole) + 1, offset - whole, 0};]]
   TESTS Storages/Methods.RotateRandomPicturesByRandomAngles/console)
 
 # Pixels that fall off the row's front still blend into the first one that stays.
