@@ -29,10 +29,10 @@ constexpr MethodCase kMethods[] = {
 };
 
 constexpr StorageCase kStorages[] = {
-    {"console", sim::AppKind::kConsole, sim::StorageKind::kConsole, false, 4},
-    {"cairo-alpha", sim::AppKind::kDesktop, sim::StorageKind::kCairo, true, 4},
-    {"cairo-opaque", sim::AppKind::kDesktop, sim::StorageKind::kCairo, false, 4},
-    {"three-byte", sim::AppKind::kDesktop, sim::StorageKind::kGdk, false, 3},
+    {"console", sim::kConsoleHost, false, 4},
+    {"cairo-alpha", sim::kCairoHost, true, 4},
+    {"cairo-opaque", sim::kCairoHost, false, 4},
+    {"three-byte", sim::kGdkHost, false, 3},
 };
 
 // The last but one because the strides of real pictures are multiples of 4 bytes and no more, the
@@ -43,7 +43,7 @@ constexpr Size kQuickSizes[] = {{32, 32}, {512, 512}, {1920, 1080}};
 
 bool Applies(const MethodCase& method, const StorageCase& storage, Size size) {
   // Pictures that can only be copied out refuse to be changed in place.
-  if (method.inPlace && storage.kind == sim::StorageKind::kGdk) return false;
+  if (method.inPlace && storage.host.opaque == sim::StorageKind::kGdk) return false;
   if (method.sizes == Sizes::kLarge) return !IsSmall(size);
   return method.sizes == Sizes::kAll || size.width <= 512;
 }

@@ -43,8 +43,7 @@ struct MethodCase {
 
 struct StorageCase {
   const char* name;
-  sim::AppKind application;
-  sim::StorageKind kind;
+  sim::HostKind host;
   bool alpha;
   int bytesPerPixel;
 };

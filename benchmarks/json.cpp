@@ -1,77 +1,45 @@
-#include <sstream>
+#include <nlohmann/json.hpp>
 
 #include "benchmarks/report.h"
 
 namespace velbench {
 namespace {
 
-std::string Quoted(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char letter : text) {
-    if (letter == '"' || letter == '\\') quoted += '\\';
-    quoted += static_cast<unsigned char>(letter) < ' ' ? ' ' : letter;
-  }
-  return quoted + '"';
-}
+using Json = nlohmann::ordered_json;
 
-// Commas between what is written one after the other.
-class Items {
- public:
-  std::ostream& Next(std::ostream& out) {
-    out << separator_;
-    separator_ = ",\n";
-    return out;
-  }
-
- private:
-  const char* separator_ = "\n";
-};
-
-void WriteFigure(std::ostream& out, const Figure& figure, const Figure& ours) {
-  out << "{\"nsPerPixel\": ";
-  if (figure.nanoseconds) {
-    out << *figure.nanoseconds;
-  } else {
-    out << "null";
-  }
+Json FigureJson(const Figure& figure, const Figure& ours) {
+  Json json = {{"nsPerPixel", nullptr}};
+  if (figure.nanoseconds) json["nsPerPixel"] = *figure.nanoseconds;
   if (figure.nanoseconds && ours.nanoseconds && &figure != &ours) {
-    out << ", \"oursDividedByIt\": " << *ours.nanoseconds / *figure.nanoseconds;
+    json["oursDividedByIt"] = *ours.nanoseconds / *figure.nanoseconds;
   }
-  if (!figure.note.empty()) out << ", \"note\": " << Quoted(figure.note);
-  out << "}";
-}
-
-void WriteRow(std::ostream& out, const Row& row, const std::vector<std::string>& peers) {
-  out << "    {\"method\": " << Quoted(row.method->call) << ", \"width\": " << row.size.width
-      << ", \"height\": " << row.size.height << ", \"storage\": " << Quoted(row.storage->name)
-      << ", \"condition\": " << Quoted(NameOf(row.condition)) << ",\n     \"ours\": ";
-  WriteFigure(out, row.ours, row.ours);
-  out << ",\n     \"memcpy\": ";
-  WriteFigure(out, row.memcpy, row.ours);
-  out << ",\n     \"peers\": {";
-  Items items;
-  for (size_t i = 0; i < peers.size(); ++i) {
-    if (!row.peers[i].nanoseconds) continue;
-    items.Next(out) << "      " << Quoted(peers[i]) << ": ";
-    WriteFigure(out, row.peers[i], row.ours);
-  }
-  out << "}}";
+  if (!figure.note.empty()) json["note"] = figure.note;
+  return json;
 }
 
 }  // namespace
 
 std::string ToJson(const Report& report) {
-  std::ostringstream out;
-  out << "{\n  \"processor\": " << Quoted(report.machine.processor)
-      << ",\n  \"caveat\": " << Quoted(report.machine.caveat)
-      << ",\n  \"kernels\": " << Quoted(report.kernels) << ",\n  \"missing\": [";
-  Items missing;
-  for (const std::string& text : report.missing) missing.Next(out) << "    " << Quoted(text);
-  out << "],\n  \"rows\": [";
-  Items rows;
-  for (const Row& row : report.rows) WriteRow(rows.Next(out), row, report.peers);
-  out << "]\n}\n";
-  return out.str();
+  Json json = {{"processor", report.machine.processor},
+               {"caveat", report.machine.caveat},
+               {"kernels", report.kernels},
+               {"missing", report.missing},
+               {"rows", Json::array()}};
+  for (const Row& row : report.rows) {
+    Json peers = Json::object();
+    for (size_t i = 0; i < report.peers.size(); ++i) {
+      if (row.peers[i].nanoseconds) peers[report.peers[i]] = FigureJson(row.peers[i], row.ours);
+    }
+    json["rows"].push_back({{"method", row.method->call},
+                            {"width", row.size.width},
+                            {"height", row.size.height},
+                            {"storage", row.storage->name},
+                            {"condition", NameOf(row.condition)},
+                            {"ours", FigureJson(row.ours, row.ours)},
+                            {"memcpy", FigureJson(row.memcpy, row.ours)},
+                            {"peers", std::move(peers)}});
+  }
+  return json.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace velbench

@@ -45,13 +45,16 @@ Size Canvas(const MethodCase& method, Size size) {
 /// Measures the rows of one group.
 class GroupRun {
  public:
-  GroupRun(const Group& group, const Options& options, const std::vector<Peer>& peers)
+  /// The first build is ours, a second one stands in the last column, behind the peers.
+  GroupRun(const Group& group, bool quick, const std::vector<Build>& builds,
+           const std::vector<Peer>& peers)
       : group_(group),
         peers_(peers),
-        effort_(options.quick         ? kQuick
+        effort_(quick                 ? kQuick
                 : IsSmall(group.size) ? kThoroughWhenSmall
                                       : kThorough),
-        timer_(group, options.kernels),
+        timer_(group, builds),
+        buildCount_(builds.size()),
         byteCount_(static_cast<size_t>(group.size.width) * group.size.height *
                    group.storage->bytesPerPixel),
         pixels_(NewPixels(byteCount_)) {
@@ -65,10 +68,13 @@ class GroupRun {
                group_.condition,
                {{}, IsSmall(group_.size) ? kHostIncluded : method.note},
                {},
-               std::vector<Figure>(peers_.size())};
-    std::vector<Column> columns = {{"ours", [&] { return timer_.Run(method); }},
-                                   {"memcpy", Timed([&] { Copy(); })}};
-    std::vector<Figure*> figures = {&row.ours, &row.memcpy};
+               std::vector<Figure>(peers_.size() + buildCount_ - 1)};
+    std::vector<Column> builds, columns = {{"memcpy", Timed([&] { Copy(); })}};
+    std::vector<Figure*> buildFigures, figures = {&row.memcpy};
+    for (size_t i = 0; i < buildCount_; ++i) {
+      builds.push_back({"build " + std::to_string(i), [&, i] { return timer_.Run(method, i); }});
+      buildFigures.push_back(i == 0 ? &row.ours : &row.peers.back());
+    }
     for (size_t i = 0; i < peers_.size(); ++i) {
       PeerWork work = Prepare(peers_[i], method);
       if (!work.run) continue;
@@ -76,18 +82,28 @@ class GroupRun {
       columns.push_back({peers_[i].name, Timed(std::move(work.run))});
       figures.push_back(&row.peers[i]);
     }
-    const auto seconds = TimeColumns(columns, effort_);
-    for (size_t i = 0; i < columns.size(); ++i) {
+    if (buildCount_ > 1) {
+      Fill(buildFigures, TimeByTurns(builds, effort_));
+    } else {
+      columns.push_back(builds[0]);
+      figures.push_back(&row.ours);
+    }
+    Fill(figures, TimeColumns(columns, effort_));
+    return row;
+  }
+
+ private:
+  void Fill(const std::vector<Figure*>& figures,
+            const std::vector<std::optional<double>>& seconds) const {
+    for (size_t i = 0; i < figures.size(); ++i) {
       if (seconds[i]) {
         figures[i]->nanoseconds = *seconds[i] * 1e9 / group_.size.width / group_.size.height;
       } else {
         figures[i]->note = "failed";
       }
     }
-    return row;
   }
 
- private:
   static std::function<std::optional<double>()> Timed(std::function<void()> work) {
     return [work = std::move(work)] {
       const auto start = std::chrono::steady_clock::now();
@@ -115,6 +131,7 @@ class GroupRun {
   const std::vector<Peer>& peers_;
   Effort effort_;
   MethodTimer timer_;
+  size_t buildCount_;
   size_t byteCount_;
   std::unique_ptr<uint8_t[]> pixels_;
 };
@@ -124,7 +141,7 @@ void KeepAvailable(std::vector<Group>& groups, Report& report) {
   std::map<std::string, std::string> problems;
   for (const Group& group : groups) {
     if (!problems.contains(group.storage->name)) {
-      problems[group.storage->name] = PrepareStorage(group.storage->kind);
+      problems[group.storage->name] = PrepareStorage(group.storage->host.opaque);
     }
   }
   for (const auto& [name, problem] : problems) {
@@ -133,21 +150,24 @@ void KeepAvailable(std::vector<Group>& groups, Report& report) {
   std::erase_if(groups, [&](const Group& group) { return !problems[group.storage->name].empty(); });
 }
 
-ExitStatus Run(Options options) {
+ExitStatus Run(const Options& options) {
   std::vector<Group> groups = SelectGroups(options.quick, options.filter);
   if (groups.empty()) {
     throw std::runtime_error(
         "--filter matches no row: rows are Rotate90Vel/1920x1080/console/warm");
   }
-  options.kernels = ResolveKernels(options.kernels);
-  Report report = {ThisMachine(), options.kernels, {}};
-  const std::vector<Peer> peers = OpenPeers();
+  const bool compares = !options.against.empty();
+  std::vector<Build> builds = {FindBuild("", options.kernels)};
+  if (compares) builds.push_back(FindBuild(options.against, options.kernels));
+  Report report = {ThisMachine(), builds[0].kernels, {}};
+  const std::vector<Peer> peers = compares ? std::vector<Peer>() : OpenPeers();
   for (const Peer& peer : peers) {
     report.peers.push_back(peer.name);
     if (!peer.problem.empty()) {
       report.missing.push_back(std::string(peer.name) + " is left out: " + peer.problem);
     }
   }
+  if (compares) report.peers.push_back("the other " + builds[1].kernels);
   KeepAvailable(groups, report);
   if (groups.empty()) throw std::runtime_error(report.missing.back());
 
@@ -155,7 +175,7 @@ ExitStatus Run(Options options) {
   bool good = true;
   for (const Group& group : groups) {
     table.PrintGroup(group);
-    GroupRun run(group, options, peers);
+    GroupRun run(group, options.quick, builds, peers);
     for (const MethodCase* const method : group.methods) {
       report.rows.push_back(run.Measure(*method));
       table.PrintRow(report.rows.back());

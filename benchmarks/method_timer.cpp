@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <climits>
+#include <filesystem>
 #include <random>
 #include <vector>
 
@@ -16,7 +17,7 @@ namespace {
 constexpr const char* kPluginPath = VEL_PLUGIN;
 
 bool Select(const sim::Plugin& plugin, const std::string& name) {
-  return plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")(name.c_str());
+  return plugin.Function<bool(const char*)>("SelectKernels")(name.c_str());
 }
 
 // Lets the C library treat large blocks as the host treats pictures, for the buffers of the plugin
@@ -32,8 +33,9 @@ void SetLargeBlocks(Condition condition) {
 
 sim::Settings SettingsFor(const Group& group) {
   sim::Settings settings;
-  settings.application = group.storage->application;
-  settings.newPictures = settings.newAlphaPictures = group.storage->kind;
+  settings.application = group.storage->host.application;
+  settings.newPictures = group.storage->host.opaque;
+  settings.newAlphaPictures = group.storage->host.alpha;
   settings.warmMemory = true;  // New pictures are not filled, in either condition.
   return settings;
 }
@@ -64,38 +66,42 @@ std::string PrepareStorage(sim::StorageKind kind) {
   return HandOutThreeBytePixels(plugin) ? "" : "GDK 2 is missing";
 }
 
-std::string ResolveKernels(const std::string& kernels) {
-  const sim::Plugin plugin(kPluginPath, false);
+Build FindBuild(const std::string& file, const std::string& kernels) {
+  const std::string path = file.empty() ? kPluginPath : std::filesystem::absolute(file).string();
+  const sim::Plugin plugin(path, false);
   for (const char* const name : velpicture::kVariantNames) {
-    if ((kernels.empty() || kernels == name) && Select(plugin, name)) return name;
+    if ((kernels.empty() || kernels == name) && Select(plugin, name)) return {path, name};
   }
-  throw std::runtime_error("--kernels " + kernels +
-                           ": unknown, or this machine lacks it; there are" +
-                           velpicture::kVariantList);
+  throw std::runtime_error("--kernels " + kernels + ": unknown" +
+                           (file.empty() ? "" : " to " + file) +
+                           ", or this machine lacks it; there are" + velpicture::kVariantList);
 }
 
-MethodTimer::MethodTimer(const Group& group, const std::string& kernels)
-    : inThreeBytes_(group.storage->kind == sim::StorageKind::kGdk),
-      host_(SettingsFor(group)),
-      plugin_(kPluginPath, false) {
+MethodTimer::MethodTimer(const Group& group, const std::vector<Build>& builds)
+    : host_(SettingsFor(group)) {
   SetLargeBlocks(group.condition);
   host_.log.enabled = false;
   host_.memory.warm = group.condition == Condition::kWarm;
-  plugin_.Start(host_);
-  Select(plugin_, kernels);
-  if (inThreeBytes_) HandOutThreeBytePixels(plugin_);
+  for (const Build& build : builds) {
+    plugins_.push_back(std::make_unique<sim::Plugin>(build.path, false));
+    const sim::Plugin& plugin = *plugins_.back();
+    plugins_.back()->Start(host_);
+    Select(plugin, build.kernels);
+    if (group.storage->host.opaque == sim::StorageKind::kGdk) HandOutThreeBytePixels(plugin);
+  }
   picture_ = NoisyPicture(host_, group);
 }
 
-std::optional<double> MethodTimer::Run(const MethodCase& method) {
+std::optional<double> MethodTimer::Run(const MethodCase& method, size_t build) {
+  const sim::Plugin& plugin = *plugins_[build];
   std::string why;
   const auto call = sim::ParseCall(method.call, &why);
-  const sim::Method& declared = plugin_.Choose(call->name, call->arguments);
+  const sim::Method& declared = plugin.Choose(call->name, call->arguments);
   const double convertingBefore = SecondsConverting();
   const auto start = std::chrono::steady_clock::now();
   bool done = false;
   {
-    const sim::Result result = plugin_.Call(declared, picture_.get(), call->arguments);
+    const sim::Result result = plugin.Call(declared, picture_.get(), call->arguments);
     done = result.boolean || result.picture || result.integer != 0;
   }
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;

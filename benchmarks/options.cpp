@@ -17,7 +17,8 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  velbench --quick\n"
     "  velbench --filter '^Rotate90Vel/.*/console/warm' --kernels sse2\n"
-    "  velbench --json figures.json --plot figures.png\n";
+    "  velbench --json figures.json --plot figures.png\n"
+    "  velbench --against before/VelPicture.so --filter Mirror\n";
 
 void CheckFiles(const Options& options) {
   for (const std::string& file : {options.json, options.markdown}) {
@@ -44,6 +45,10 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_option("--kernels", options.kernels,
                  "pixel kernels to use, of" + std::string(velpicture::kVariantList))
       ->type_name("NAME");
+  app.add_option("--against", options.against,
+                 "another build of the plugin, measured by turns with this one; other libraries "
+                 "are left out")
+      ->type_name("FILE");
   app.add_option("--filter", filter, "only rows such as Rotate90Vel/1920x1080/console/warm")
       ->type_name("REGEX");
   try {

@@ -14,6 +14,7 @@ struct Options {
   std::string markdown;
   std::string plot;
   std::string kernels;
+  std::string against;
   std::regex filter;
 };
 

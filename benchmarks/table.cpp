@@ -8,7 +8,7 @@ namespace {
 constexpr int kNameWidth = 20;
 constexpr int kColumnWidth = 15;
 
-// "0.52 x1.34a": theirs, and ours divided by theirs. Right-aligned but for the mark.
+// "0.52 x1.34a": theirs, and ours divided by theirs. The mark stands right of the column.
 std::string Cell(const Figure& figure, const Figure& ours, char mark) {
   std::string text = figure.nanoseconds ? Digits(*figure.nanoseconds) : "-";
   if (figure.nanoseconds && ours.nanoseconds) {

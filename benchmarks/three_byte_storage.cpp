@@ -86,7 +86,7 @@ void InstallThreeByteStorage() {
 }
 
 bool HandOutThreeBytePixels(const sim::Plugin& plugin) {
-  if (!plugin.Symbol<bool()>("_Z7LoadGTKv")()) return false;
+  if (!plugin.Function<bool()>("LoadGTK")()) return false;
   Replace(plugin, "_gdk_pixbuf_get_from_drawable", FromDrawable);
   Replace(plugin, "_gdk_pixbuf_get_pixels", PixelsOf);
   Replace(plugin, "_gdk_pixbuf_get_rowstride", StrideOf);

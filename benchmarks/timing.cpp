@@ -40,6 +40,13 @@ void Repeat(benchmark::State& state, const Column& column) {
   }
 }
 
+/// The value that so many of a hundred are below.
+std::optional<double> Percentile(std::vector<double>& values, int percent) {
+  if (values.empty()) return std::nullopt;
+  std::sort(values.begin(), values.end());
+  return values[values.size() * percent / 100];
+}
+
 }  // namespace
 
 std::vector<std::optional<double>> TimeColumns(const std::vector<Column>& columns,
@@ -58,12 +65,29 @@ std::vector<std::optional<double>> TimeColumns(const std::vector<Column>& column
   benchmark::ClearRegisteredBenchmarks();
 
   std::vector<std::optional<double>> medians;
-  for (const Column& column : columns) {
-    std::vector<double>& seconds = collector.seconds[column.name];
-    std::sort(seconds.begin(), seconds.end());
-    medians.push_back(seconds.empty() ? std::nullopt : std::optional(seconds[seconds.size() / 2]));
-  }
+  for (const Column& column : columns)
+    medians.push_back(Percentile(collector.seconds[column.name], 50));
   return medians;
+}
+
+std::vector<std::optional<double>> TimeByTurns(const std::vector<Column>& columns,
+                                               const Effort& effort) {
+  constexpr size_t kLeastTurns = 20;
+  const double budget = effort.repetitions * effort.secondsPerRepetition;
+  std::vector<std::vector<double>> seconds(columns.size());
+  double spent = 0;
+  for (size_t turn = 0; turn < kLeastTurns || spent < budget * columns.size(); ++turn) {
+    for (size_t i = 0; i < columns.size(); ++i) {
+      const size_t column = turn % 2 == 0 ? i : columns.size() - 1 - i;
+      const auto time = columns[column].work();
+      if (!time) return std::vector<std::optional<double>>(columns.size());
+      seconds[column].push_back(*time);
+      spent += *time;
+    }
+  }
+  std::vector<std::optional<double>> tenths;
+  for (std::vector<double>& times : seconds) tenths.push_back(Percentile(times, 10));
+  return tenths;
 }
 
 }  // namespace velbench

@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cstdio>
-#include <sstream>
 #include <string_view>
 
 #include "check/refused.h"
@@ -10,73 +9,105 @@
 namespace check {
 namespace {
 
-bool TakePrefix(std::string_view& text, std::string_view prefix) {
-  if (!text.starts_with(prefix)) return false;
-  text.remove_prefix(prefix.size());
+constexpr std::string_view kAligned = "aligned", kReversed = "reversed", kApart = ", ";
+
+/// Takes what stands before the separator off the text; all of it where there is none.
+std::string_view Take(std::string_view& text, std::string_view separator) {
+  const size_t end = text.find(separator);
+  const std::string_view first = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + separator.size());
+  return first;
+}
+
+template <class Number>
+bool IsNumber(std::string_view text, Number& number) {
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end;
+}
+
+/// "5x3" or "5x3 zero"
+bool TakeInputs(std::string_view& text, Variant& variant) {
+  std::string_view rest = text;
+  std::string_view words = Take(rest, kApart);
+  std::string_view size = Take(words, " ");
+  Size parsed = {};
+  if (!IsNumber(Take(size, "x"), parsed.width) || !IsNumber(size, parsed.height)) return false;
+  const ArgumentSet* const set = words.empty() ? variant.arguments : ArgumentSetNamed(words);
+  if (parsed.width < 1 || parsed.height < 1 || set == nullptr) return false;
+  variant.size = parsed;
+  variant.arguments = set;
+  text = rest;
   return true;
 }
 
-bool TakeNumber(std::string_view& text, int& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || number < 1) return false;
-  text.remove_prefix(static_cast<size_t>(end - text.data()));
+bool TakeWord(std::string_view& text, std::string_view word) {
+  std::string_view rest = text;
+  if (Take(rest, kApart) != word) return false;
+  text = rest;
   return true;
 }
 
 }  // namespace
 
-std::optional<Variant> Variant::Parse(const std::string& text) {
+std::string Variant::Name() const {
+  std::string name;
+  const auto add = [&name](std::string_view part) {
+    if (!part.empty()) name.append(name.empty() ? "" : kApart).append(part);
+  };
+  const bool usual = size.width == kUsualSize.width && size.height == kUsualSize.height &&
+                     arguments == ArgumentSets().data();
+  if (!usual || (disturbance.IsNone() && !reversed)) {
+    add(std::to_string(size.width) + "x" + std::to_string(size.height) +
+        (arguments == ArgumentSets().data() ? "" : " " + std::string(arguments->name)));
+  }
+  if (reversed) add(kReversed);
+  if (aligned) add(kAligned);
+  add(disturbance.Name());
+  return name;
+}
+
+std::optional<Variant> Variant::Parse(std::string_view text) {
   Variant variant;
-  std::string_view rest = text;
-  if (TakePrefix(rest, "without ")) {
-    variant.fault = FaultKind::kWithout;
-    variant.missing = rest;
-    return variant;
-  }
-  if (TakePrefix(rest, "call ")) variant.fault = FaultKind::kCall;
-  if (TakePrefix(rest, "from call ")) variant.fault = FaultKind::kFromCall;
-  if (TakePrefix(rest, "exception ")) variant.fault = FaultKind::kException;
-  if (variant.fault != FaultKind::kNone) {
-    if (!TakeNumber(rest, variant.number)) return std::nullopt;
-  } else if (!rest.empty()) {
-    if (!TakeNumber(rest, variant.width) || !TakePrefix(rest, "x") ||
-        !TakeNumber(rest, variant.height)) {
-      return std::nullopt;
-    }
-    if (TakePrefix(rest, " zero")) variant.arguments = ArgumentSet::kZero;
-    if (TakePrefix(rest, " negative")) variant.arguments = ArgumentSet::kNegative;
-  }
-  if (!rest.empty()) return std::nullopt;
+  if (text.empty()) return std::nullopt;
+  TakeInputs(text, variant);
+  variant.reversed = TakeWord(text, kReversed);
+  variant.aligned = TakeWord(text, kAligned);
+  if (text.empty()) return variant;
+  const auto disturbance = Disturbance::Parse(text);
+  if (!disturbance) return std::nullopt;
+  variant.disturbance = *disturbance;
   return variant;
 }
 
-std::string Trial::Name() const {
-  char number[32];
-  std::snprintf(number, sizeof number, "%.7g", version);
-  return method + "/" + setup->name + "/" + number + (variant.empty() ? "" : "/" + variant);
+const sim::PictureSetup* SetupNamed(std::string_view name) {
+  for (const sim::PictureSetup& setup : sim::PictureSetups()) {
+    if (setup.name == name) return &setup;
+  }
+  return nullptr;
 }
 
-Trial Trial::Parse(const std::string& name) {
-  std::istringstream parts(name);
-  std::string method, setupName, version, variant;
-  std::getline(parts, method, '/');
-  std::getline(parts, setupName, '/');
-  std::getline(parts, version, '/');
-  std::getline(parts, variant, '\0');
-  Trial trial{method, nullptr, 0, variant};
-  for (const sim::PictureSetup& setup : sim::PictureSetups()) {
-    if (setup.name == setupName) trial.setup = &setup;
-  }
-  const char* const end = version.data() + version.size();
-  const auto [stop, error] = std::from_chars(version.data(), end, trial.version);
-  const bool isMethod = method != kStartUp;
-  if (trial.setup == nullptr || error != std::errc() || stop != end || !Variant::Parse(variant) ||
-      (isMethod && variant.empty())) {
+std::string Case::Name() const {
+  if (setup == nullptr) return method;
+  char number[32];
+  std::snprintf(number, sizeof number, "%.7g", version);
+  return method + "/" + setup->name + "/" + number + "/" + variant.Name();
+}
+
+Case Case::Parse(const std::string& name) {
+  if (name == kLoading) return {kLoading, nullptr, 0, {}};
+  std::string_view rest = name;
+  const std::string_view method = Take(rest, "/"), setup = Take(rest, "/");
+  const std::string_view version = Take(rest, "/");
+  Case parsed{std::string(method), SetupNamed(setup), 0, {}};
+  const auto variant = Variant::Parse(rest);
+  if (parsed.setup == nullptr || !IsNumber(version, parsed.version) || !variant) {
     throw Refused("--case '" + name +
                   "' is no case: give one as the check names it, such as "
                   "'HMirrorVel/console/2012.01/call 3'");
   }
-  return trial;
+  parsed.variant = *variant;
+  return parsed;
 }
 
 }  // namespace check

@@ -1,46 +1,50 @@
 #pragma once
 
 // What a case of the check is, and its name: "HMirrorVel/cairo/2011.5/call 3" is a method, a kind
-// of picture, a host version and a variant.
+// of picture, a host version and what is done there.
 
 #include <optional>
 #include <string>
 
-#include "simulator/picture_setup.h"
+#include "check/disturbance.h"
+#include "check/inputs.h"
 
 namespace check {
 
-enum class FaultKind { kNone, kCall, kFromCall, kException, kWithout };
-enum class ArgumentSet { kUsual, kZero, kNegative };
+/// Stand for a method where something else is looked at.
+constexpr const char* kLoading = "loading";
+constexpr const char* kStartUp = "start-up";
+constexpr const char* kTogether = "together";
 
-/// What distinguishes the cases of one method in one host: "5x3", "5x3 zero", "call 3",
-/// "from call 3", "exception 3", "without newPicture"; empty for an undisturbed start-up.
+/// What distinguishes the cases of one method in one host: "5x3", "33x16", "5x3 zero", "call 3",
+/// "5x3 zero, call 3", "aligned, without newPicture".
 struct Variant {
-  int width = 5, height = 3;
-  ArgumentSet arguments = ArgumentSet::kUsual;
-  FaultKind fault = FaultKind::kNone;
-  int number = 0;
-  std::string missing;
+  Size size = kUsualSize;
+  const ArgumentSet* arguments = ArgumentSets().data();
+  bool aligned = false;   ///< the caller's stack to 16 bytes, for plugins that need it
+  bool reversed = false;  ///< methods together are called in reverse order
+  Disturbance disturbance = {};
+  /// What lies where nobody wrote: no part of the name.
+  unsigned litter = 0;
 
-  /// Empty when the text is none of these.
-  static std::optional<Variant> Parse(const std::string& text);
+  std::string Name() const;
+  /// Empty when the text is no variant.
+  static std::optional<Variant> Parse(std::string_view text);
 };
 
-/// Stands for a method where start-up is looked at.
-constexpr const char* kStartUp = "start-up";
-/// The variant that comes first of each method.
-constexpr const char* kUndisturbed = "5x3";
-
-struct Trial {
+struct Case {
   std::string method;
   const sim::PictureSetup* setup;
   double version;
-  std::string variant;
+  Variant variant;
 
   /// "HMirrorVel/cairo/2011.5/call 3"
   std::string Name() const;
   /// Throws Refused when there can be no such case.
-  static Trial Parse(const std::string& name);
+  static Case Parse(const std::string& name);
 };
+
+/// Null when there is none of that name.
+const sim::PictureSetup* SetupNamed(std::string_view name);
 
 }  // namespace check

@@ -1,18 +1,18 @@
 #include "check/check.h"
 
 #include <dlfcn.h>
-#include <elf.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <map>
 #include <set>
 #include <thread>
 
 #include "check/groups.h"
 #include "check/isolation.h"
+#include "check/plugin_file.h"
 #include "check/refused.h"
 #include "check/workers.h"
 #include "simulator/storage.h"
@@ -22,42 +22,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr double kNewest = 2012.01;
 /// At each of these some host behaves differently, or a plugin may take it that one does.
 constexpr double kStartVersions[] = {0,       2010.028, 2010.029, 2011.03,
-                                     2011.04, 2011.5,   2012,     2012.01};
-constexpr double kCallVersions[] = {2012.01, 2011.5, 2011.03};
+                                     2011.04, 2011.5,   2012,     kNewest};
+constexpr double kCallVersions[] = {kNewest, 2011.5, 2011.03};
 
-/// The kinds of application, each with one kind of picture.
-constexpr const char* kStartSetups[] = {"console", "web", "cairo", "unknown_kind"};
-
-void CheckFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw Refused("there is no plugin " + path + ": name a plugin's file");
-  if (fs::is_directory(path)) throw Refused(path + " is a folder: name a plugin's file");
-  Elf32_Ehdr header = {};
-  file.read(reinterpret_cast<char*>(&header), sizeof header);
-  if (!file || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_type != ET_DYN) {
-    throw Refused(path + " is no shared library: name a plugin's file");
-  }
-  if (header.e_ident[EI_CLASS] != ELFCLASS32 || header.e_machine != EM_386) {
-    throw Refused(path +
-                  " is no 32-bit i386 library, as this host's plugins are: build it with -m32");
-  }
-}
-
-const sim::PictureSetup& SetupNamed(const char* name) {
-  const auto setups = sim::PictureSetups();
-  return *std::find_if(setups.begin(), setups.end(), [name](const sim::PictureSetup& setup) {
-    return std::strcmp(setup.name, name) == 0;
-  });
-}
+/// The kinds of application, each with one kind of picture. Those to look at quickly come first.
+constexpr const char* kStartSetups[] = {"console", "cairo", "web", "unknown_kind"};
+constexpr size_t kQuickSetups = 2;
 
 class Check {
  public:
   Check(const CheckOptions& options, const std::string& path, const Watcher& watcher)
-      : loaded_(path),
+      : path_(path),
         watcher_(watcher),
-        limits_{options.seconds, options.exceptions},
+        limits_{options.seconds, options.exceptions, options.only, options.listed},
+        quick_(options.quick),
         processes_(options.processes > 0
                        ? options.processes
                        : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))) {
@@ -76,35 +57,43 @@ class Check {
       }
     }
     RunGroups(firsts, "methods");
+    for (const std::string& method : hangs_) {
+      results_.push_back({method, {}, "other hosts: the undisturbed case takes too long"});
+    }
     std::erase_if(others, [this](const Group& group) { return hangs_.contains(group.method); });
     RunGroups(others, "hosts");
+    if (methods_.size() > 1) RunGroups(Together(), "methods together");
     return std::move(results_);
   }
 
  private:
-  using Start = std::pair<sim::AppKind, double>;
+  using Place = std::pair<const sim::PictureSetup*, double>;
 
   std::vector<GroupResult> RunGroups(const std::vector<Group>& groups, const char* what) {
     size_t done = 0;
     watcher_(what, done, groups.size());
-    const auto work = [&](size_t i) { return Packed(RunGroup(loaded_, groups[i], limits_)); };
+    const auto work = [&](size_t i) { return Packed(RunGroup(Loaded(), groups[i], limits_)); };
     const auto packed =
         RunShared(groups.size(), processes_, work, [&] { watcher_(what, ++done, groups.size()); });
     std::vector<GroupResult> all;
     for (size_t i = 0; i < groups.size(); ++i) {
       all.push_back(Unpacked(packed[i]));
-      const auto& cases = all.back().cases;
-      results_.insert(results_.end(), cases.begin(), cases.end());
-      if (cases.front().verdict == Verdict::kTimedOut) hangs_.insert(groups[i].method);
+      const GroupResult& result = all.back();
+      results_.insert(results_.end(), result.cases.begin(), result.cases.end());
+      if (result.timedOut) hangs_.insert(groups[i].method);
+      if (groups[i].method != kStartUp && !result.outcome.empty()) {
+        outcomes_[{groups[i].setup, groups[i].version}][groups[i].method] = result.outcome;
+      }
     }
     return all;
   }
 
   void StartUps() {
     std::vector<Group> groups;
-    for (const char* setup : kStartSetups) {
+    for (size_t i = 0; i < (quick_ ? kQuickSetups : std::size(kStartSetups)); ++i) {
       for (const double version : kStartVersions) {
-        groups.push_back({kStartUp, &SetupNamed(setup), version});
+        if (quick_ && version != kNewest) continue;
+        groups.push_back({kStartUp, SetupNamed(kStartSetups[i]), version});
       }
     }
     const std::vector<Group> first(groups.begin(), groups.begin() + 1);
@@ -119,30 +108,30 @@ class Check {
 
   void NoteMethods(const Group& group, const GroupResult& result) {
     for (const MethodNote& method : result.methods) {
-      if (std::find(methods_.begin(), methods_.end(), method.label) == methods_.end()) {
-        if (method.obstacle.empty()) {
-          methods_.push_back(method.label);
-          if (method.hasParameters) withParameters_.insert(method.label);
-        } else {
-          SkipOnce(method.label, method.obstacle);
+      if (!method.obstacle.empty()) {
+        if (skipped_.insert(method.label).second) {
+          results_.push_back({method.label, {}, method.obstacle});
         }
+        continue;
+      }
+      if (std::find(methods_.begin(), methods_.end(), method.label) == methods_.end()) {
+        methods_.push_back(method.label);
+        if (method.hasParameters) withParameters_.insert(method.label);
       }
       starts_[method.label].insert({group.setup->application, group.version});
     }
-    for (const std::string& other : result.registered) {
-      SkipOnce(other, "methods of Picture are all that is tried");
-    }
-  }
-
-  void SkipOnce(const std::string& name, const std::string& why) {
-    if (skipped_.insert(name).second) results_.push_back({name, Verdict::kSkipped, {why}});
   }
 
   /// In the hosts in which it is registered.
   std::vector<Group> GroupsOf(const std::string& method) {
     std::vector<Group> groups;
     for (const double version : kCallVersions) {
+      if (quick_ && version != kNewest) continue;
       for (const sim::PictureSetup& setup : sim::PictureSetups()) {
+        const bool isQuick =
+            std::any_of(kStartSetups, kStartSetups + kQuickSetups,
+                        [&setup](const char* name) { return SetupNamed(name) == &setup; });
+        if (quick_ && !isQuick) continue;
         if (starts_[method].contains({setup.application, version})) {
           groups.push_back({method, &setup, version, withParameters_.contains(method)});
         }
@@ -151,70 +140,107 @@ class Check {
     return groups;
   }
 
-  LoadedPlugin loaded_;
+  /// All methods in one process, at the newest version.
+  std::vector<Group> Together() const {
+    std::vector<Group> groups;
+    for (const auto& [place, outcomes] : outcomes_) {
+      const auto& [setup, version] = place;
+      if (version != kNewest || outcomes.size() < 2) continue;
+      groups.push_back({kTogether, setup, version, false, outcomes});
+    }
+    return groups;
+  }
+
+  /// By the processes that share the work: what the plugin's constructors and destructors do is no
+  /// matter to this one. They end without its destructors.
+  LoadedPlugin& Loaded() const {
+    static LoadedPlugin* const loaded = new LoadedPlugin(path_);
+    return *loaded;
+  }
+
+  const std::string path_;
   const Watcher& watcher_;
   const CaseLimits limits_;
+  const bool quick_;
   const int processes_;
   std::vector<CaseResult> results_;
   std::vector<std::string> methods_;
-  std::map<std::string, std::set<Start>> starts_;
+  std::map<std::string, std::set<std::pair<sim::AppKind, double>>> starts_;
+  std::map<Place, std::map<std::string, std::string>> outcomes_;
   std::set<std::string> withParameters_;
   std::set<std::string> hangs_;
   std::set<std::string> skipped_;
 };
 
-/// Loads the plugin, away from here first: its constructors may do anything. What they do wrong is
-/// a result of its own.
-std::vector<CaseResult> TryLoading(const CheckOptions& options, const std::string& path) {
+struct Loading {
+  CaseResult result = {kLoading, {}};
+  bool isLoaded = true;
+};
+
+/// Loads the plugin, away from here first: its constructors and destructors may do anything.
+Loading TryLoading(const std::string& path, double seconds) {
   const Ending ending = RunIsolated(
       [&path]() -> std::string {
-        Enter("loading");
+        Enter("while it is loaded");
         try {
           const LoadedPlugin loaded(path);
+          Enter("while it is unloaded");
         } catch (const sim::PluginError& error) {
           return error.what();
         }
         return "loaded";
       },
-      options.seconds);
-  if (ending.kind != Ending::kReturned) {
-    return {{"loading",
-             ending.kind == Ending::kTimedOut ? Verdict::kTimedOut : Verdict::kCrashed,
-             {ending.text}}};
+      seconds);
+  if (!ending.returned) {
+    return {{kLoading, {ending.finding}},
+            ending.finding.when.find("unloaded") != std::string::npos};
   }
   if (ending.text != "loaded") throw Refused(ending.text);
   return {};
 }
 
-}  // namespace
-
-bool RunOneCase(const CheckOptions& options, const std::string& name) {
-  CheckFile(options.plugin);
-  const Trial trial = Trial::Parse(name);
-  LoadedPlugin loaded(fs::absolute(options.plugin));
-  const bool isDisturbed = Variant::Parse(trial.variant)->fault != FaultKind::kNone;
-  TrialReport usual;
-  if (isDisturbed && trial.method != kStartUp) {
-    Trial undisturbed = trial;
-    undisturbed.variant = kUndisturbed;
-    usual = Learn(loaded, undisturbed, options.seconds);
-  }
-  std::setvbuf(stdout, nullptr, _IOLBF, 0);
-  ExplainCrashes();
-  const TrialReport report = RunTrial(loaded, trial, isDisturbed ? &usual : nullptr, stdout);
-  std::printf("%s: %s\n", trial.Name().c_str(),
-              !report.skipped.empty()   ? ("skipped: " + report.skipped).c_str()
-              : report.findings.empty() ? "passed"
-                                        : "failed");
-  for (const std::string& finding : report.findings) std::printf("%s\n", finding.c_str());
-  return report.findings.empty();
+/// Ends this process when a case takes too long. A debugger may take the time that it likes.
+void LimitTime(double seconds) {
+  std::signal(SIGALRM, [](int) {
+    static constexpr char kText[] = "\ntimed out\n";
+    if (write(STDOUT_FILENO, kText, sizeof kText - 1) < 0) std::abort();
+    _exit(1);
+  });
+  alarm(static_cast<unsigned>(std::max(1.0, seconds)));
 }
+
+}  // namespace
 
 std::vector<CaseResult> RunCheck(const CheckOptions& options, const Watcher& watcher) {
   CheckFile(options.plugin);
   const std::string path = fs::absolute(options.plugin);
-  std::vector<CaseResult> results = TryLoading(options, path);
-  return results.empty() ? Check(options, path, watcher).Run() : results;
+  const Loading loading = TryLoading(path, options.seconds);
+  if (!loading.isLoaded) return {loading.result};
+  std::vector<CaseResult> results = Check(options, path, watcher).Run();
+  if (!loading.result.findings.empty()) results.insert(results.begin(), loading.result);
+  return results;
+}
+
+CaseResult RunOneCase(const CheckOptions& options, const std::string& name) {
+  CheckFile(options.plugin);
+  const Case each = Case::Parse(name);
+  const std::string path = fs::absolute(options.plugin);
+  if (each.method == kLoading) return TryLoading(path, options.seconds).result;
+  // Not unloaded: what its destructors do is another case.
+  LoadedPlugin& loaded = *new LoadedPlugin(path);
+  const bool isDisturbed = !each.variant.disturbance.IsNone();
+  Usual usual;
+  if (isDisturbed && each.method != kStartUp) {
+    Case undisturbed = each;
+    undisturbed.variant.disturbance = {};
+    usual = Learn(loaded, undisturbed, options.seconds);
+  }
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  ExplainCrashes();
+  LimitTime(options.seconds);
+  const CaseReport report = RunCase(loaded, each, isDisturbed ? &usual : nullptr, stdout);
+  alarm(0);
+  return {each.Name(), report.findings, report.skipped};
 }
 
 }  // namespace check

@@ -1,27 +1,46 @@
 #include "check/groups.h"
 
+#include <fnmatch.h>
+
+#include <chrono>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "check/isolation.h"
 #include "check/refused.h"
 
 namespace check {
 
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Finding, kind, text, place, when, level)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MethodNote, label, obstacle, hasParameters)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TrialReport, findings, skipped, outcome, pictureBefore,
-                                   pictureAfter, held, fallible, calls, names, methods, registered)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(CaseResult, name, verdict, findings)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(GroupResult, cases, methods, registered)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Usual, outcome, before, after, calls, fallible, all, names,
+                                   memory, references)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(CaseReport, findings, skipped, shown)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(CaseResult, name, findings, skipped, seconds)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(GroupResult, cases, methods, outcome, timedOut)
 
 namespace {
 
-constexpr const char* kOtherSizes[] = {"1x1", "1x7", "17x1", "33x16"};
-constexpr const char* kOtherArguments[] = {"5x3 zero", "5x3 negative"};
+constexpr int kMostTimeOuts = 2;
 
 /// Text that a plugin made may be no UTF-8; what it is compared with later must not be changed.
 std::string Dumped(const nlohmann::json& json) {
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
+
+/// A part of the name, or a pattern for all of it.
+bool Matches(const std::string& name, const std::string& pattern) {
+  if (pattern.find_first_of("*?[") == std::string::npos) {
+    return name.find(pattern) != std::string::npos;
+  }
+  return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+}
+
+/// One way that a method takes, which an undisturbed case showed.
+struct Way {
+  Variant variant;
+  Usual usual;
+};
 
 class GroupRun {
  public:
@@ -29,85 +48,187 @@ class GroupRun {
       : loaded_(loaded), group_(group), limits_(limits) {}
 
   GroupResult Run() {
-    const bool isStartUp = group_.method == kStartUp;
-    TrialReport usual;
-    const Verdict first = Try(isStartUp ? "" : kUndisturbed, nullptr, usual);
-    result_.methods = usual.methods;
-    result_.registered = usual.registered;
-    if (first == Verdict::kSkipped) return std::move(result_);
-    if (first == Verdict::kCrashed || first == Verdict::kTimedOut) {
-      return Skip("the undisturbed case did not come to its end");
+    Variant first;
+    CaseResult& usual = Try(first, nullptr);
+    if (usual.findings.size() == 1 && usual.findings[0].kind == Kind::kAlignment) {
+      // Whatever else there is to find is found for a caller that it gets along with.
+      first.aligned = true;
+      Try(first, nullptr);
     }
-    if (!isStartUp && !TryOthers()) return std::move(result_);
-    if (first == Verdict::kFailed) return Skip("the undisturbed case fails already");
-    Disturb(usual);
-    return std::move(result_);
+    if (group_.method == kTogether) {
+      CompareWithAlone();
+      first.reversed = true;
+      Try(first, nullptr);
+      CompareWithAlone();
+      return Done();
+    }
+    if (!last_.skipped.empty()) return Done();
+    result_.timedOut = timeOuts_ > 0;
+    if (!returned_) return Skip("the undisturbed case does not come to its end");
+    result_.outcome = report_.shown.outcome;
+    ways_.push_back({first, report_.shown});
+    const bool isWell = IsWell();
+    if (group_.method != kStartUp) TryOthers(first);
+    if (!isWell) return Skip("the undisturbed case fails already");
+    for (const Way& way : ways_) {
+      if (!Disturb(way)) return Skip("some take too long");
+    }
+    return Done();
   }
 
  private:
-  Verdict Try(const std::string& variant, const TrialReport* usual, TrialReport& report) {
-    const Trial trial{group_.method, group_.setup, group_.version, variant};
-    CaseResult result{trial.Name(), Verdict::kPassed, {}};
-    const Ending ending =
-        RunIsolated([&] { return Dumped(RunTrial(loaded_, trial, usual)); }, limits_.seconds);
-    if (ending.kind == Ending::kReturned) {
-      report = nlohmann::json::parse(ending.text);
-      result.findings = report.findings;
-      if (!result.findings.empty()) result.verdict = Verdict::kFailed;
-      if (!report.skipped.empty()) {
-        result.verdict = Verdict::kSkipped;
-        result.findings = {report.skipped};
-      }
-    } else {
-      result.findings = {ending.text};
-      result.verdict = ending.kind == Ending::kMisuse    ? Verdict::kFailed
-                       : ending.kind == Ending::kCrashed ? Verdict::kCrashed
-                                                         : Verdict::kTimedOut;
-    }
-    result_.cases.push_back(result);
-    return result.verdict;
-  }
-
-  GroupResult Skip(const std::string& why) {
-    const std::string name = Trial{group_.method, group_.setup, group_.version, "..."}.Name();
-    result_.cases.push_back({name, Verdict::kSkipped, {"other cases: " + why}});
+  GroupResult Done() {
+    std::erase_if(result_.cases, [this](const CaseResult& each) {
+      return !limits_.only.empty() && !Matches(each.name, limits_.only);
+    });
     return std::move(result_);
   }
 
-  bool TryAll(const std::vector<std::string>& variants, const TrialReport* usual) {
-    for (const std::string& variant : variants) {
-      TrialReport report;
-      if (Try(variant, usual, report) != Verdict::kTimedOut) continue;
-      Skip("one took too long");
-      return false;
+  GroupResult Skip(const std::string& why) {
+    std::string name = Case{group_.method, group_.setup, group_.version, {}}.Name();
+    name.erase(name.rfind('/'));
+    result_.cases.push_back({name, {}, "other cases: " + why});
+    return Done();
+  }
+
+  bool IsWell() const {
+    return std::none_of(last_.findings.begin(), last_.findings.end(),
+                        [](const Finding& finding) { return finding.level > Level::kNote; });
+  }
+
+  /// Runs a case; afterwards last_ is its result, and report_ what it showed if it returned.
+  CaseResult& Try(const Variant& variant, const Usual* usual) {
+    const Case each{group_.method, group_.setup, group_.version, variant};
+    last_ = {each.Name(), {}};
+    const auto start = std::chrono::steady_clock::now();
+    const Ending ending = RunIsolated(
+        [&] {
+          std::vector<MethodNote> methods;
+          const CaseReport report = RunCase(loaded_, each, usual, nullptr, &methods);
+          return Dumped({report, methods});
+        },
+        limits_.seconds);
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    last_.seconds = time.count();
+    returned_ = ending.returned;
+    if (returned_) {
+      const auto json = nlohmann::json::parse(ending.text);
+      report_ = json[0];
+      last_.findings = report_.findings;
+      last_.skipped = report_.skipped;
+      if (result_.methods.empty()) result_.methods = json[1];
+    } else {
+      last_.findings = {ending.finding};
+    }
+    if (variant.disturbance.IsOfNoRealHost()) {
+      for (Finding& finding : last_.findings) {
+        finding.level = std::min(finding.level, Level::kPedantic);
+      }
+    }
+    if (!returned_ && ending.finding.kind == Kind::kTimeOut) ++timeOuts_;
+    result_.cases.push_back(last_);
+    if (usual == nullptr && returned_) LookForLitter(variant);
+    return last_;
+  }
+
+  /// A result that differs from call to call may be a counter or a clock. When it is the same in
+  /// two processes, and another in one where other litter lies around, it is the litter's.
+  void LookForLitter(Variant variant) {
+    const auto differs =
+        std::find_if(last_.findings.begin(), last_.findings.end(),
+                     [](const Finding& finding) { return finding.kind == Kind::kOtherResult; });
+    if (differs == last_.findings.end()) return;
+    const auto outcome = [&](unsigned litter) {
+      variant.litter = litter;
+      const Case each{group_.method, group_.setup, group_.version, variant};
+      const Ending ending = RunIsolated(
+          [&] { return RunCase(loaded_, each, nullptr).shown.outcome; }, limits_.seconds);
+      return ending.returned ? ending.text : "";
+    };
+    const std::string& first = report_.shown.outcome;
+    if (outcome(0) != first || (outcome(1) == first && outcome(2) == first)) return;
+    differs->kind = Kind::kLitter;
+    differs->text = "depends on what nobody wrote";
+    differs->level = LevelOf(Kind::kLitter);
+    result_.cases.back() = last_;
+  }
+
+  /// Other sizes, and other arguments. Those that lead to other calls are ways of their own.
+  void TryOthers(const Variant& first) {
+    std::vector<Variant> variants;
+    for (const Size size : kOtherSizes) {
+      variants.push_back(first);
+      variants.back().size = size;
+    }
+    if (group_.hasParameters) {
+      for (const ArgumentSet& set : ArgumentSets().subspan(1)) {
+        variants.push_back(first);
+        variants.back().arguments = &set;
+      }
+    }
+    for (const Variant& variant : variants) {
+      if (timeOuts_ >= kMostTimeOuts) return;
+      Try(variant, nullptr);
+      if (!returned_ || !last_.skipped.empty() || !IsWell()) continue;
+      const bool isKnown = std::any_of(ways_.begin(), ways_.end(), [this](const Way& way) {
+        return way.usual.calls == report_.shown.calls;
+      });
+      if (!isKnown) ways_.push_back({variant, report_.shown});
+    }
+  }
+
+  /// False when too many took too long.
+  bool Disturb(const Way& way) {
+    std::vector<Disturbance> all = Disturbances(way.usual, limits_.exceptions);
+    // Grows while it is worked on: what failures lead to is disturbed, too.
+    for (size_t i = 0; i < all.size(); ++i) {
+      if (timeOuts_ >= kMostTimeOuts) return false;
+      Variant variant = way.variant;
+      variant.disturbance = all[i];
+      const std::string name = Case{group_.method, group_.setup, group_.version, variant}.Name();
+      if (!limits_.only.empty() && !Matches(name, limits_.only)) continue;
+      if (limits_.listed) {
+        result_.cases.push_back({name, {}});
+        continue;
+      }
+      Try(variant, &way.usual);
+      if (!returned_) continue;
+      for (const Disturbance& deeper : Deeper(all[i], report_, way.usual)) {
+        if (deeperTold_.insert(deeper.missing).second) all.push_back(deeper);
+      }
     }
     return true;
   }
 
-  bool TryOthers() {
-    std::vector<std::string> variants(std::begin(kOtherSizes), std::end(kOtherSizes));
-    if (group_.hasParameters) {
-      variants.insert(variants.end(), std::begin(kOtherArguments), std::end(kOtherArguments));
+  /// For all methods together, whose outcome has a line for each.
+  void CompareWithAlone() {
+    if (!returned_) return;
+    std::istringstream lines(report_.shown.outcome);
+    for (std::string line; std::getline(lines, line);) {
+      const size_t colon = line.find(": ");
+      const auto alone = group_.outcomes.find(line.substr(0, colon));
+      if (colon == std::string::npos || alone == group_.outcomes.end()) continue;
+      const std::string outcome = line.substr(colon + 2);
+      if (outcome == alone->second) continue;
+      const bool isPicture = outcome.find(" pixels ") != std::string::npos;
+      result_.cases.back().findings.push_back({isPicture ? Kind::kRepeat : Kind::kOtherResult,
+                                               alone->first + " gives another " +
+                                                   (isPicture ? "picture" : "result") +
+                                                   " after other methods than alone",
+                                               "", outcome + " instead of " + alone->second});
     }
-    return TryAll(variants, nullptr);
-  }
-
-  void Disturb(const TrialReport& usual) {
-    std::vector<std::string> variants;
-    const auto number = [&variants](const std::string& text, int count) {
-      for (int i = 1; i <= count; ++i) variants.push_back(text + std::to_string(i));
-    };
-    number("call ", usual.fallible);
-    number("from call ", usual.fallible);
-    if (limits_.exceptions) number("exception ", usual.calls);
-    for (const std::string& name : usual.names) variants.push_back("without " + name);
-    TryAll(variants, &usual);
   }
 
   LoadedPlugin& loaded_;
   const Group& group_;
   const CaseLimits& limits_;
   GroupResult result_;
+  CaseResult last_;
+  CaseReport report_;
+  bool returned_ = false;
+  std::vector<Way> ways_;
+  std::set<std::string> deeperTold_;
+  int timeOuts_ = 0;
 };
 
 }  // namespace
@@ -116,11 +237,13 @@ GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits&
   return GroupRun(loaded, group, limits).Run();
 }
 
-TrialReport Learn(LoadedPlugin& loaded, const Trial& trial, double seconds) {
+Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds) {
   const Ending ending =
-      RunIsolated([&] { return Dumped(RunTrial(loaded, trial, nullptr)); }, seconds);
-  if (ending.kind == Ending::kReturned) return nlohmann::json::parse(ending.text);
-  throw Refused("the undisturbed case does not come to its end: --case '" + trial.Name() + "'");
+      RunIsolated([&] { return Dumped(RunCase(loaded, each, nullptr)); }, seconds);
+  if (!ending.returned) {
+    throw Refused("the undisturbed case does not come to its end: --case '" + each.Name() + "'");
+  }
+  return nlohmann::json::parse(ending.text).get<CaseReport>().shown;
 }
 
 std::string Packed(const GroupResult& result) { return Dumped(result); }

@@ -1,19 +1,22 @@
 #pragma once
 
-// A group is all the cases of one method (or of start-up) in one host. Its undisturbed case comes
-// first and teaches what there is to disturb.
+// A group is all the cases of one method (or of start-up, or of all methods together) in one host.
+// Its undisturbed case comes first and teaches what there is to disturb.
 
+#include <map>
 #include <string>
 #include <vector>
 
+#include "check/method_scenario.h"
 #include "check/results.h"
-#include "check/trial.h"
 
 namespace check {
 
 struct CaseLimits {
-  double seconds;   ///< for one case
-  bool exceptions;  ///< let the host's calls throw, too
+  double seconds;       ///< for one case
+  bool exceptions;      ///< let the host's calls throw, too
+  std::string only;     ///< of the cases' names; empty for all
+  bool listed = false;  ///< names are all that is wanted
 };
 
 struct Group {
@@ -21,20 +24,24 @@ struct Group {
   const sim::PictureSetup* setup;
   double version;
   bool hasParameters = false;
+  /// For all methods together: what each gave alone.
+  std::map<std::string, std::string> outcomes = {};
 };
 
 struct GroupResult {
   std::vector<CaseResult> cases;
   /// What start-up registered; empty for other groups.
   std::vector<MethodNote> methods;
-  std::vector<std::string> registered;
+  /// Of the usual case, when it came to its end.
+  std::string outcome;
+  bool timedOut = false;  ///< the usual case
 };
 
 /// Runs the cases of a group one after the other, each in a process of its own.
 GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits& limits);
 
 /// What an undisturbed case shows; throws Refused when it does not come to its end.
-TrialReport Learn(LoadedPlugin& loaded, const Trial& trial, double seconds);
+Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds);
 
 /// For the way from one process to another.
 std::string Packed(const GroupResult& result);

@@ -1,6 +1,5 @@
 #include "check/isolation.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -12,28 +11,36 @@
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
-#include "simulator/host.h"
+#include "check/places.h"
 
 namespace check {
 namespace {
 
 constexpr size_t kMostText = size_t{1} << 20;
-constexpr int kMisuseStatus = 97;
+constexpr int kTimeUp = SIGQUIT;
 constexpr int kCrashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
 
-/// What parent and child both see. The child may end at any point.
+/// What parent and child both see. The child may end at any point, so what ended it is told here
+/// and not by its exit status, which the plugin may have chosen.
 struct Shared {
-  char phase[256];
-  char details[1024];
-  size_t textSize;
-  char text[kMostText];
+  enum { kRunning, kReturned, kFound } state;
+  Kind kind;  ///< of what was found
+  char when[256];
+  char text[512];
+  char place[256];
+  char details[512];
+  size_t returnedSize;
+  char returned[kMostText];
 };
 
-// Mapped once per process that runs others.
+// Mapped once per process that runs others, with files for what its children print.
 Shared* shared = nullptr;
 pid_t mappedBy = 0;
 bool isChild = false;
+int printed[2];
+off_t outputSeen = 0;
 
 void Keep(char* to, size_t size, const std::string& text) {
   std::snprintf(to, size, "%s", text.c_str());
@@ -44,64 +51,110 @@ Shared& MapShared() {
   void* const map =
       mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (map == MAP_FAILED) throw std::runtime_error("no memory to share with a child process");
+  for (int& file : printed) {
+    file = memfd_create("printed", MFD_CLOEXEC);
+    if (file < 0) throw std::runtime_error("no file for what a child process prints");
+  }
   mappedBy = getpid();
   return *(shared = static_cast<Shared*>(map));
 }
 
-std::string PlaceOf(const void* context) {
-  uintptr_t place = 0, stack = 0;
-#if defined(__i386__)
-  const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-  place = static_cast<uintptr_t>(registers[REG_EIP]);
-  stack = static_cast<uintptr_t>(registers[REG_ESP]);
-#endif
-  Dl_info where;
-  if (dladdr(reinterpret_cast<void*>(place), &where) != 0) {
-    return ", at " + sim::PlaceInLibrary(reinterpret_cast<void*>(place));
-  }
-  // A call of an address where no code is: the caller's is on the stack.
-  void* caller = nullptr;
-  std::memcpy(&caller, reinterpret_cast<void*>(stack), sizeof caller);
-  return ", called from " + sim::PlaceInLibrary(caller);
+std::string SignalName(int number) {
+  const char* const name = sigabbrev_np(number);
+  return name == nullptr ? "signal " + std::to_string(number) : "SIG" + std::string(name);
 }
 
 std::string LastOfLog() {
   if (!sim::Host::Exists() || sim::Host::Current().log.lines.empty()) return "";
-  return ", after \"" + sim::Log::TextOf(sim::Host::Current().log.lines.back()) + "\"";
+  return "after \"" + sim::Log::TextOf(sim::Host::Current().log.lines.back()) + "\"";
+}
+
+Finding CrashFinding(int number, const siginfo_t& signal, const ucontext_t& context) {
+  const void *instruction = nullptr, *stack = nullptr;
+#if defined(__i386__)
+  instruction = reinterpret_cast<const void*>(context.uc_mcontext.gregs[REG_EIP]);
+  stack = reinterpret_cast<const void*>(context.uc_mcontext.gregs[REG_ESP]);
+#endif
+  Finding finding{Kind::kCrash, SignalName(number), PlaceOnStack(instruction, stack)};
+  // Addresses that an instruction cannot use whatever lies there come from the kernel without one.
+  if (number == SIGSEGV && signal.si_code == SI_KERNEL && NeedsAlignment(instruction)) {
+    finding.kind = Kind::kAlignment;
+    finding.text = "needs a stack that is aligned to 16 bytes, and crashes where it is to 4";
+    finding.level = LevelOf(finding.kind);
+  }
+  return finding;
+}
+
+std::string Joined(std::initializer_list<std::string> parts) {
+  std::string text;
+  for (const std::string& part : parts) text += (text.empty() || part.empty() ? "" : ", ") + part;
+  return text;
+}
+
+/// "when malloc (call 2, at Sign.so+0x11d3) failed, after "call  …""
+std::string Circumstances() {
+  const std::string fault =
+      sim::Host::Exists() ? DescribeFault(sim::Host::Current(), "") : std::string();
+  return Joined({fault, LastOfLog()});
+}
+
+void Tell(const Finding& finding, const std::string& details) {
+  shared->kind = finding.kind;
+  Keep(shared->text, sizeof shared->text, finding.text);
+  Keep(shared->place, sizeof shared->place, finding.place);
+  Keep(shared->details, sizeof shared->details, details);
+  shared->state = Shared::kFound;
 }
 
 // Little of this may be done in a signal handler; but the process is lost anyway, and should it not
-// come to its end, the parent's time limit sees to it.
-void OnCrash(int number, siginfo_t*, void* context) {
+// come to its end, the parent sees to it.
+void OnCrash(int number, siginfo_t* signal, void* context) {
   std::signal(number, SIG_DFL);
-  const std::string details = PlaceOf(context) + LastOfLog();
+  const Finding finding = CrashFinding(number, *signal, *static_cast<ucontext_t*>(context));
   if (isChild) {
-    Keep(shared->details, sizeof shared->details, details);
+    Tell(finding, Circumstances());
   } else {
-    std::fprintf(stderr, "%s%s\n", strsignal(number), details.c_str());
+    if (sim::Host::Exists()) sim::Host::Current().log.EndEchoedLine();
+    std::fprintf(stderr, "%s\n",
+                 Joined({finding.text, "at " + finding.place, Circumstances()}).c_str());
   }
   raise(number);
 }
 
-void OnMisuse(const std::string& line) {
-  Keep(shared->details, sizeof shared->details, line + LastOfLog());
-  _exit(kMisuseStatus);
+void OnTimeUp(int, siginfo_t*, void* context) {
+  Tell({Kind::kTimeOut, "does not come to its end",
+        CrashFinding(0, {}, *static_cast<ucontext_t*>(context)).place},
+       Circumstances());
+  _exit(0);
+}
+
+void OnMisuse(const sim::MisuseReport& report) {
+  Tell({Kind::kMisuse, report.text,
+        report.site != nullptr ? PlaceOfCall(report.site)
+                               : PlaceOnStack(nullptr, __builtin_frame_address(0))},
+       Circumstances());
+  _exit(0);
 }
 
 [[noreturn]] void RunChild(const std::function<std::string()>& work) {
   isChild = true;
+  setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (const int stream : {0, 1, 2}) dup2(nowhere, stream);
+  dup2(nowhere, 0);
+  close(nowhere);
+  dup2(printed[0], 1);
+  dup2(printed[1], 2);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
   ExplainCrashes();
   sim::Host::onMisuse = OnMisuse;
   const std::string text = work();
-  if (text.size() > kMostText) _exit(1);
-  std::memcpy(shared->text, text.data(), text.size());
-  shared->textSize = text.size();
+  if (text.size() > kMostText) throw std::length_error("a case has too much to tell");
+  std::memcpy(shared->returned, text.data(), text.size());
+  shared->returnedSize = text.size();
+  shared->state = Shared::kReturned;
   _exit(0);
 }
 
@@ -122,17 +175,32 @@ bool WaitFor(pid_t child, double seconds, int& status) {
   return true;
 }
 
-std::string SignalName(int number) {
-  const char* const name = sigabbrev_np(number);
-  return name == nullptr ? "signal " + std::to_string(number) : "SIG" + std::string(name);
+/// The last line that a child wrote to standard error, with the one before where it goes on.
+std::string LastWords() {
+  char bytes[4096];
+  const off_t end = lseek(printed[1], 0, SEEK_END);
+  const off_t start = std::max<off_t>(0, end - static_cast<off_t>(sizeof bytes));
+  const ssize_t count = pread(printed[1], bytes, sizeof bytes, start);
+  std::string text(bytes, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  size_t line = text.rfind('\n');
+  while (line != std::string::npos && line + 1 < text.size() && text[line + 1] == ' ') {
+    text[line] = ';';
+    line = text.rfind('\n');
+  }
+  return line == std::string::npos ? text : text.substr(line + 1);
 }
 
 }  // namespace
 
 Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
   Shared& exchange = MapShared();
-  exchange.phase[0] = exchange.details[0] = '\0';
-  exchange.textSize = 0;
+  exchange.state = Shared::kRunning;
+  exchange.when[0] = exchange.text[0] = exchange.place[0] = exchange.details[0] = '\0';
+  for (const int file : printed) {
+    if (ftruncate(file, 0) != 0) throw std::runtime_error("no file for what a case prints");
+    lseek(file, 0, SEEK_SET);
+  }
   // Blocked, the signal of a child's end waits until it is asked for.
   sigset_t childEnded;
   sigemptyset(&childEnded);
@@ -142,28 +210,45 @@ Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
   if (child < 0) throw std::runtime_error("no process for a case");
   if (child == 0) RunChild(work);
   int status = 0;
-  const std::string phase = " in ";
-  if (!WaitFor(child, seconds, status)) {
-    kill(child, SIGKILL);
+  bool ended = WaitFor(child, seconds, status);
+  if (!ended) {
+    // It may still be able to say where it is.
+    kill(child, kTimeUp);
+    ended = WaitFor(child, 1, status);
+  }
+  // Whatever it started ends with it.
+  kill(-child, SIGKILL);
+  if (!ended) {
     waitpid(child, &status, 0);
-    return {Ending::kTimedOut, "no end" + phase + exchange.phase};
+    exchange.state = Shared::kFound;
+    exchange.kind = Kind::kTimeOut;
+    Keep(exchange.text, sizeof exchange.text, "does not come to its end");
   }
-  if (WIFSIGNALED(status)) {
-    return {Ending::kCrashed,
-            SignalName(WTERMSIG(status)) + phase + exchange.phase + exchange.details};
+  if (exchange.state == Shared::kReturned) {
+    return {true, {exchange.returned, exchange.returnedSize}, {}};
   }
-  if (WEXITSTATUS(status) == kMisuseStatus) {
-    return {Ending::kMisuse, std::string(exchange.phase) + ": " + exchange.details};
+  Finding finding{exchange.kind, exchange.text, exchange.place,
+                  Joined({exchange.when, exchange.details})};
+  if (exchange.state == Shared::kRunning) {
+    // A signal that nobody looks at, or an end of its own.
+    finding.kind = WIFSIGNALED(status) ? Kind::kCrash : Kind::kExit;
+    finding.text = WIFSIGNALED(status) ? SignalName(WTERMSIG(status)) : "ends the process";
   }
-  if (WEXITSTATUS(status) != 0 || exchange.textSize == 0) {
-    return {Ending::kCrashed, "the process was ended with status " +
-                                  std::to_string(WEXITSTATUS(status)) + phase + exchange.phase};
-  }
-  return {Ending::kReturned, {exchange.text, exchange.textSize}};
+  finding.level = LevelOf(finding.kind);
+  const std::string words = LastWords();
+  if (!words.empty()) finding.text += " (\"" + words + "\")";
+  return {false, "", std::move(finding)};
 }
 
-void Enter(const std::string& phase) {
-  if (isChild) Keep(shared->phase, sizeof shared->phase, phase);
+void Enter(const std::string& when) {
+  if (isChild) Keep(shared->when, sizeof shared->when, when);
+}
+
+bool TakeOutput() {
+  if (!isChild) return false;
+  std::fflush(stdout);
+  const off_t end = lseek(printed[0], 0, SEEK_END);
+  return std::exchange(outputSeen, end) != end;
 }
 
 void ExplainCrashes() {
@@ -175,6 +260,19 @@ void ExplainCrashes() {
   action.sa_sigaction = OnCrash;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
   for (const int number : kCrashSignals) sigaction(number, &action, nullptr);
+  action.sa_sigaction = OnTimeUp;
+  if (isChild) sigaction(kTimeUp, &action, nullptr);
+}
+
+std::string DescribeFault(const sim::Host& host, const std::string& missing) {
+  std::string text;
+  if (const auto& struck = host.faults.struck()) {
+    text = "when " + struck->name + " (call " + std::to_string(struck->number);
+    if (struck->site != nullptr) text += ", at " + PlaceOfCall(struck->site);
+    text += ") failed";
+  }
+  if (!missing.empty()) text += (text.empty() ? "without " : ", without ") + missing;
+  return text;
 }
 
 }  // namespace check

@@ -5,6 +5,10 @@
 #include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
+
+#include "check/case_name.h"
+#include "check/places.h"
 
 namespace check {
 namespace {
@@ -13,95 +17,244 @@ constexpr const char* kVerdictNames[] = {"passed", "failed", "crashed", "timed o
 
 const char* NameOf(Verdict verdict) { return kVerdictNames[static_cast<size_t>(verdict)]; }
 
-size_t Count(const std::vector<CaseResult>& results, Verdict verdict) {
-  return static_cast<size_t>(
-      std::count_if(results.begin(), results.end(),
-                    [verdict](const CaseResult& result) { return result.verdict == verdict; }));
+size_t Count(const Telling& telling, const std::vector<CaseResult>& results, Verdict verdict) {
+  return static_cast<size_t>(std::count_if(
+      results.begin(), results.end(),
+      [&](const CaseResult& result) { return VerdictOf(result, telling.level) == verdict; }));
 }
 
-std::string CommandFor(const std::string& plugin, const std::string& name) {
-  return "velhost --check " + plugin + " --case '" + name + "'";
+std::string MethodOf(const std::string& name) { return name.substr(0, name.find('/')); }
+
+/// As a shell takes it.
+std::string Quoted(const std::string& text) {
+  const bool plain = std::all_of(text.begin(), text.end(), [](unsigned char c) {
+    return std::isalnum(c) != 0 || (c != 0 && std::strchr("/._-+,:@%", c) != nullptr);
+  });
+  if (plain && !text.empty()) return text;
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
 }
 
-/// A finding without what makes it one of many alike: numbers and names of what is missing.
-std::string KindOf(const CaseResult& result, const std::string& finding) {
-  std::string kind =
-      NameOf(result.verdict) + result.name.substr(0, result.name.find('/')) + finding;
-  const size_t missing = result.name.rfind("/without ");
-  if (missing != std::string::npos) {
-    const std::string name = result.name.substr(missing + 9);
-    for (size_t at; !name.empty() && (at = kind.find(name)) != std::string::npos;) {
-      kind.erase(at, name.size());
-    }
-  }
-  kind.erase(std::remove_if(kind.begin(), kind.end(),
-                            [](unsigned char c) { return std::isxdigit(c) != 0; }),
-             kind.end());
-  return kind;
+std::string CommandFor(const Telling& telling, const std::string& name) {
+  return telling.command + " --check " + Quoted(telling.plugin) + " --case " + Quoted(name);
 }
 
-struct Alike {
+/// What makes a finding another fault: numbers do not.
+std::string FaultOf(const CaseResult& result, const Finding& finding) {
+  std::string text = finding.text;
+  std::erase_if(text, [](unsigned char c) { return std::isdigit(c) != 0; });
+  return MethodOf(result.name) + "|" + check::NameOf(finding.kind) + "|" + finding.place + "|" +
+         text;
+}
+
+/// One fault, and all the cases that it was found in.
+struct Fault {
   const CaseResult* first;
-  std::string finding;
-  size_t more = 0;
+  Finding finding;
+  std::vector<const CaseResult*> cases;
 };
 
-/// The different findings, in the order of their first cases.
-std::vector<Alike> Different(const std::vector<CaseResult>& results) {
-  std::vector<Alike> all;
+/// The worst first; else in the order of their first cases.
+std::vector<Fault> Faults(const std::vector<CaseResult>& results) {
+  std::vector<Fault> faults;
   std::map<std::string, size_t> places;
   for (const CaseResult& result : results) {
-    for (const std::string& finding : result.findings) {
-      const auto [place, isNew] = places.emplace(KindOf(result, finding), all.size());
-      if (isNew) {
-        all.push_back({&result, finding});
-      } else {
-        ++all[place->second].more;
-      }
+    for (const Finding& finding : result.findings) {
+      const auto [place, isNew] = places.emplace(FaultOf(result, finding), faults.size());
+      if (isNew) faults.push_back({&result, finding, {}});
+      Fault& fault = faults[place->second];
+      fault.finding.level = std::max(fault.finding.level, finding.level);
+      if (fault.cases.empty() || fault.cases.back() != &result) fault.cases.push_back(&result);
     }
   }
-  return all;
+  std::stable_sort(faults.begin(), faults.end(), [](const Fault& left, const Fault& right) {
+    return left.finding.level > right.finding.level;
+  });
+  return faults;
+}
+
+/// "console, web; 2012.01; 5x3, call 1, call 2 …": the storages, versions and variants.
+std::string Circumstances(const std::vector<const CaseResult*>& cases) {
+  constexpr size_t kMostOfEach = 6;
+  std::vector<std::string> parts[3];
+  for (const CaseResult* const each : cases) {
+    std::string_view rest = each->name;
+    for (int part = -1; part < 3 && !rest.empty(); ++part) {
+      const size_t end = part == 2 ? std::string_view::npos : rest.find('/');
+      if (part >= 0) {
+        const std::string word(rest.substr(0, end));
+        auto& words = parts[part];
+        if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
+      }
+      rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    }
+  }
+  std::string text;
+  for (const auto& words : parts) {
+    if (!text.empty() && !words.empty()) text += "; ";
+    for (size_t i = 0; i < std::min(words.size(), kMostOfEach); ++i) {
+      text += (i == 0 ? "" : ", ") + words[i];
+    }
+    if (words.size() > kMostOfEach) text += " …";
+  }
+  return text;
+}
+
+std::string TextOf(const Telling& telling, const Fault& fault) {
+  const Finding& finding = fault.finding;
+  std::string text = std::string(check::NameOf(finding.level)) + ": " +
+                     MethodOf(fault.first->name) + ": " + finding.text + " [" +
+                     check::NameOf(finding.kind) + "]\n";
+  if (!finding.place.empty()) {
+    const std::string line = SourceLine(telling.plugin, finding.place);
+    text += "    at " + finding.place + (line.empty() ? "" : " (" + line + ")") + "\n";
+  }
+  if (!finding.when.empty()) text += "    " + finding.when + "\n";
+  if (fault.cases.size() > 1) {
+    text += "    in " + std::to_string(fault.cases.size()) +
+            " cases: " + Circumstances(fault.cases) + "\n";
+  }
+  return text + "    " + CommandFor(telling, fault.first->name) + "\n";
+}
+
+std::string SkippedAsText(const std::vector<CaseResult>& results) {
+  std::map<std::string, size_t> more;
+  std::vector<const CaseResult*> firsts;
+  for (const CaseResult& result : results) {
+    if (result.skipped.empty()) continue;
+    if (more[MethodOf(result.name) + "|" + result.skipped]++ == 0) firsts.push_back(&result);
+  }
+  std::string text;
+  for (const CaseResult* const first : firsts) {
+    const size_t count = more[MethodOf(first->name) + "|" + first->skipped] - 1;
+    text += "skipped: " + first->name + ": " + first->skipped;
+    if (count > 0) text += " (and " + std::to_string(count) + " more)";
+    text += "\n";
+  }
+  return text;
+}
+
+/// Whether a case can be run by its name alone.
+bool CanBeRepeated(const CaseResult& result) { return result.skipped.empty(); }
+
+std::string XmlText(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      default:
+        if (static_cast<unsigned char>(c) >= ' ') {
+          escaped += c;
+        } else {
+          escaped += c == '\n' ? ' ' : '?';
+        }
+    }
+  }
+  return escaped;
 }
 
 }  // namespace
 
-void PrintResults(const std::string& plugin, const std::vector<CaseResult>& results) {
-  for (const Alike& alike : Different(results)) {
-    const CaseResult& first = *alike.first;
-    std::printf("%s: %s: %s", NameOf(first.verdict), first.name.c_str(), alike.finding.c_str());
-    if (alike.more > 0) std::printf(" (and %zu more like it)", alike.more);
-    std::puts("");
-    if (first.verdict != Verdict::kSkipped) {
-      std::printf("    %s\n", CommandFor(plugin, first.name).c_str());
-    }
+Verdict VerdictOf(const CaseResult& result, Level level) {
+  if (!result.skipped.empty()) return Verdict::kSkipped;
+  Verdict verdict = Verdict::kPassed;
+  for (const Finding& finding : result.findings) {
+    if (finding.level < level) continue;
+    if (finding.kind == Kind::kTimeOut) return Verdict::kTimedOut;
+    const bool ended = finding.kind == Kind::kCrash || finding.kind == Kind::kAlignment ||
+                       finding.kind == Kind::kExit;
+    if (ended) return Verdict::kCrashed;
+    verdict = Verdict::kFailed;
   }
-  std::printf("%s:", plugin.c_str());
-  for (size_t i = 0; i < std::size(kVerdictNames); ++i) {
-    std::printf("%s %zu %s", i == 0 ? "" : ",", Count(results, static_cast<Verdict>(i)),
-                kVerdictNames[i]);
-  }
-  std::puts("");
+  return verdict;
 }
 
-std::string ResultsAsJson(const std::string& plugin, const std::vector<CaseResult>& results) {
-  nlohmann::ordered_json json = {{"plugin", plugin}};
+std::string AsText(const Telling& telling, const std::vector<CaseResult>& results) {
+  std::string text;
+  for (const Fault& fault : Faults(results)) text += TextOf(telling, fault);
+  text += SkippedAsText(results) + telling.plugin + ":";
   for (size_t i = 0; i < std::size(kVerdictNames); ++i) {
-    json["summary"][kVerdictNames[i]] = Count(results, static_cast<Verdict>(i));
+    text += (i == 0 ? " " : ", ") +
+            std::to_string(Count(telling, results, static_cast<Verdict>(i))) + " " +
+            kVerdictNames[i];
+  }
+  return text + "\n";
+}
+
+std::string AsJson(const Telling& telling, const std::vector<CaseResult>& results) {
+  nlohmann::ordered_json json = {{"velhost", VELPICTURE_VERSION},
+                                 {"plugin", telling.plugin},
+                                 {"level", check::NameOf(telling.level)}};
+  for (size_t i = 0; i < std::size(kVerdictNames); ++i) {
+    json["summary"][kVerdictNames[i]] = Count(telling, results, static_cast<Verdict>(i));
   }
   json["cases"] = nlohmann::ordered_json::array();
   for (const CaseResult& result : results) {
-    nlohmann::ordered_json one = {{"case", result.name}, {"verdict", NameOf(result.verdict)}};
-    if (!result.findings.empty()) {
-      one["findings"] = result.findings;
-      one["repeat"] = CommandFor(plugin, result.name);
+    nlohmann::ordered_json one = {{"case", result.name},
+                                  {"verdict", NameOf(VerdictOf(result, telling.level))},
+                                  {"seconds", result.seconds}};
+    if (!result.skipped.empty()) one["skipped"] = result.skipped;
+    for (const Finding& finding : result.findings) {
+      one["findings"].push_back({{"level", check::NameOf(finding.level)},
+                                 {"kind", check::NameOf(finding.kind)},
+                                 {"text", finding.text},
+                                 {"place", finding.place},
+                                 {"when", finding.when}});
+    }
+    if (!result.findings.empty() && CanBeRepeated(result)) {
+      one["repeat"] = CommandFor(telling, result.name);
     }
     json["cases"].push_back(std::move(one));
   }
   return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
-bool AllWell(const std::vector<CaseResult>& results) {
-  return Count(results, Verdict::kPassed) + Count(results, Verdict::kSkipped) == results.size();
+std::string AsJUnit(const Telling& telling, const std::vector<CaseResult>& results) {
+  const size_t skipped = Count(telling, results, Verdict::kSkipped);
+  const size_t well = Count(telling, results, Verdict::kPassed) + skipped;
+  std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" +
+                    XmlText(telling.plugin) + "\" tests=\"" + std::to_string(results.size()) +
+                    "\" failures=\"" + std::to_string(results.size() - well) + "\" skipped=\"" +
+                    std::to_string(skipped) + "\">\n";
+  for (const CaseResult& result : results) {
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.3f", result.seconds);
+    xml += "<testcase classname=\"" + XmlText(MethodOf(result.name)) + "\" name=\"" +
+           XmlText(result.name) + "\" time=\"" + seconds + "\">";
+    if (!result.skipped.empty()) {
+      xml += "<skipped message=\"" + XmlText(result.skipped) + "\"/>";
+    }
+    for (const Finding& finding : result.findings) {
+      if (finding.level < telling.level) continue;
+      xml += "<failure type=\"" + XmlText(check::NameOf(finding.kind)) + "\" message=\"" +
+             XmlText(finding.text + " " + finding.place + " " + finding.when) + "\"/>";
+    }
+    xml += "</testcase>\n";
+  }
+  return xml + "</testsuite>\n";
+}
+
+bool AllWell(const std::vector<CaseResult>& results, Level level) {
+  return std::all_of(results.begin(), results.end(), [level](const CaseResult& result) {
+    const Verdict verdict = VerdictOf(result, level);
+    return verdict == Verdict::kPassed || verdict == Verdict::kSkipped;
+  });
+}
+
+bool NothingTried(const std::vector<CaseResult>& results) {
+  return std::none_of(results.begin(), results.end(), [](const CaseResult& result) {
+    const std::string method = MethodOf(result.name);
+    return result.skipped.empty() && method != kLoading && method != kStartUp;
+  });
 }
 
 }  // namespace check

@@ -5,25 +5,39 @@
 #include <string>
 #include <vector>
 
-namespace check {
+#include "check/finding.h"
 
-enum class Verdict { kPassed, kFailed, kCrashed, kTimedOut, kSkipped };
+namespace check {
 
 struct CaseResult {
   std::string name;
-  Verdict verdict;
-  /// What is wrong, or why the case was skipped.
-  std::vector<std::string> findings;
+  std::vector<Finding> findings;
+  std::string skipped = {};  ///< why it was not tried; empty when it was
+  double seconds = 0;
 };
 
-/// Prints the findings, what was skipped and the counts. Findings of the same method that differ in
-/// numbers only are one line, which tells where the first was and how many more there are.
-void PrintResults(const std::string& plugin, const std::vector<CaseResult>& results);
+/// How results are told.
+struct Telling {
+  std::string plugin;             ///< its file, as it was named
+  std::string command;            ///< that starts velhost
+  Level level = Level::kWarning;  ///< from which on a finding counts
+};
 
-/// All findings and the counts, for machines.
-std::string ResultsAsJson(const std::string& plugin, const std::vector<CaseResult>& results);
+enum class Verdict { kPassed, kFailed, kCrashed, kTimedOut, kSkipped };
+/// Findings below the level do not count, except that crashes and time-outs are called so.
+Verdict VerdictOf(const CaseResult& result, Level level);
 
-/// True when nothing failed, crashed or took too long.
-bool AllWell(const std::vector<CaseResult>& results);
+/// What was found, each fault once: the same thing found at the same place of a method, wherever
+/// that was. Then what was skipped, and the counts.
+std::string AsText(const Telling& telling, const std::vector<CaseResult>& results);
+
+/// All cases, for machines: as JSON, and as JUnit's XML, which CI systems read.
+std::string AsJson(const Telling& telling, const std::vector<CaseResult>& results);
+std::string AsJUnit(const Telling& telling, const std::vector<CaseResult>& results);
+
+/// True when there is no finding that counts.
+bool AllWell(const std::vector<CaseResult>& results, Level level);
+/// True when no method of the plugin was tried.
+bool NothingTried(const std::vector<CaseResult>& results);
 
 }  // namespace check

@@ -1,19 +1,44 @@
 #include "cli/check_command.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <optional>
 
 #include "check/check.h"
 #include "cli/batch.h"
 #include "cli/progress.h"
+#include "cli/user_error.h"
 #include "imaging/output_file.h"
 
 namespace velhost {
+namespace {
+
+/// What started this program, as a line that starts it again begins.
+std::string CommandName() {
+  const char* const script = std::getenv("VEL_COMMAND");
+  return script != nullptr ? script : program_invocation_name;
+}
+
+int CheckOneCase(const Options& options) {
+  const check::CaseResult result = check::RunOneCase(options.check, options.checkedCase);
+  if (!result.skipped.empty()) throw UserError("nothing could be tried: " + result.skipped);
+  const bool isWell = check::AllWell({result}, options.telling.level);
+  std::printf("%s: %s\n", result.name.c_str(), isWell ? "passed" : "failed");
+  for (const check::Finding& finding : result.findings) {
+    std::printf("%s: %s [%s]%s%s%s%s\n", check::NameOf(finding.level), finding.text.c_str(),
+                check::NameOf(finding.kind), finding.place.empty() ? "" : ", at ",
+                finding.place.c_str(), finding.when.empty() ? "" : ", ", finding.when.c_str());
+  }
+  return isWell ? kDone : kFailed;
+}
+
+}  // namespace
 
 int CheckPlugin(const Options& options) {
-  if (!options.checkedCase.empty()) {
-    return check::RunOneCase(options.check, options.checkedCase) ? kDone : kFailed;
+  if (!options.checkedCase.empty()) return CheckOneCase(options);
+  for (const std::string& file : {options.json, options.junit}) {
+    if (!file.empty()) imaging::CheckOutputPath(file, true);
   }
-  if (!options.json.empty()) imaging::CheckOutputPath(options.json, true);
   std::optional<Progress> progress;
   const auto watch = [&progress](const char* what, size_t done, size_t all) {
     if (done == 0) {
@@ -25,12 +50,24 @@ int CheckPlugin(const Options& options) {
     if (done == all) progress->Clear();
   };
   const std::vector<check::CaseResult> results = check::RunCheck(options.check, watch);
-  const std::string& plugin = options.check.plugin;
-  check::PrintResults(plugin, results);
-  if (!options.json.empty()) {
-    imaging::ReplaceFile(options.json, check::ResultsAsJson(plugin, results));
+  if (options.check.listed) {
+    for (const check::CaseResult& result : results) std::puts(result.name.c_str());
+    return kDone;
   }
-  return check::AllWell(results) ? kDone : kFailed;
+  check::Telling telling = options.telling;
+  telling.plugin = options.check.plugin;
+  telling.command = CommandName();
+  std::fputs(check::AsText(telling, results).c_str(), stdout);
+  if (!options.json.empty()) {
+    imaging::ReplaceFile(options.json, check::AsJson(telling, results));
+  }
+  if (!options.junit.empty()) {
+    imaging::ReplaceFile(options.junit, check::AsJUnit(telling, results));
+  }
+  if (!check::AllWell(results, telling.level)) return kFailed;
+  if (!options.check.only.empty() || !check::NothingTried(results)) return kDone;
+  PrintError("nothing could be tried: see what was skipped, and why");
+  return kWrong;
 }
 
 }  // namespace velhost

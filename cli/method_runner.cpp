@@ -16,29 +16,14 @@ namespace {
 // Below this version a host has no pictures with alpha channel.
 constexpr double kAlphaSince = 2011.04;
 
-struct HostTraits {
-  const char* name;
-  sim::AppKind application;
-  sim::StorageKind opaque;
-  sim::StorageKind alpha;
-};
-
-constexpr HostTraits kTraits[] = {
-    {"console", sim::AppKind::kConsole, sim::StorageKind::kConsole, sim::StorageKind::kConsole},
-    {"web", sim::AppKind::kWeb, sim::StorageKind::kConsole, sim::StorageKind::kConsole},
-    {"cairo", sim::AppKind::kDesktop, sim::StorageKind::kCairo, sim::StorageKind::kCairo},
-    {"gdk", sim::AppKind::kDesktop, sim::StorageKind::kGdk, sim::StorageKind::kNone},
-};
-
-const HostTraits& TraitsOf(const Options& options) {
+const sim::HostKind& KindOf(const Options& options) {
   // One of them: no other name is taken from the command line.
-  return *std::find_if(kTraits, std::end(kTraits) - 1, [&options](const HostTraits& traits) {
-    return traits.name == options.host;
-  });
+  return *std::find_if(sim::kHostKinds, std::end(sim::kHostKinds) - 1,
+                       [&options](const sim::HostKind& kind) { return kind.name == options.host; });
 }
 
 void InstallStorage(const Options& options) {
-  const std::string missing = sim::InstallStorage(TraitsOf(options).opaque);
+  const std::string missing = sim::InstallStorage(KindOf(options).opaque);
   if (missing.empty()) return;
   throw UserError("--host " + options.host + " cannot start: " + missing +
                   " (./run fetches the 32-bit libraries and starts a display)");
@@ -46,12 +31,12 @@ void InstallStorage(const Options& options) {
 
 sim::Settings SettingsFor(const Options& options) {
   InstallStorage(options);
-  const HostTraits& traits = TraitsOf(options);
+  const sim::HostKind& kind = KindOf(options);
   sim::Settings settings;
   settings.version = options.hostVersion;
-  settings.application = traits.application;
-  settings.newPictures = traits.opaque;
-  settings.newAlphaPictures = traits.alpha;
+  settings.application = kind.application;
+  settings.newPictures = kind.opaque;
+  settings.newAlphaPictures = kind.alpha;
   settings.allowLeaks = true;  // They are reported, not fatal.
   return settings;
 }
@@ -75,7 +60,7 @@ std::string PluginPath(const Options& options) {
 }
 
 void SelectKernels(const sim::Plugin& plugin, const std::string& name) {
-  auto* const select = plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc");
+  auto* const select = plugin.Function<bool(const char*)>("SelectKernels");
   if (select == nullptr) {
     throw UserError("--kernels: this plugin has no choice of kernels; leave the option out");
   }
@@ -93,18 +78,22 @@ std::string SizeText(int width, int height) {
 
 std::vector<std::string> HostNames() {
   std::vector<std::string> names;
-  for (const HostTraits& traits : kTraits) names.emplace_back(traits.name);
+  for (const sim::HostKind& kind : sim::kHostKinds) names.emplace_back(kind.name);
   return names;
 }
 
 MethodRunner::MethodRunner(const Options& options)
     : hostName_(NameOf(options)),
-      keepsAlpha_(TraitsOf(options).alpha != sim::StorageKind::kNone &&
+      keepsAlpha_(KindOf(options).alpha != sim::StorageKind::kNone &&
                   options.hostVersion >= kAlphaSince),
       log_(options.log),
       host_(SettingsFor(options)),
       plugin_(PluginPath(options)) {
   plugin_.Start(host_);
+  const auto& unreadable = plugin_.unreadable();
+  if (plugin_.methods().empty() && !unreadable.empty()) {
+    throw sim::PluginError(unreadable.front().Text());
+  }
   if (!options.kernels.empty()) SelectKernels(plugin_, options.kernels);
   if (log_) std::fputs(host_.log.Text().c_str(), stdout);
 }

@@ -86,6 +86,19 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
                  "only this case of the check, in this process and with\n"
                  "every call into the host shown")
       ->option_text("NAME");
+  app.add_option("--only", check.only,
+                 "only cases with that in their names, or whose names match\n"
+                 "a pattern such as '*/cairo/*'")
+      ->option_text("PATTERN");
+  app.add_flag("--quick", check.quick, "one console and one desktop set-up at the newest version");
+  app.add_flag("--list-cases", check.listed, "name the cases of the check instead");
+  app.add_option("--level", options.telling.level,
+                 "what counts as a failure: error, warning or pedantic\n[warning]")
+      ->option_text("LEVEL")
+      ->transform(CLI::CheckedTransformer(
+          std::map<std::string, check::Level>{{"error", check::Level::kError},
+                                              {"warning", check::Level::kWarning},
+                                              {"pedantic", check::Level::kPedantic}}));
   app.add_option("--case-seconds", check.seconds, "time that a case of the check may take [10]")
       ->option_text("NUMBER")
       ->check(CLI::Range(0.1, 86400.0));
@@ -97,6 +110,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.add_flag("--exceptions", check.exceptions,
                "let host calls throw exceptions in the check, too");
   app.add_option("--json", options.json, "file for the results of the check, case by case")
+      ->option_text("FILE");
+  app.add_option("--junit", options.junit, "the same as XML, which CI systems read")
       ->option_text("FILE");
   std::string hosts;
   for (const std::string& name : HostNames()) hosts += (hosts.empty() ? "" : ", ") + name;

@@ -33,7 +33,9 @@ struct Options {
   bool testCard = false;
   check::CheckOptions check;  ///< asked for when it names a plugin
   std::string checkedCase;    ///< the only one to check; empty for all
-  std::string json;           ///< file for the results of the check; empty for none
+  check::Telling telling;     ///< of its results
+  std::string json;           ///< file for them; empty for none
+  std::string junit;
 };
 
 /// Reads the command line. Empty when only help was asked for (and given); throws UserError when

@@ -28,8 +28,8 @@ constexpr const char* kOtherNames[] = {"Picture",
                                        "cairo_get_target",
                                        kDrawPicture};
 
-/// Entries and other names that a host may lack. It may not lack the entries by which methods are
-/// registered, nor those by which something is given back, or its account could never be even.
+/// What a host may lack: any entry or other name. Exceptions: what registers the methods, and what
+/// alone gives a lock or a string back, since without it the ledger could not balance.
 const std::vector<std::string>& MissableNames() {
   static const std::vector<std::string> names = [] {
     const std::set<std::string> indispensable = {

@@ -202,7 +202,7 @@ class PictureCall {
 
 void FuzzPictures(FuzzCase& fuzzCase) {
   Input& input = fuzzCase.input;
-  if (auto* const select = fuzzCase.plugin.Symbol<bool(const char*)>("_Z13SelectKernelsPKc")) {
+  if (auto* const select = fuzzCase.plugin.Function<bool(const char*)>("SelectKernels")) {
     const int choice = input.Below(8);
     constexpr int kCount = std::size(velpicture::kVariantNames);
     if (choice < kCount) select(velpicture::kVariantNames[kCount - 1 - choice]);
@@ -211,7 +211,7 @@ void FuzzPictures(FuzzCase& fuzzCase) {
   const bool alpha = input.Flag();
   sim::PictureOptions options = fuzzCase.host.NewPictureOptions(alpha);
   if (input.Below(8) == 7) options.storage = sim::StorageKind::kNone;
-  options.rows = static_cast<sim::RowLayout>(input.Below(4));
+  options.rows = static_cast<sim::RowLayout>(input.Below(5));
   const auto picture = fuzzCase.host.MakePicture(sim::Image(width, height), options);
   fuzzCase.Require(static_cast<bool>(picture), "the host makes no picture");
   Scribble(*picture, input.Next<uint32_t>(), input.Below(3));

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "host/entry_name.h"
 #include "host/resolver.h"
 
 namespace velpicture {
@@ -54,15 +55,6 @@ class HostEntry<Result(Args...)> {
  private:
   const char* name_;
   Function address_ = nullptr;
-};
-
-/// A string literal as a template argument.
-template <size_t kSize>
-struct EntryName {
-  consteval EntryName(const char (&literal)[kSize]) {  // NOLINT: converts from the literal
-    for (size_t i = 0; i < kSize; ++i) text[i] = literal[i];
-  }
-  char text[kSize];
 };
 
 /// The entry of a wrapper, named where it is called. One that several files look at stands in

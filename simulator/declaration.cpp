@@ -6,6 +6,9 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <utility>
+
+#include "simulator/raw_call.h"
 
 namespace sim {
 namespace {
@@ -53,20 +56,46 @@ class Scanner {
     SkipSpaces();
     return ReadWhile([](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
   }
-  /// Everything up to the next comma or parenthesis.
+  /// Everything up to the next comma or parenthesis that is in no quotation marks (doubled, one is
+  /// part of the text).
   std::string_view Literal() {
     SkipSpaces();
-    std::string_view text = ReadWhile([](char c) { return c != ',' && c != ')'; });
+    bool quoted = false;
+    std::string_view text = ReadWhile([&quoted](char c) {
+      if (c == '"') quoted = !quoted;
+      return quoted || (c != ',' && c != ')');
+    });
     while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
     return text;
   }
-  std::optional<Type> ReadType() {
-    const std::string_view word = Word();
-    for (const NamedType& each : kTypes) {
-      if (SameWord(each.name, word)) return each.type;
+  /// "()", "(,)": true when there is one.
+  bool AcceptDimensions() {
+    Scanner ahead = *this;
+    if (!ahead.Accept('(')) return false;
+    while (ahead.Accept(',')) {
     }
+    if (!ahead.Accept(')')) return false;
+    *this = ahead;
+    return true;
+  }
+  /// "string", "Module1.Kind", "integer(,)"; `text` is how it is written.
+  std::optional<Type> ReadType(std::string& text) {
+    SkipSpaces();
+    const std::string_view before = rest_;
+    const std::string_view word = Word();
     if (word.empty()) return std::nullopt;
-    return Type::kOther;
+    Type type = Type::kOther;
+    for (const NamedType& each : kTypes) {
+      if (SameWord(each.name, word)) type = each.type;
+    }
+    while (Accept('.')) {
+      if (Word().empty()) return std::nullopt;
+      type = Type::kOther;
+    }
+    if (AcceptDimensions()) type = Type::kOther;
+    text = before.substr(0, before.size() - rest_.size());
+    while (text.ends_with(' ')) text.pop_back();
+    return type;
   }
 
  private:
@@ -84,29 +113,64 @@ class Scanner {
   std::string_view rest_;
 };
 
+template <class T>
+std::optional<T> ParseWhole(std::string_view text, int base = 10) {
+  T value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value, base);
+  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+/// "&hFF", "&o17", "&b101".
+std::optional<int64_t> ParseBits(std::string_view text) {
+  constexpr std::pair<const char*, int> kBases[] = {{"&h", 16}, {"&o", 8}, {"&b", 2}};
+  for (const auto& [prefix, base] : kBases) {
+    if (!SameWord(text.substr(0, 2), prefix)) continue;
+    if (const auto bits = ParseWhole<uint64_t>(text.substr(2), base)) {
+      return static_cast<int64_t>(*bits);
+    }
+  }
+  return std::nullopt;
+}
+
+/// A default; empty when it does not fit.
+std::optional<Argument> ParseDefault(std::string_view text, Type type) {
+  const bool isNil = SameWord(text, "nil");
+  if (type == Type::kPicture && isNil) return static_cast<Picture*>(nullptr);
+  if (type == Type::kString && isNil) return static_cast<String*>(nullptr);
+  if (SameWord(text, "true") || SameWord(text, "false")) {
+    return Convert(int64_t{SameWord(text, "true")}, type);
+  }
+  // Written as bits, a value fills all 32 of them: &hFFFFFFFF is −1.
+  if (const auto bits = ParseBits(text); bits && type == Type::kInteger && *bits >> 32 == 0) {
+    return int64_t{static_cast<int32_t>(*bits)};
+  }
+  const auto literal = ParseLiteral(text);
+  return literal ? Convert(*literal, type) : std::nullopt;
+}
+
 bool ParseParameter(Scanner& scanner, Parameter& parameter, std::string& why) {
   const bool byReference = scanner.AcceptWord("ByRef");
   parameter.name = scanner.Word();
-  const bool isArray = scanner.Accept('(') && scanner.Accept(')');
+  const bool isArray = scanner.AcceptDimensions();
   if (parameter.name.empty() || !scanner.AcceptWord("as")) {
     why = "a parameter is written \"name as type\"";
     return false;
   }
-  const auto type = scanner.ReadType();
+  const auto type = scanner.ReadType(parameter.typeText);
   if (!type) {
     why = "the type of " + parameter.name + " is missing";
     return false;
   }
   parameter.type = byReference || isArray ? Type::kOther : *type;
+  if (isArray) parameter.typeText += "()";
+  if (byReference) parameter.typeText = "ByRef " + parameter.typeText;
   if (!scanner.Accept('=')) return true;
   const std::string_view text = scanner.Literal();
-  if (parameter.type == Type::kString || parameter.type == Type::kOther) return true;
-  if (SameWord(text, "true") || SameWord(text, "false")) {
-    parameter.defaultValue = Convert(int64_t{SameWord(text, "true")}, *type);
-  } else if (const auto literal = ParseLiteral(text)) {
-    parameter.defaultValue = Convert(*literal, *type);
-  }
-  if (parameter.defaultValue) return true;
+  if (!text.empty()) parameter.defaultValue = ParseDefault(text, parameter.type);
+  const bool isText = parameter.type == Type::kString && text.starts_with('"');
+  if (parameter.defaultValue || isText || parameter.type == Type::kOther) return true;
   why = "the default of " + parameter.name + " does not fit its type";
   return false;
 }
@@ -127,7 +191,7 @@ bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
     }
   }
   if (scanner.AcceptWord("as")) {
-    const auto type = scanner.ReadType();
+    const auto type = scanner.ReadType(method.resultText);
     if (!type) {
       why = "the type of the result is missing";
       return false;
@@ -137,15 +201,6 @@ bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
   if (scanner.AtEnd()) return true;
   why = "nothing may follow the result, but \"" + std::string(scanner.rest()) + "\" does";
   return false;
-}
-
-template <class T>
-std::optional<T> ParseWhole(std::string_view text, int base = 10) {
-  T value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
-  return value;
 }
 
 }  // namespace
@@ -167,9 +222,10 @@ std::string Method::Obstacle() const {
   if (owner != "Picture") return "extends " + owner + ", of which no object is made up here";
   for (const Parameter& parameter : parameters) {
     if (parameter.type != Type::kOther) continue;
-    return "the parameter " + parameter.name + " cannot be made up";
+    return "the parameter " + parameter.name + " as " + parameter.typeText + " cannot be made up";
   }
-  return "";
+  return 1 + 2 * parameters.size() > RawCall::kRoom ? "has more parameters than are tried here"
+                                                    : "";
 }
 
 std::optional<Method> ParseDeclaration(std::string_view text, std::string* why) {
@@ -187,6 +243,7 @@ std::optional<Argument> ParseLiteral(std::string_view text) {
     if ((digits.size() != 6 && digits.size() != 8) || !value) return std::nullopt;
     return Color{*value};
   }
+  if (const auto bits = ParseBits(text)) return *bits;
   if (const auto whole = ParseWhole<int64_t>(text)) return *whole;
   double number = 0;
   const char* const end = text.data() + text.size();

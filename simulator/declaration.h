@@ -43,6 +43,8 @@ struct Parameter {
   std::string name;
   Type type;
   std::optional<Argument> defaultValue;
+  /// The type as it is written: "FolderItem", "string()", "ByRef integer".
+  std::string typeText = {};
 };
 
 struct Method {
@@ -50,7 +52,8 @@ struct Method {
   std::string name;
   std::vector<Parameter> parameters;
   Type result = Type::kNone;
-  /// The class that is extended.
+  std::string resultText = {};
+  /// The class that is extended; of others "class Robot", "Picture (shared)", "a module".
   std::string owner;
   void* function = nullptr;
   uint32_t flags = 0;
@@ -63,8 +66,8 @@ struct Method {
 
 /// Empty when the text is no declaration; `why` then says what is wrong.
 std::optional<Method> ParseDeclaration(std::string_view text, std::string* why);
-/// "30", "-7.5e3", "&cFF2040", "&c80FF2040" (the first two of eight digits are bits 24 to 31, which
-/// six leave 0). Nothing is infinite.
+/// "30", "-7.5e3", "&hFF", "&o17", "&b101", "&cFF2040", "&c80FF2040" (the first two of eight digits
+/// are bits 24 to 31, which six leave 0). Nothing is infinite.
 std::optional<Argument> ParseLiteral(std::string_view text);
 /// The value as a parameter of that type takes it (a whole number also fits a double); empty when
 /// it does not fit.

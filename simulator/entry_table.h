@@ -6,7 +6,6 @@
 // injects faults, insists that narrow arguments arrive zero-extended and returns booleans with
 // garbage in the bits that do not count.
 
-#include <algorithm>
 #include <concepts>
 #include <cstdio>
 #include <span>
@@ -14,6 +13,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "host/entry_name.h"
 #include "simulator/host.h"
 
 namespace sim {
@@ -43,25 +43,36 @@ MethodTable FolderItemMethods();
 /// Methods of no class, such as LenB.
 MethodTable GlobalMethods();
 
-template <size_t kSize>
-struct EntryName {
-  consteval EntryName(const char (&literal)[kSize]) {  // NOLINT: converts from the literal
-    std::copy_n(literal, kSize, text);
-  }
-  char text[kSize];
-};
+using velpicture::EntryName;
 
-/// Sets the entry that messages name, for the time of a call.
+/// Sets what messages name, for the time of a call: the entry, and where in the plugin it was
+/// called (which the host's own calls of its entries leave as it is).
 class CallScope {
  public:
-  CallScope(Host& host, const char* name) : host_(host), outer_(host.entry) { host.entry = name; }
+  CallScope(Host& host, const char* name, const void* site) : now_(host.now), outer_(host.now) {
+    now_.entry = name;
+    if (now_.site == nullptr) now_.site = site;
+  }
   CallScope(const CallScope&) = delete;
   CallScope& operator=(const CallScope&) = delete;
-  ~CallScope() { host_.entry = outer_; }
+  ~CallScope() { now_ = outer_; }
 
  private:
-  Host& host_;
-  const char* outer_;
+  Whereabouts& now_;
+  const Whereabouts outer_;
+};
+
+/// The same for the time of a function of the plugin.
+class RunScope {
+ public:
+  RunScope(Host& host, const char* name) : now_(host.now), outer_(host.now) { now_ = {name}; }
+  RunScope(const RunScope&) = delete;
+  RunScope& operator=(const RunScope&) = delete;
+  ~RunScope() { now_ = outer_; }
+
+ private:
+  Whereabouts& now_;
+  const Whereabouts outer_;
 };
 
 /// An argument: Raw as it travels, Get as the entry wants it, Text as the log shows it.
@@ -118,16 +129,22 @@ template <class R>
 struct Outgoing {
   using Raw = R;
   static Raw Put(R value) { return value; }
+  static std::string Text(const Host& host, R value) { return Incoming<R>::Text(host, value); }
 };
 template <std::derived_from<Handle> T>
 struct Outgoing<T*> {
   using Raw = const void*;
   static Raw Put(T* value) { return value; }
+  static std::string Text(const Host& host, T* value) { return host.Describe(value); }
 };
 template <std::unsigned_integral T>
 requires(sizeof(T) < 4) struct Outgoing<T> {
   using Raw = uint32_t;
   static Raw Put(T value) { return (0xABCDEF98U & ~((1U << (8 * sizeof(T))) - 1)) | value; }
+  static std::string Text(const Host&, T value) {
+    if constexpr (std::is_same_v<T, bool>) return value ? "true" : "false";
+    return std::to_string(value);
+  }
 };
 template <>
 struct Outgoing<void> {
@@ -141,33 +158,43 @@ struct Outgoing<Taken> {
   using Raw = void;
 };
 
+[[noreturn]] inline void Throw(Host& host, size_t line) {
+  host.log.Return(line, "an exception");
+  throw HostException{host.faults.calls()};
+}
+
 template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>
 typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   Host& host = Host::Current();
-  const CallScope scope(host, kName.text);
+  const CallScope scope(host, kName.text, __builtin_return_address(0));
   if (host.Missing(kName.text)) host.Misuse("called on a host that lacks it");
   constexpr bool kFallible = !std::is_void_v<typename Outgoing<R>::Raw>;
   bool fails = false;
-  if constexpr (kFallible) fails = host.faults.Fails(kName.text);
+  if constexpr (kFallible) fails = host.faults.Fails(kName.text, host.now.site);
   if (host.log.enabled) {
     std::string text;
     ((text += text.empty() ? "" : ", ", text += Incoming<Args>::Text(host, raw)), ...);
     host.log.Add({LogLine::kCall, kName.text, std::move(text), fails});
   }
+  const size_t line = host.log.lines.size() - 1;
   const std::tuple<Args...> arguments(Incoming<Args>::Get(host, raw)...);
-  const bool throws = host.faults.Throws();
+  const bool throws = host.faults.Throws(kName.text, host.now.site);
   const auto run = [&](auto function) {
     return std::apply([&](Args... each) { return function(host, each...); }, arguments);
   };
   if constexpr (std::is_void_v<R>) {
     run(kFunction);
-    if (throws) throw HostException{host.faults.calls()};
+    if (throws) Throw(host, line);
   } else if constexpr (!kFallible) {
-    if (throws) throw HostException{host.faults.calls()};
+    if (throws) Throw(host, line);
     run(kFunction);
   } else {
-    if (throws) throw HostException{host.faults.calls()};
-    if (!fails) return Outgoing<R>::Put(run(kFunction));
+    if (throws) Throw(host, line);
+    if (!fails) {
+      const R result = run(kFunction);
+      if (host.log.enabled) host.log.Return(line, Outgoing<R>::Text(host, result));
+      return Outgoing<R>::Put(result);
+    }
     if constexpr (!std::is_null_pointer_v<decltype(kOnFailure)>) run(kOnFailure);
     return Outgoing<R>::Put(R());
   }

@@ -2,19 +2,23 @@
 
 namespace sim {
 
-bool Faults::Fails(std::string_view name) {
+bool Faults::Fails(std::string_view name, const void* site) {
   ++fallible_;
   const bool fails =
       (fallible_ >= first_ && fallible_ <= last_ && first_ > 0) || failing.contains(name);
-  fired_ = fired_ || fails;
+  if (fails) Note(name, fallible_, site);
   return fails;
 }
 
-bool Faults::Throws() {
+bool Faults::Throws(std::string_view name, const void* site) {
   ++calls_;
   const bool throws = calls_ == thrown_;
-  fired_ = fired_ || throws;
+  if (throws) Note(name, calls_, site);
   return throws;
+}
+
+void Faults::Note(std::string_view name, int number, const void* site) {
+  if (!struck_) struck_ = Struck{std::string(name), number, site};
 }
 
 }  // namespace sim

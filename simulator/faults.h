@@ -1,11 +1,12 @@
 #pragma once
 
-// Faults: failures asked for in advance. A failing call returns null, false or 0 and does nothing
-// else; a failing allocation of the plugin returns null, failing advice about its pages −1 with
-// EPERM. Calls without a result (unlocks, cache clears) cannot fail, but any call can be told to
-// throw; one without a result does its work first, so that what it gives back is not lost (but
-// locks take nothing).
+// Faults: failures asked for in advance.
+// A call with a result can fail: it returns null, false or 0 and does nothing else. So does an
+// allocation of the plugin (null) and advice about its pages (−1 with EPERM).
+// Any call can throw, in place of its work. Exception: one that gives something back (an unlock)
+// does its work first, since what it gives back would be lost.
 
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -31,12 +32,22 @@ class Faults {
   int fallible() const { return fallible_; }
   /// All calls since then.
   int calls() const { return calls_; }
-  bool fired() const { return fired_; }
+  bool fired() const { return struck_.has_value(); }
 
-  /// Asked once for each fallible call (by name) and each allocation; true when it shall fail.
-  bool Fails(std::string_view name);
+  /// What failed or threw.
+  struct Struck {
+    std::string name;  ///< of the entry or the allocating function
+    int number;        ///< as FailNth or ThrowNth counts
+    const void* site;  ///< where in the plugin it was called
+  };
+  /// The first of them; empty while nothing failed.
+  const std::optional<Struck>& struck() const { return struck_; }
+
+  /// Asked once for each fallible call (by name) and each allocation, made at that place in the
+  /// plugin; true when it shall fail.
+  bool Fails(std::string_view name, const void* site);
   /// Asked once for each call; true when it shall throw.
-  bool Throws();
+  bool Throws(std::string_view name, const void* site);
 
   /// Entries whose every call fails.
   std::set<std::string, std::less<>> failing;
@@ -44,13 +55,14 @@ class Faults {
  private:
   static constexpr int kForever = 0x7FFFFFFF;
   Faults(int first, int last, int thrown) : first_(first), last_(last), thrown_(thrown) {}
+  void Note(std::string_view name, int number, const void* site);
 
   int first_ = 0;
   int last_ = 0;
   int thrown_ = 0;
   int fallible_ = 0;
   int calls_ = 0;
-  bool fired_ = false;
+  std::optional<Struck> struck_;
 };
 
 }  // namespace sim

@@ -8,6 +8,7 @@
 #include <exception>
 
 #include "simulator/entry_table.h"
+#include "simulator/nearest.h"
 
 namespace sim {
 namespace {
@@ -104,15 +105,26 @@ Recorder* Host::FindRecorder(std::string_view name) const {
 }
 
 void Host::Misuse(const std::string& text) const {
-  const std::string line = std::string(entry) + ": " + text;
-  if (onMisuse != nullptr) onMisuse(line);
-  std::fprintf(stderr, "simulated host: %s\n", line.c_str());
+  const std::string entry = now.entry == nullptr ? "" : std::string(now.entry) + ": ";
+  if (onMisuse != nullptr) onMisuse({entry + text, now.site});
+  const std::string method = now.method == nullptr ? "" : std::string(now.method) + ": ";
+  log.EndEchoedLine();
+  std::fprintf(stderr, "simulated host: %s%s\n", (entry.empty() ? method : entry).c_str(),
+               text.c_str());
   std::abort();
+}
+
+uint32_t Host::NextLitter() {
+  // Whatever asks whether something is there, positive, or true, is answered another way at the
+  // next call.
+  constexpr uint32_t kLitters[] = {0xA5A5A5A5, 0x5A5A5A5A, 0};
+  return litter = kLitters[(settings.firstLitter + litters_++) % std::size(kLitters)];
 }
 
 // Handles.
 
 void Host::Register(std::unique_ptr<Handle> handle) {
+  handle->lockedAt_ = now.site;
   handle->serial_ = static_cast<uint32_t>(++serials_[handle->KindName()]);
   if (handle->ShowsReferences()) handle->word3_ = handle->references_;
   if (dynamic_cast<Picture*>(handle.get()) != nullptr) ++ledger.livePictures;
@@ -127,6 +139,11 @@ Handle* Host::Find(const void* address) const {
   return found->second;
 }
 
+Handle* Host::Known(const void* address) const {
+  const auto found = byAddress_.find(address);
+  return found == byAddress_.end() || !found->second->live() ? nullptr : found->second;
+}
+
 std::string Host::Describe(const void* address) const {
   if (address == nullptr) return "null";
   const auto found = byAddress_.find(address);
@@ -135,6 +152,7 @@ std::string Host::Describe(const void* address) const {
 
 void Host::Lock(Handle* handle) {
   ++handle->references_;
+  handle->lockedAt_ = now.site;
   if (handle->ShowsReferences()) handle->word3_ = handle->references_;
 }
 
@@ -195,6 +213,13 @@ const ClassRef* Host::FindClass(std::string_view name) const {
 const ClassRef& Host::OwnClass(std::string_view name) {
   const auto found = classes_.find(name);
   return found != classes_.end() ? *found->second : *AddClass({.name = std::string(name)});
+}
+
+std::string Host::NearestClass(std::string_view name) const {
+  const auto nearest =
+      Nearest(name, classes_, [](const auto& each) -> std::string_view { return each.first; });
+  constexpr size_t kNear = 3;
+  return nearest != classes_.end() && Distance(name, nearest->first) <= kNear ? nearest->first : "";
 }
 
 bool Host::IsA(const ClassRef& derived, const ClassRef& base) const {

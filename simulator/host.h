@@ -83,6 +83,23 @@ struct PageCall {
   static constexpr int kAsk = -1;
 };
 
+/// What runs, for messages.
+struct Whereabouts {
+  /// The plugin's function that the host called, by the name of its method, or "start-up"; null
+  /// between calls.
+  const char* method = nullptr;
+  /// The host's entry that it called, or the C library's; null outside one.
+  const char* entry = nullptr;
+  /// Where in the plugin that was called (or the function itself); null outside.
+  const void* site = nullptr;
+};
+
+/// What the plugin did wrong: "unlockPictureDescription: picture#1 is not locked", and where.
+struct MisuseReport {
+  std::string text;
+  const void* site;
+};
+
 /// What the ledger counts besides references.
 struct Ledger {
   int livePictures = 0;
@@ -92,10 +109,26 @@ struct Ledger {
   struct Allocation {
     size_t size;
     const void* site;
+    size_t fence = 0;  ///< guard bytes behind it
+    int number = 0;
+    bool isMapped = false;  ///< by mmap
   };
   std::unordered_map<void*, Allocation> pluginAllocations;
+  int allocationsMade = 0;
   /// In order, refused ones too (needs import hooks).
   std::vector<PageCall> pageCalls;
+};
+
+/// One thing that is out of balance.
+struct Discrepancy {
+  enum Aspect { kReferences, kBounds, kLock, kBorrowed };
+  Aspect aspect;
+  /// "picture#1: 2 references, 1 expected"
+  std::string text;
+  /// References beyond those that are accounted for, negative where they are too few.
+  int count = 0;
+  /// Where the plugin took what it did not give back; null when that is not known.
+  const void* site = nullptr;
 };
 
 class Host {
@@ -134,19 +167,24 @@ class Host {
   Recorder& Record(std::string name, uint64_t result = 0);
 
   // The ledger.
-  /// Everything that is out of balance, a line each; empty when nothing is: references beyond those
-  /// held by tests and by other objects, locked descriptions, unlocks still owed, borrowed string
-  /// data, allocations of the plugin, damaged guards.
+  /// What of the host's is out of balance: references beyond those held by tests and by other
+  /// objects, locked descriptions, unlocks still owed, borrowed string data, damaged guards.
+  std::vector<Discrepancy> Account() const;
+  /// All of that and the plugin's own allocations, a line each; empty when nothing is.
   std::string Imbalance() const;
-  /// The part of it that is the host's, and the part that is the plugin's own memory.
-  std::string HostImbalance() const;
-  std::string HeldByPlugin() const;
+  /// Those whose pixels changed under a lock with no clearing of the cache after its end, by name
+  /// and each once (settings.watchesCaches).
+  std::vector<std::string> TakeStaleCaches();
+  /// Stops the process when the plugin wrote behind memory of its own.
+  void CheckFences() const;
+  void CheckFence(const void* address, const Ledger::Allocation& allocation) const;
   /// Checks the guards of all live pictures and memory blocks; stops the process on damage.
   void CheckGuards() const;
   void CheckGuards(const Handle& handle) const;
-  /// Keeps account of a call about these pages; stops the process unless they are a live picture's
-  /// or those of the plugin's own memory. False when the call shall fail.
-  bool AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice);
+  /// Keeps account of a call about these pages; stops the process when some are a host object's and
+  /// not all a live picture's. False when the call shall fail.
+  bool AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
+                     const void* callSite);
   /// Exceptions that the plugin raised, in order. Raising one hands its reference to the host.
   std::vector<Ref<Object>> raised;
 
@@ -154,19 +192,28 @@ class Host {
   std::vector<const REALclassDefinition*> extensions;
   /// What it registered besides: nothing that is tried here. "the class Robot", "a module".
   std::vector<std::string> registered;
+  /// The methods of these and the shared ones of the extensions.
+  struct MethodList {
+    std::string owner;  ///< "class Robot", "a module", "Picture (shared)"
+    const REALmethodDefinition* rows;
+    int count;
+  };
+  std::vector<MethodList> otherMethods;
   /// What that plugin declared with "RegisterPluginVersion"; 0 before.
   int pluginVersion = 0;
   /// The version that the plugin was told; what it never asked for is 0.
   double reportedVersion = 0.0;
 
   // For the host's own entries.
-  /// Prints "simulated host: <entry>: <text>" to standard error and aborts.
+  /// Prints "simulated host: <entry or method>: <text>" to standard error and aborts.
   [[noreturn]] void Misuse(const std::string& text) const;
-  /// Told before that, when set; need not return.
-  static inline void (*onMisuse)(const std::string& line) = nullptr;
+  /// Told before that, when set; need not return. The text names the entry, but not the method.
+  static inline void (*onMisuse)(const MisuseReport& report) = nullptr;
   /// The live handle at `address` as a T (null for null); anything else is misuse.
   template <class T>
   T* Live(const void* address) const;
+  /// The live handle at `address`; null for anything else.
+  Handle* Known(const void* address) const;
   /// Name of a handle, "null", or the bare address, for the log.
   std::string Describe(const void* address) const;
   /// Makes the host own a new handle, which starts with one reference for the caller.
@@ -179,6 +226,8 @@ class Host {
   void Lock(Handle* handle);
   void Unlock(Handle* handle);
   const ClassRef* FindClass(std::string_view name) const;
+  /// The class that somebody who misspelt it may have meant; empty when none is near.
+  std::string NearestClass(std::string_view name) const;
   bool IsA(const ClassRef& derived, const ClassRef& base) const;
   /// Null when memory is short, or the storage is not installed.
   Picture* NewPicture(int width, int height, bool alpha);
@@ -193,8 +242,11 @@ class Host {
   char* Borrow(std::string_view bytes);
   void GiveBack(char* data);
 
-  /// The entry being called, for messages.
-  const char* entry = "(outside a call)";
+  /// What runs now.
+  Whereabouts now;
+  /// What lies where nobody wrote, where memory bites; another pattern at each call of the plugin.
+  uint32_t litter = 0;
+  uint32_t NextLitter();
 
  private:
   template <class T>
@@ -212,6 +264,7 @@ class Host {
   std::map<std::string, ClassRef*, std::less<>> classes_;
   std::vector<std::unique_ptr<Recorder>> recorders_;
   std::unordered_map<char*, std::unique_ptr<char[]>> borrowed_;
+  size_t litters_ = 0;
 };
 
 template <class T>

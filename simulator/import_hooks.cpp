@@ -7,89 +7,20 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <new>
-#include <utility>
+#include <span>
 
 #include "simulator/host.h"
+#include "simulator/plugin_memory.h"
 
 namespace sim {
 namespace {
 
-// Allocations: counted in the ledger, failed by the faults. Without a host, as in the plugin's
-// static initialisation, they just happen.
-
-void* Track(void* address, size_t size, const void* site) {
-  if (address != nullptr && Host::Exists()) {
-    Host::Current().ledger.pluginAllocations[address] = {size, site};
-  }
-  return address;
-}
-
-void Forget(void* address) {
-  if (Host::Exists()) Host::Current().ledger.pluginAllocations.erase(address);
-}
-
-bool AllocationFails(const char* name) {
-  return Host::Exists() && Host::Current().faults.Fails(name);
-}
-
-void* HookedMalloc(size_t size) {
-  if (AllocationFails("malloc")) return nullptr;
-  void* const address = Track(std::malloc(size), size, __builtin_return_address(0));
-  // Whatever was there before: not the zeros that fresh memory has.
-  if (address != nullptr) std::memset(address, 0xA5, size);
-  return address;
-}
-
-void* HookedCalloc(size_t count, size_t size) {
-  if (AllocationFails("calloc")) return nullptr;
-  return Track(std::calloc(count, size), count * size, __builtin_return_address(0));
-}
-
-void* HookedRealloc(void* address, size_t size) {
-  if (AllocationFails("realloc")) return nullptr;
-  if (!Host::Exists()) return std::realloc(address, size);
-  auto& allocations = Host::Current().ledger.pluginAllocations;
-  auto former = allocations.extract(address);
-  void* const moved = std::realloc(address, size);
-  if (moved == nullptr && size != 0 && former) allocations.insert(std::move(former));
-  return Track(moved, size, __builtin_return_address(0));
-}
-
-char* HookedStrdup(const char* text) {
-  if (AllocationFails("strdup")) return nullptr;
-  return static_cast<char*>(
-      Track(strdup(text), std::strlen(text) + 1, __builtin_return_address(0)));
-}
-
-void* HookedNew(size_t size) {
-  if (AllocationFails("new")) throw std::bad_alloc();
-  return Track(operator new(size), size, __builtin_return_address(0));
-}
-
-// What some function of the C library allocated is free to be freed; whether it is an allocation at
-// all, the C library looks itself.
-void HookedFree(void* address) {
-  Forget(address);
-  std::free(address);
-}
-
-void HookedDelete(void* address) {
-  Forget(address);
-  operator delete(address);
-}
-
-void HookedSizedDelete(void* address, size_t) { HookedDelete(address); }
-
 // Advice about pages: only about pixels, refused by the faults.
 
-constexpr size_t kPageBytes = 4096;
-
 template <class Call>
-int Ask(const char* name, void* begin, size_t byteCount, int advice, Call call) {
-  if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice)) {
+int Ask(const char* name, void* begin, size_t byteCount, int advice, const void* site, Call call) {
+  if (!Host::Exists() || Host::Current().AdmitPageCall(name, begin, byteCount, advice, site)) {
     return call();
   }
   errno = EPERM;
@@ -97,12 +28,12 @@ int Ask(const char* name, void* begin, size_t byteCount, int advice, Call call) 
 }
 
 int HookedMadvise(void* begin, size_t byteCount, int advice) {
-  return Ask("madvise", begin, byteCount, advice,
+  return Ask("madvise", begin, byteCount, advice, __builtin_return_address(0),
              [&] { return madvise(begin, byteCount, advice); });
 }
 
 int HookedMincore(void* begin, size_t byteCount, unsigned char* states) {
-  return Ask("mincore", begin, byteCount, PageCall::kAsk, [&] {
+  return Ask("mincore", begin, byteCount, PageCall::kAsk, __builtin_return_address(0), [&] {
     const int result = mincore(begin, byteCount, states);
     if (result == 0 && Host::Exists() && Host::Current().settings.pagesMissing) {
       std::memset(states, 0, (byteCount + kPageBytes - 1) / kPageBytes);
@@ -130,25 +61,10 @@ void* HookedDlsym(void* library, const char* name) {
   return LookUp("dlsym", name, [&] { return dlsym(library, name); });
 }
 
-struct Hook {
-  const char* name;
-  void* function;
-};
-const Hook kHooks[] = {{"malloc", reinterpret_cast<void*>(HookedMalloc)},
-                       {"calloc", reinterpret_cast<void*>(HookedCalloc)},
-                       {"realloc", reinterpret_cast<void*>(HookedRealloc)},
-                       {"strdup", reinterpret_cast<void*>(HookedStrdup)},
-                       {"free", reinterpret_cast<void*>(HookedFree)},
-                       {"_Znwj", reinterpret_cast<void*>(HookedNew)},
-                       {"_Znaj", reinterpret_cast<void*>(HookedNew)},
-                       {"_ZdlPv", reinterpret_cast<void*>(HookedDelete)},
-                       {"_ZdaPv", reinterpret_cast<void*>(HookedDelete)},
-                       {"_ZdlPvj", reinterpret_cast<void*>(HookedSizedDelete)},
-                       {"_ZdaPvj", reinterpret_cast<void*>(HookedSizedDelete)},
-                       {"madvise", reinterpret_cast<void*>(HookedMadvise)},
-                       {"mincore", reinterpret_cast<void*>(HookedMincore)},
-                       {"dlopen", reinterpret_cast<void*>(HookedDlopen)},
-                       {"dlsym", reinterpret_cast<void*>(HookedDlsym)}};
+const Hook kOtherHooks[] = {{"madvise", reinterpret_cast<void*>(HookedMadvise)},
+                            {"mincore", reinterpret_cast<void*>(HookedMincore)},
+                            {"dlopen", reinterpret_cast<void*>(HookedDlopen)},
+                            {"dlsym", reinterpret_cast<void*>(HookedDlsym)}};
 
 /// The parts of a loaded object's dynamic section that lead from relocations to symbol names.
 struct Imports {
@@ -212,9 +128,11 @@ ImportHooks::ImportHooks(void* library) {
       if (!HoldsSymbolAddress(ELF32_R_TYPE(relocation.r_info))) continue;
       const char* const name =
           imports.names + imports.symbols[ELF32_R_SYM(relocation.r_info)].st_name;
-      for (const Hook& hook : kHooks) {
-        if (std::strcmp(hook.name, name) == 0) {
-          Overwrite(map->l_addr + relocation.r_offset, hook.function);
+      for (const auto& hooks : {MemoryHooks(), std::span<const Hook>(kOtherHooks)}) {
+        for (const Hook& hook : hooks) {
+          if (std::strcmp(hook.name, name) == 0) {
+            Overwrite(map->l_addr + relocation.r_offset, hook.function);
+          }
         }
       }
     }

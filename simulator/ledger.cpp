@@ -8,13 +8,18 @@
 #include <set>
 #include <unordered_map>
 
-#include "simulator/host.h"
+#include "simulator/entry_table.h"
 
 namespace sim {
+namespace {
 
-std::string Host::Imbalance() const { return HostImbalance() + HeldByPlugin(); }
+std::string Counted(int count, const char* what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
 
-std::string Host::HostImbalance() const {
+}  // namespace
+
+std::vector<Discrepancy> Host::Account() const {
   std::unordered_map<const Handle*, int> expected;
   for (const auto& handle : handles_) {
     if (!handle->live()) continue;
@@ -24,60 +29,94 @@ std::string Host::HostImbalance() const {
     });
   }
 
-  std::string text;
-  const auto report = [&text](const std::string& line) { text += line + "\n"; };
+  std::vector<Discrepancy> all;
   for (const auto& handle : handles_) {
     const bool isClass = dynamic_cast<const ClassRef*>(handle.get()) != nullptr;
     if (!handle->live() || isClass) continue;
+    const std::string name = handle->Name();
     const int surplus = handle->references_ - expected[handle.get()];
     if (surplus != 0) {
-      report(handle->Name() + ": " + std::to_string(handle->references_) + " references, " +
-             std::to_string(expected[handle.get()]) + " expected");
+      all.push_back({Discrepancy::kReferences,
+                     name + ": " + Counted(handle->references_, "reference") + ", " +
+                         std::to_string(expected[handle.get()]) + " expected",
+                     surplus, handle->lockedAt_});
     }
-    if (!GuardsIntact(*handle)) report(handle->Name() + ": written outside its bounds");
+    if (!GuardsIntact(*handle)) {
+      all.push_back({Discrepancy::kBounds, name + ": written outside its bounds"});
+    }
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     if (picture == nullptr) continue;
     if (picture->descriptionLocks != 0) {
-      report(picture->Name() + ": description locked " + std::to_string(picture->descriptionLocks) +
-             " times");
+      all.push_back({Discrepancy::kLock,
+                     name + ": description left locked" +
+                         (picture->descriptionLocks == 1 ? "" : ", more than once"),
+                     picture->descriptionLocks, picture->descriptionLockedAt});
     }
     if (picture->owedUnlocks != 0) {
-      report(picture->Name() + ": " + std::to_string(picture->owedUnlocks) +
-             " unlocks missing after failed locks");
+      all.push_back({Discrepancy::kLock,
+                     name + ": no unlock after a failed lock, which this host wants",
+                     picture->owedUnlocks, picture->descriptionLockedAt});
     }
   }
   if (ledger.borrowedStrings != 0) {
-    report(std::to_string(ledger.borrowedStrings) + " borrowed string records not given back");
+    all.push_back({Discrepancy::kBorrowed,
+                   Counted(ledger.borrowedStrings, "borrowed string record") + " not given back",
+                   ledger.borrowedStrings});
   }
-  return text;
+  return all;
 }
 
-bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice) {
-  const auto first = reinterpret_cast<uintptr_t>(begin);
-  const auto allocated = [&](const auto& block) {
-    const auto address = reinterpret_cast<uintptr_t>(block.first);
-    return first >= address && first - address + byteCount <= block.second.size;
-  };
-  const auto covered = [&](const auto& handle) {
-    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
-    return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->CoversPages(first, first + byteCount);
-  };
-  if (std::ranges::none_of(ledger.pluginAllocations, allocated) &&
-      std::ranges::none_of(handles_, covered)) {
-    Misuse(std::string(name) + " names pages that hold no pixels");
-  }
-  ledger.pageCalls.push_back({advice, byteCount});
-  return !faults.Fails(name);
-}
-
-std::string Host::HeldByPlugin() const {
+std::string Host::Imbalance() const {
+  std::string text;
+  for (const Discrepancy& each : Account()) text += each.text + "\n";
   std::multiset<std::string> lines;  // in an order of their own: addresses differ from run to run
   for (const auto& [address, allocation] : ledger.pluginAllocations) {
     lines.insert("the plugin holds an allocation of " + std::to_string(allocation.size) +
                  " bytes, made at " + PlaceInLibrary(allocation.site) + "\n");
   }
-  return std::accumulate(lines.begin(), lines.end(), std::string());
+  return std::accumulate(lines.begin(), lines.end(), text);
+}
+
+std::vector<std::string> Host::TakeStaleCaches() {
+  std::vector<std::string> names;
+  for (const auto& handle : handles_) {
+    auto* const picture = dynamic_cast<Picture*>(handle.get());
+    if (picture == nullptr || !picture->live() || !picture->cacheIsStale) continue;
+    picture->cacheIsStale = false;
+    names.push_back(picture->Name());
+  }
+  return names;
+}
+
+bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, int advice,
+                         const void* callSite) {
+  const CallScope scope(*this, name, callSite);
+  const auto first = reinterpret_cast<uintptr_t>(begin), last = first + byteCount;
+  const auto isMixed = [first, last](const auto& handle) {
+    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
+    return picture != nullptr && picture->storage != nullptr &&
+           picture->storage->TouchesPages(first, (last + 4095) / 4096 * 4096) &&
+           !picture->storage->CoversPages(first, last);
+  };
+  const auto found = std::ranges::find_if(handles_, isMixed);
+  if (found != handles_.end()) {
+    Misuse("names pages that hold pixels of " + (*found)->Name() + " and something else");
+  }
+  ledger.pageCalls.push_back({advice, byteCount});
+  return !faults.Fails(name, now.site);
+}
+
+void Host::CheckFence(const void* address, const Ledger::Allocation& allocation) const {
+  const auto* const fence = static_cast<const uint8_t*>(address) + allocation.size;
+  if (IsGuard(fence, allocation.fence)) return;
+  Misuse("the plugin wrote behind its own " + std::to_string(allocation.size) + " bytes, made at " +
+         PlaceInLibrary(allocation.site));
+}
+
+void Host::CheckFences() const {
+  for (const auto& [address, allocation] : ledger.pluginAllocations) {
+    CheckFence(address, allocation);
+  }
 }
 
 std::string PlaceInLibrary(const void* address) {

@@ -28,7 +28,9 @@ class Handle {
   /// "picture", "string", …
   virtual const char* KindName() const = 0;
   /// "picture#3"
-  std::string Name() const { return std::string(KindName()) + "#" + std::to_string(serial_); }
+  std::string Name() const {
+    return title.empty() ? std::string(KindName()) + "#" + std::to_string(serial_) : title;
+  }
   bool live() const { return live_; }
   /// References that anybody holds.
   int references() const { return references_; }
@@ -45,6 +47,10 @@ class Handle {
   uint32_t word2_ = 0;
   int32_t word3_ = 0;
 
+ public:
+  /// What messages and the log call it instead of its kind and number, when set: "the receiver".
+  std::string title;
+
  private:
   friend class Host;
   /// True where word 3 repeats the number of references.
@@ -54,7 +60,8 @@ class Handle {
 
   uint32_t serial_ = 0;
   int references_ = 1;
-  int heldOutside_ = 0;  // by tests and tools
+  int heldOutside_ = 0;             // by tests and tools
+  const void* lockedAt_ = nullptr;  // the place in the plugin that took the last reference
   bool live_ = true;
   static void CheckLayout();
 };
@@ -164,9 +171,15 @@ class Picture final : public Object {
   std::unique_ptr<Storage> storage;
   Picture* mask = nullptr;
   int descriptionLocks = 0;
+  /// The place in the plugin of the last lock.
+  const void* descriptionLockedAt = nullptr;
   /// Failed locks that an old host wants one unlock for.
   int owedUnlocks = 0;
   int cacheClears = 0;
+  /// Digest of the pixels when they were locked, and whether they changed under the lock and the
+  /// cache was not cleared since (settings.watchesCaches).
+  std::string lockedPixels;
+  bool cacheIsStale = false;
 
  private:
   void Clear() override { storage.reset(); }

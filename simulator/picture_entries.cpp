@@ -68,14 +68,22 @@ Picture* GetMask(Host& host, Picture* picture, uint8_t create) {
 void ClearCache(Host& host, Picture* picture) {
   if (picture == nullptr) host.Misuse("no picture");
   ++picture->cacheClears;
+  picture->cacheIsStale = false;
 }
 
 // A failed lock: an old host still wants it given back. An unknown version (NaN) counts as new.
 bool LockFailed(Host& host, Picture* picture) {
   if (picture != nullptr && host.reportedVersion < kFirstVersionWithCleanLocks) {
     ++picture->owedUnlocks;
+    picture->descriptionLockedAt = host.now.site;
   }
   return false;
+}
+
+/// An X server's pixels are copied out; whoever locks them writes none.
+bool WatchesCache(const Host& host, const Picture& picture) {
+  return host.settings.watchesCaches && picture.descriptionLocks == 1 &&
+         picture.storage->Words(0) != nullptr;
 }
 
 bool LockAs(Host& host, Picture* picture, REALpictureDescription* description, int type) {
@@ -86,6 +94,8 @@ bool LockAs(Host& host, Picture* picture, REALpictureDescription* description, i
   // The rest of the record is the host's to fill, too.
   std::memset(description->hostWords, 0xC5, sizeof description->hostWords);
   ++picture->descriptionLocks;
+  picture->descriptionLockedAt = host.now.site;
+  if (WatchesCache(host, *picture)) picture->lockedPixels = picture->Describe();
   return true;
 }
 
@@ -120,6 +130,9 @@ void UnlockDescription(Host& host, Picture* picture) {
     host.Misuse(picture->Name() + " is not locked");
   }
   host.CheckGuards(*picture);
+  if (WatchesCache(host, *picture) && picture->Describe() != picture->lockedPixels) {
+    picture->cacheIsStale = true;
+  }
   --picture->descriptionLocks;
   picture->storage->Unlock();
 }

@@ -3,6 +3,14 @@
 #include "simulator/storage.h"
 
 namespace sim {
+namespace {
+
+constexpr PictureSetup On(const HostKind& host, const char* name, bool alpha,
+                          RowLayout rows = RowLayout::kContiguous, int extraStrideBytes = 0) {
+  return {name, host.application, host.opaque, host.opaque, alpha, rows, extraStrideBytes};
+}
+
+}  // namespace
 
 Settings PictureSetup::SettingsAt(double version) const {
   return {.version = version,
@@ -17,13 +25,13 @@ std::span<const PictureSetup> PictureSetups() {
   using enum StorageKind;
   static constexpr AppKind kDesktop = AppKind::kDesktop;
   static constexpr PictureSetup kSetups[] = {
-      {"console", AppKind::kConsole, kConsole, kConsole, false},
-      {"web", AppKind::kWeb, kConsole, kConsole, false, RowLayout::kPadded},
-      {"console_reversed", AppKind::kConsole, kConsole, kConsole, false, RowLayout::kReversed},
-      {"console_alpha", AppKind::kConsole, kConsole, kConsole, true, RowLayout::kScattered},
-      {"cairo_alpha", kDesktop, kCairo, kCairo, true, RowLayout::kContiguous, 12},
-      {"cairo", kDesktop, kCairo, kCairo, false, RowLayout::kContiguous, 4},
-      {"gdk", kDesktop, kGdk, kGdk, false},
+      On(kConsoleHost, "console", false),
+      On(kWebHost, "web", false, RowLayout::kPadded),
+      On(kConsoleHost, "console_reversed", false, RowLayout::kReversed),
+      On(kConsoleHost, "console_alpha", true, RowLayout::kScattered),
+      On(kCairoHost, "cairo_alpha", true, RowLayout::kContiguous, 12),
+      On(kCairoHost, "cairo", false, RowLayout::kContiguous, 4),
+      On(kGdkHost, "gdk", false),
       {"cairo_to_gdk", kDesktop, kCairo, kGdk, false, RowLayout::kContiguous, 8},
       {"gdk_to_cairo", kDesktop, kGdk, kCairo, false},
       // Most storages are tried, and copies are made.

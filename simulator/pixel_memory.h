@@ -12,6 +12,7 @@ namespace sim {
 
 constexpr uint8_t kGuardByte = 0xE7;
 constexpr size_t kFenceBytes = 64;
+constexpr size_t kPageBytes = 4096;
 
 /// True when all `size` bytes are guard bytes.
 bool IsGuard(const uint8_t* bytes, size_t size);

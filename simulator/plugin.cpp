@@ -6,10 +6,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <numeric>
 #include <utility>
 
 #include "simulator/entry_table.h"
+#include "simulator/nearest.h"
 
 namespace sim {
 namespace {
@@ -49,8 +49,14 @@ std::optional<std::vector<Argument>> Fit(const Method& method,
   return fitted;
 }
 
-/// Bytes as text that every reader takes, whatever they are.
+/// Bytes as text that every reader takes, whatever they are; of many the first, and what tells them
+/// from others.
 std::string Quoted(std::string_view bytes) {
+  constexpr size_t kMostBytes = 200;
+  if (bytes.size() > kMostBytes) {
+    return Quoted(bytes.substr(0, 40)) + " and so on, " + std::to_string(bytes.size()) +
+           " bytes with hash " + std::to_string(std::hash<std::string_view>()(bytes));
+  }
   std::string text = "\"";
   for (const char c : bytes) {
     char letter[8];
@@ -58,22 +64,6 @@ std::string Quoted(std::string_view bytes) {
     text += letter;
   }
   return text + '"';
-}
-
-/// How many letters must be taken out or put in to make one name of the other. Changing a letter is
-/// both: names that merely lack an ending are nearer.
-size_t Distance(std::string_view left, std::string_view right) {
-  std::vector<size_t> row(right.size() + 1);
-  std::iota(row.begin(), row.end(), size_t{0});
-  for (const char letter : left) {
-    size_t above = row[0]++;
-    for (size_t i = 0; i < right.size(); ++i) {
-      const bool same = strncasecmp(&letter, &right[i], 1) == 0;
-      const size_t change = std::exchange(above, row[i + 1]) + (same ? 0 : 2);
-      row[i + 1] = std::min({change, above + 1, row[i] + 1});
-    }
-  }
-  return row.back();
 }
 
 /// The entry point that the library itself has, not one that it is linked with; null for none.
@@ -88,7 +78,18 @@ void* EntryPointOf(void* library) {
 
 template <class T>
 T* LiveResult(const Host& host, uint64_t raw) {
-  return host.Live<T>(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw)));
+  const auto* const address = reinterpret_cast<const void*>(static_cast<uintptr_t>(raw));
+  if (address == nullptr) return nullptr;
+  Handle* const known = host.Known(address);
+  if (known == nullptr) {
+    const std::string name = host.Describe(address);
+    host.Misuse("returned " +
+                (name == "*" ? "no handle of this host" : name + " after its release"));
+  }
+  T* const handle = dynamic_cast<T*>(known);
+  if (handle == nullptr)
+    host.Misuse("returned " + known->Name() + ", of another type than declared");
+  return handle;
 }
 
 }  // namespace
@@ -106,8 +107,9 @@ std::string Result::Describe() const {
     case Type::kSingle:
       std::snprintf(text, sizeof text, "%.17g", number);
       return text;
-    case Type::kNone:
     case Type::kOther:
+      return other ? other->KindName() : "nothing known";
+    case Type::kNone:
       return "nothing";
     default:
       return std::to_string(integer);
@@ -142,32 +144,50 @@ std::vector<std::string> Plugin::Neighbours() const {
 }
 
 uint64_t Plugin::Run(RawCall call, const char* name, void* function, bool returnsNumber) const {
-  std::string broken;
-  const uint64_t raw = call.Run(function, habits, returnsNumber, broken);
-  if (broken.empty()) return raw;
   Host& host = Host::Current();
-  const CallScope scope(host, name);
+  const RunScope scope(host, name);
+  CallerHabits now = habits;
+  if (host.settings.bites) {
+    now.litter = host.NextLitter();
+    now.littersStack = true;
+  }
+  std::string broken;
+  const uint64_t raw = call.Run(function, now, returnsNumber, broken);
+  host.now.site = function;
+  host.CheckFences();
+  if (broken.empty()) return raw;
   host.Misuse("did not leave its caller's as it was: " + broken);
 }
 
 void Plugin::Start(Host& host) {
   host.pluginVersion = 0;
   host.extensions.clear();
+  host.otherMethods.clear();
   RawCall call;
   call.Push(reinterpret_cast<const void*>(Host::Resolve));
-  Run(call, "REALPluginMain", EntryPointOf(library_), false);
+  Run(call, "start-up", EntryPointOf(library_), false);
   methods_.clear();
+  others_.clear();
+  unreadable_.clear();
   for (const REALclassDefinition* extension : host.extensions) {
-    for (int i = 0; i < extension->methodCount; ++i) {
-      const REALmethodDefinition& row = extension->methods[i];
-      std::string why;
-      auto method = ParseDeclaration(row.declaration, &why);
-      if (!method) throw PluginError("\"" + std::string(row.declaration) + "\": " + why);
-      method->owner = extension->name;
-      method->function = row.function;
-      method->flags = row.flags;
-      methods_.push_back(std::move(*method));
+    Read({extension->name, extension->methods, extension->methodCount}, methods_);
+  }
+  for (const Host::MethodList& list : host.otherMethods) Read(list, others_);
+}
+
+void Plugin::Read(const Host::MethodList& list, std::vector<Method>& into) {
+  for (int i = 0; i < list.count; ++i) {
+    const REALmethodDefinition& row = list.rows[i];
+    std::string why;
+    auto method = ParseDeclaration(row.declaration, &why);
+    if (!method) {
+      unreadable_.push_back({list.owner, row.declaration, why});
+      continue;
     }
+    method->owner = list.owner;
+    method->function = row.function;
+    method->flags = row.flags;
+    into.push_back(std::move(*method));
   }
 }
 
@@ -185,14 +205,13 @@ const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>&
     throw PluginError("the arguments of " + std::string(name) + " do not fit; it is declared as " +
                       forms);
   }
-  const auto nearest = std::min_element(
-      methods_.begin(), methods_.end(), [name](const Method& left, const Method& right) {
-        return Distance(name, left.name) < Distance(name, right.name);
-      });
+  const auto nearest =
+      Nearest(name, methods_, [](const Method& method) -> std::string_view { return method.name; });
   if (nearest != methods_.end()) forms = "; the nearest is " + nearest->name + " of ";
   for (const Method& method : methods_) {
     forms += (&method == methods_.data() ? "" : ", ") + method.name;
   }
+  for (const UnreadableRow& row : unreadable_) forms += "; unreadable: " + row.Text();
   throw PluginError("there is no method " + std::string(name) + forms);
 }
 
@@ -214,7 +233,8 @@ Result Plugin::Call(const Method& method, Picture* picture,
   Result result;
   result.type = method.result;
   Host& host = Host::Current();
-  const CallScope scope(host, method.name.c_str());
+  const RunScope scope(host, method.name.c_str());
+  host.now.site = method.function;
   switch (method.result) {
     case Type::kPicture:
       result.picture = Ref<Picture>::Adopt(LiveResult<Picture>(host, raw));
@@ -239,8 +259,11 @@ Result Plugin::Call(const Method& method, Picture* picture,
     case Type::kSingle:
       result.number = std::bit_cast<double>(raw);
       break;
-    case Type::kNone:
     case Type::kOther:
+      result.other = Ref<Handle>::Adopt(
+          host.Known(reinterpret_cast<const void*>(static_cast<uintptr_t>(raw))));
+      break;
+    case Type::kNone:
       break;
   }
   return result;

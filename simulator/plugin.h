@@ -12,6 +12,7 @@
 #include "simulator/declaration.h"
 #include "simulator/host.h"
 #include "simulator/import_hooks.h"
+#include "simulator/mangled_name.h"
 #include "simulator/raw_call.h"
 
 namespace sim {
@@ -26,12 +27,21 @@ struct Result {
   Type type = Type::kNone;
   Ref<Picture> picture;
   Ref<String> string;
+  /// Of another type, when it is a handle of the host.
+  Ref<Handle> other;
   bool boolean = false;
   int64_t integer = 0;
   double number = 0;
 
   /// The result as text: "true", "-3", "5 x 3 pixels 89abcdef", "null".
   std::string Describe() const;
+};
+
+/// A row of a list of methods whose declaration cannot be read, and why.
+struct UnreadableRow {
+  std::string owner, declaration, why;
+  /// "\"Break as\": the type of the result is missing"
+  std::string Text() const { return '"' + declaration + "\": " + why; }
 };
 
 class Plugin {
@@ -43,12 +53,15 @@ class Plugin {
   Plugin& operator=(const Plugin&) = delete;
   ~Plugin();
 
-  /// Calls REALPluginMain and reads what it registered. Throws PluginError on a declaration that
-  /// cannot be parsed.
+  /// Calls REALPluginMain and reads what it registered.
   void Start(Host& host);
 
   /// Of all class extensions, in the order of their registration.
   const std::vector<Method>& methods() const { return methods_; }
+  /// Of registered classes and modules, and shared ones: read, never called here.
+  const std::vector<Method>& others() const { return others_; }
+  /// Rows of either kind that are not among them.
+  const std::vector<UnreadableRow>& unreadable() const { return unreadable_; }
   /// The overload that takes these arguments. Throws PluginError.
   const Method& Choose(std::string_view name, const std::vector<Argument>& arguments) const;
   /// Calls a method on a picture (which may be null), with the defaults of the arguments left out.
@@ -61,6 +74,11 @@ class Plugin {
   template <class T>
   T* Symbol(const char* mangled) const {
     return reinterpret_cast<T*>(Address(mangled));
+  }
+  /// The exported function of that name and type; null when there is none.
+  template <class Signature>
+  Signature* Function(const std::string& name) const {
+    return Symbol<Signature>(MangledName<Signature>::Of(name).c_str());
   }
   void* Address(const char* mangled) const;
   /// The name that the dynamic loader knows this plugin's file under.
@@ -77,7 +95,10 @@ class Plugin {
   std::string path_;
   void* library_;
   std::unique_ptr<ImportHooks> hooks_;
-  std::vector<Method> methods_;
+  void Read(const Host::MethodList& list, std::vector<Method>& into);
+
+  std::vector<Method> methods_, others_;
+  std::vector<UnreadableRow> unreadable_;
 };
 
 }  // namespace sim

@@ -2,8 +2,9 @@
 
 // A call of a function whose signature is known at run time only: its arguments are laid down one
 // by one, as a cdecl caller would push them. The caller is as trying as a host may be (its stack is
-// aligned to 4 bytes only), and looks afterwards whether what is its own is as it was: registers,
-// stack pointer, floating-point control, direction flag.
+// aligned to 4 bytes only, with litter below it and behind the arguments), and looks afterwards
+// whether what is its own is as it was: registers, stack pointer, floating-point stack and control,
+// direction flag.
 
 #include <array>
 #include <cstddef>
@@ -20,6 +21,10 @@ struct CallerHabits {
   uint32_t mxcsr = 0x1F80;
   /// Bytes by which the stack misses a multiple of 16 at the call; a multiple of 4.
   uint32_t misalignment = 12;
+  /// What lies in the words behind the arguments. Where littersStack is set, it lies below the
+  /// call, too: whoever reads there what nobody wrote gets this.
+  uint32_t litter = 0x5EEDBEEF;
+  bool littersStack = false;
 };
 
 #if defined(__i386__)
@@ -27,6 +32,8 @@ struct CallerHabits {
 /// Arguments are 32-bit words on the stack, 64-bit ones two of them.
 class RawCall {
  public:
+  static constexpr size_t kRoom = 64;
+
   void Push(uint32_t word) {
     if (used_ == words_.size()) throw std::length_error("more arguments than a call has room for");
     words_[used_++] = word;
@@ -48,9 +55,7 @@ class RawCall {
     Push(halves[1]);
   }
 
-  // What lies beyond the arguments is not zero for anybody.
-  std::array<uint32_t, 8> words_ = {0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF,
-                                    0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF, 0x5EEDBEEF};
+  std::array<uint32_t, kRoom> words_ = {};
   size_t used_ = 0;
 };
 
@@ -59,23 +64,34 @@ class RawCall {
 /// The 64-bit stand-in: whole numbers and doubles travel in registers, each kind in its own order.
 class RawCall {
  public:
-  void Push(uint32_t word) { whole_.at(wholeCount_++) = word; }
-  void Push(const void* address) {
-    whole_.at(wholeCount_++) = reinterpret_cast<uintptr_t>(address);
+  static constexpr size_t kRoom = 64;
+
+  void Push(uint32_t word) { PushWhole(word); }
+  void Push(const void* address) { PushWhole(reinterpret_cast<uintptr_t>(address)); }
+  void Push(int64_t value) { PushWhole(static_cast<uint64_t>(value)); }
+  void Push(double value) {
+    if (doubleCount_ == doubles_.size()) throw std::length_error(kTooMany);
+    doubles_[doubleCount_++] = value;
   }
-  void Push(int64_t value) { whole_.at(wholeCount_++) = static_cast<uint64_t>(value); }
-  void Push(double value) { doubles_.at(doubleCount_++) = value; }
 
   uint64_t Run(void* function, const CallerHabits&, bool, std::string&) const {
-    using Function =
-        uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, double, double);
-    return reinterpret_cast<Function*>(function)(whole_[0], whole_[1], whole_[2], whole_[3],
-                                                 whole_[4], whole_[5], doubles_[0], doubles_[1]);
+    using Function = uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, double,
+                              double, double, double, double, double, double, double);
+    return reinterpret_cast<Function*>(function)(
+        whole_[0], whole_[1], whole_[2], whole_[3], whole_[4], whole_[5], doubles_[0], doubles_[1],
+        doubles_[2], doubles_[3], doubles_[4], doubles_[5], doubles_[6], doubles_[7]);
   }
 
  private:
+  static constexpr const char* kTooMany =
+      "the 64-bit stand-in passes six whole numbers and eight doubles at most";
+  void PushWhole(uint64_t word) {
+    if (wholeCount_ == whole_.size()) throw std::length_error(kTooMany);
+    whole_[wholeCount_++] = word;
+  }
+
   std::array<uint64_t, 6> whole_ = {};
-  std::array<double, 2> doubles_ = {};
+  std::array<double, 8> doubles_ = {};
   size_t wholeCount_ = 0, doubleCount_ = 0;
 };
 

@@ -21,17 +21,19 @@ std::vector<std::string>& RecordedNames() {
 // eax and edx: where a cdecl caller finds 64-bit results, and narrower ones in the lower part.
 extern "C" __attribute__((visibility("hidden"), used, no_sanitize("address"))) uint64_t
 simRecordCall(uint32_t number, const uint32_t* words) {
+  // The caller's return address lies below its arguments.
+  const auto* const site = reinterpret_cast<const void*>(words[-1]);
   Host& host = Host::Current();
   const std::string& name = RecordedNames()[number];
-  const CallScope scope(host, name.c_str());
+  const CallScope scope(host, name.c_str(), site);
   Recorder* const recorder = host.FindRecorder(name);
   if (recorder == nullptr || host.Missing(name)) host.Misuse("called on a host that lacks it");
   std::array<uint32_t, 8> copy;
   for (size_t i = 0; i < copy.size(); ++i) copy[i] = words[i];
-  const bool fails = host.faults.Fails(name);
+  const bool fails = host.faults.Fails(name, host.now.site);
   host.log.Add({LogLine::kCall, name, "", fails});
   recorder->calls.push_back(copy);
-  if (host.faults.Throws()) throw HostException{host.faults.calls()};
+  if (host.faults.Throws(name, host.now.site)) throw HostException{host.faults.calls()};
   return fails ? 0 : recorder->result;
 }
 

@@ -51,24 +51,33 @@ void RegisterClassExtension(Host& host, const REALclassDefinition* record) {
   CheckClass(host, record);
   host.extensions.push_back(record);
   if (record->sharedMethodCount > 0) {
-    host.registered.push_back("shared methods of " + std::string(record->name));
+    const std::string name = record->name;
+    host.registered.push_back("shared methods of " + name);
+    host.otherMethods.push_back(
+        {name + " (shared)", record->sharedMethods, record->sharedMethodCount});
   }
 }
 
 void RegisterClass(Host& host, const REALclassDefinition* record) {
   CheckClass(host, record);
-  host.registered.push_back("the class " + std::string(record->name));
+  const std::string name = record->name;
+  host.registered.push_back("the class " + name);
+  host.otherMethods.push_back({"class " + name, record->methods, record->methodCount});
+  host.otherMethods.push_back(
+      {"class " + name + " (shared)", record->sharedMethods, record->sharedMethodCount});
 }
 
 void RegisterModule(Host& host, const REALmoduleDefinition* record) {
   if (record == nullptr) host.Misuse("no record");
   CheckMethods(host, record->methods, record->methodCount);
   host.registered.emplace_back("a module");
+  host.otherMethods.push_back({"a module", record->methods, record->methodCount});
 }
 
 void RegisterMethod(Host& host, const REALmethodDefinition* record) {
   CheckMethods(host, record, 1);
   host.registered.push_back(record->declaration);
+  host.otherMethods.push_back({"no class", record, 1});
 }
 
 void RegisterControl(Host& host, const REALcontrol* record) {

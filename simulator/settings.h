@@ -16,10 +16,28 @@ enum class AppKind { kUnknown, kConsole, kWeb, kDesktop };
 /// Where a picture's pixels live. A picture of kind kNone cannot be locked at all.
 enum class StorageKind { kNone, kConsole, kCairo, kGdk };
 
-/// How a console picture's rows lie in memory. All but kContiguous have guard bytes between rows;
-/// kScattered also puts them out of order, at addresses that are multiples of 4 only; kHalves puts
-/// the lower half of the picture before the upper one, with more than a page between them.
+/// How a console picture's rows lie in memory. All except kContiguous have guard bytes between
+/// rows; kScattered also puts them out of order, at addresses that are multiples of 4 only; kHalves
+/// puts the lower half of the picture before the upper one, with more than a page between them.
 enum class RowLayout { kContiguous, kPadded, kReversed, kScattered, kHalves };
+
+/// A kind of host as users name it: its application, and where it keeps new pictures, opaque ones
+/// and ones with alpha channel (kNone: in a storage that nobody can lock).
+struct HostKind {
+  const char* name;
+  AppKind application;
+  StorageKind opaque;
+  StorageKind alpha;
+};
+inline constexpr HostKind kConsoleHost = {"console", AppKind::kConsole, StorageKind::kConsole,
+                                          StorageKind::kConsole},
+                          kWebHost = {"web", AppKind::kWeb, StorageKind::kConsole,
+                                      StorageKind::kConsole},
+                          kCairoHost = {"cairo", AppKind::kDesktop, StorageKind::kCairo,
+                                        StorageKind::kCairo},
+                          kGdkHost = {"gdk", AppKind::kDesktop, StorageKind::kGdk,
+                                      StorageKind::kNone};
+inline constexpr HostKind kHostKinds[] = {kConsoleHost, kWebHost, kCairoHost, kGdkHost};
 
 struct Settings {
   /// Reported by "REALGetRBVersion". Below 2012.0 the host expects one unlock for a failed lock.
@@ -54,6 +72,15 @@ struct Settings {
   /// The plugin is told that no page it asks about is there yet, whatever the kernel says (needs
   /// import hooks).
   bool pagesMissing = false;
+  /// Notice pixels that change under a lock and are not followed by a clearing of the cache.
+  bool watchesCaches = false;
+  /// Memory bites whoever takes it for what it is not: pixels end or begin at pages without access
+  /// and are closed while not locked, what may only be read is read-only, the plugin's own memory
+  /// is fenced, and what nobody wrote is litter that differs from call to call (needs import
+  /// hooks).
+  bool bites = false;
+  /// Where the row of patterns begins that litter goes through.
+  unsigned firstLitter = 0;
   /// The destructor of the host then tolerates an imbalance, which otherwise stops the process.
   bool allowLeaks = false;
 };

@@ -25,8 +25,6 @@ Kind kinds[] = {{0, UnlockableStorage::Make, nullptr},
                 {kStorageCairoContext, nullptr, InstallCairoStorage},
                 {kStorageGdkDrawable, nullptr, InstallGdkStorage}};
 
-constexpr uintptr_t kPageBytes = 4096;
-
 Kind& KindOf(StorageKind kind) { return kinds[static_cast<size_t>(kind)]; }
 
 }  // namespace
@@ -39,6 +37,14 @@ bool IsNativeType(int type) {
 std::string InstallStorage(StorageKind kind) {
   const auto install = KindOf(kind).install;
   return install == nullptr ? "" : install();
+}
+
+bool Storage::TouchesPages(uintptr_t begin, uintptr_t end) const {
+  for (int y = 0; y < height_ && Words(0) != nullptr; ++y) {
+    const auto row = reinterpret_cast<uintptr_t>(Words(y));
+    if (row < end && row + size_t{4} * static_cast<size_t>(width_) > begin) return true;
+  }
+  return false;
 }
 
 bool Storage::CoversPages(uintptr_t begin, uintptr_t end) const {

@@ -41,6 +41,8 @@ class Storage {
 
   /// The raw 32-bit words of row `y`; null where the pixels are none.
   virtual uint32_t* Words(int) const { return nullptr; }
+  /// True when any of the bytes from `begin` to `end` is part of the words.
+  bool TouchesPages(uintptr_t begin, uintptr_t end) const;
   /// True when the whole pages from `begin` to `end` lie between the first of the words and the
   /// last, and each holds some.
   bool CoversPages(uintptr_t begin, uintptr_t end) const;

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
-#include <typeinfo>
 #include <utility>
 
 #include "simulator/host.h"
+#include "simulator/mangled_name.h"
 #include "simulator/plugin.h"
 
 /// The exported function of that mangled name; throws when there is none.
@@ -25,23 +25,11 @@ T& Variable(const sim::Plugin& plugin, const std::string& name) {
   return *Exported<T>(plugin, name);
 }
 
-/// Follows from a function's plain name and its C++ type: "Fv…E" is the name of the type, with the
-/// same parameters between.
-template <class Signature>
-struct MangledName;
-template <class Result, class... Args>
-struct MangledName<Result(Args...)> {
-  static std::string Of(const std::string& name) {
-    const std::string type = typeid(void(Args...)).name();
-    return "_Z" + std::to_string(name.size()) + name + type.substr(2, type.size() - 3);
-  }
-};
-
-/// An exported function by both: Function<long(void*)>(plugin, "REALGetArrayUBound"). One that is
-/// exported with other types is not found.
+/// An exported function by its plain name and its C++ type: Function<long(void*)>(plugin,
+/// "REALGetArrayUBound"). One that is exported with other types is not found.
 template <class Signature>
 Signature* Function(const sim::Plugin& plugin, const std::string& name) {
-  return Exported<Signature>(plugin, MangledName<Signature>::Of(name));
+  return Exported<Signature>(plugin, sim::MangledName<Signature>::Of(name));
 }
 
 /// The plugin under test: the one built beside the tests, or the file that the environment variable
@@ -55,6 +43,7 @@ inline const char* PluginPath() {
 struct Session {
   explicit Session(sim::Settings settings = {}) : host(std::move(settings)), plugin(PluginPath()) {
     plugin.Start(host);
+    for (const auto& row : plugin.unreadable()) throw std::runtime_error(row.Text());
   }
   /// Calls an exported function.
   template <class Signature, class... Args>

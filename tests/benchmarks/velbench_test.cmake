@@ -1,5 +1,5 @@
-# cmake -DVELBENCH=FILE -DWORK=FOLDER -P velbench_test.cmake: the benchmark on one small case, and
-# what it refuses.
+# cmake -DVELBENCH=FILE -DPLUGIN=FILE -DWORK=FOLDER -P velbench_test.cmake: the benchmark on one
+# small case, and what it refuses.
 if(NOT EXISTS ${VELBENCH})
   message(STATUS "SKIPPED: velbench is not built; ./bench builds it")
   return()
@@ -47,6 +47,11 @@ foreach(row 0 1)
   endif()
 endforeach()
 
+# Against another build, which is a copy here.
+file(COPY_FILE ${PLUGIN} ${WORK}/other.so)
+run(0 "the other sse2.*fresh\nHMirrorVel[^\n]* x[0-9.]+ *\n.*warm\nHMirrorVel[^\n]* x[0-9.]+ *\n"
+  --quick --filter "^HMirrorVel/512x512/console" --kernels sse2 --against ${WORK}/other.so)
+run(2 "invalid ELF header" --against ${figures})
 run(2 "--kernels abacus: unknown" --kernels abacus)
 run(2 "matches no row" --filter nothing)
 run(2 "no regular expression" --filter "(")

@@ -247,19 +247,38 @@ memory() {
 check() {
   { printf '\x7fELF\x02\x01\x01'; head -c 9 /dev/zero; printf '\x03\0\x3e'; head -c 99 /dev/zero; } >wide.so
   ln -s "$(ldd "$velhost" | awk '/libm.so/ { print $3 }')" libm.so
+  head -c 20000 "$PLUGIN" >cut.so
+  mkfifo pipe.so
+  case='Break/console/2012.01/5x3'
   try <<'CASES'
 2|text.png is no shared library||--check text.png
 2|nope.so: name||--check nope.so
 2|wide.so is no 32-bit||--check wide.so
 2|no entry point REALPluginMain||--check libm.so
+2|cut.so is cut off||--check cut.so
+2|pipe.so is no file||--check pipe.so
 2|is no case: give one||--check "$PLUGIN" --case Break/console
-2|registers no Nope here||--check "$PLUGIN" --case Nope/console/2012/5x3
+2|is no case: give one||--check "$PLUGIN" --case Break/console/2012/5x3,hello
+2|nothing could be tried||--check "$PLUGIN" --case Nope/console/2012/5x3
 2|--case needs the plugin||--case Break/console/2012/5x3
-1||says "^call .*lockPictureDescription"|--check "$PLUGIN" --case Break/console/2012/5x3
-1||says "after Break call 1,"|--check "$PLUGIN" --case "Break/web/2011.5/call 1"
-1||mv one.json first.json|--check "$PLUGIN" --json one.json --jobs 1
-1||same one.json first.json|--check "$PLUGIN" --json one.json --jobs 3
+0||says "^loading: passed"|--check "$PLUGIN" --case loading
+1||says "^call .*lockPictureDescription"|--check "$PLUGIN" --case "$case"
+1||says "^---.*the second time"|--check "$PLUGIN" --case "$case"
+1||says "when lockPictureDescription (call 1, at broken.so+0x.*) failed"|--check "$PLUGIN" --case "Break/web/2011.5/call 1"
+0|||--check "$PLUGIN" --quick --only start-up
+0||says "^Break/cairo/2012.01/5x3$"|--check "$PLUGIN" --quick --list-cases
+0||says "^warning: .*left locked"|--check "$PLUGIN" --quick --level error
+1||grep -q "<failure type=.lock. message=" one.xml|--check "$PLUGIN" --quick --junit one.xml
+1||grep -v seconds one.json >first.json|--check "$PLUGIN" --quick --json one.json --jobs 1
+1||cmp -s <(grep -v seconds one.json) first.json|--check "$PLUGIN" --quick --json one.json --jobs 3
 CASES
+  # Every line that is said to repeat a case does.
+  expect 1 --check "$PLUGIN" --quick
+  sed -n "s/^    .* --case //p" "$said" | sort -u >repeats
+  [ -s repeats ] || fail "no lines to repeat"
+  while read -r each; do eval "expect 1 --check '$PLUGIN' --case $each"; done <repeats
+  FAULT=hang expect 1 --check "$PLUGIN" --case "$case" --case-seconds 1
+  says "^timed out"
 }
 
 hosts() {

@@ -1,24 +1,14 @@
-// A failure at every call: each scenario is run with its first, second, third … host
-// call or allocation failing, with that one and all after it failing, and with each host call
-// throwing, until nothing is left to fail. Whatever happens, the outcome is one that is documented,
-// the picture is as it was (or completely mirrored), nothing is lost, and the scenario run once
-// more without failures has its usual end.
+// A failure at every call: the sweep over scenarios of our own. Whatever fails, throws or is
+// missing, the outcome is one that is documented, the picture is as it was (or completely
+// mirrored), nothing is lost, and the scenario run once more without failures has its usual end.
 
+#include "check/sweep.h"
 #include "tests/failures/scenarios.h"
 
 #include <algorithm>
 #include <set>
 
 namespace {
-
-struct Kind {
-  const char* title;
-  void (sim::Faults::*fail)(int);
-  bool throws;
-};
-constexpr Kind kKinds[] = {{"failing call ", &sim::Faults::FailNth, false},
-                           {"failing from call ", &sim::Faults::FailFrom, false},
-                           {"throwing at call ", &sim::Faults::ThrowNth, true}};
 
 /// Without an answer from these there may still be a result of the usual size: drawn blank, read
 /// as if it had no alpha channel, or made afresh instead of drawn over.
@@ -28,7 +18,9 @@ const std::set<std::string> kDegrading = {"pluginPictureGraphicsGetter",
                                           "HasAlphaChannel",
                                           "REALGetPictureMask",
                                           "newPicture",
-                                          "PluginNewInstance"};
+                                          "PluginNewInstance",
+                                          "DrawPicture",
+                                          "Constructor"};
 
 bool IsFailure(const std::string& outcome) {
   return outcome.empty() || outcome == "null" || outcome == "false" || outcome == "0" ||
@@ -72,122 +64,113 @@ std::vector<Where> Hosts() {
   return hosts;
 }
 
+/// A scenario in a host of its own, for the sweep.
+class ScenarioRun final : public check::Scenario {
+ public:
+  ScenarioRun(const Where& where, const ::Scenario& scenario, const std::string& missing)
+      : scenario_(scenario), fixture_(where.setup, SettingsOf(where, missing)) {}
+
+  sim::Host& host() override { return fixture_.host; }
+  std::string Title() const override { return scenario_.name; }
+  std::string Subject() override { return fixture_.picture->Describe(); }
+  std::string Run() override {
+    before_ = Subject();
+    return scenario_.Run(fixture_);
+  }
+  bool Renew() override {
+    // What failed once is no matter to the next call, but what it drew is.
+    fixture_.other->Fill({});
+    return true;
+  }
+
+  std::vector<check::Finding> Judge(const std::string& outcome, const check::Usual& usual,
+                                    const std::set<std::string>& failed) override {
+    if (outcome == "false" && Subject() != before_) return Wrong("false, but the picture changed");
+    if (IsDocumented(outcome, usual.outcome, failed)) return {};
+    return Wrong(outcome + " instead of " + usual.outcome);
+  }
+  std::vector<check::Finding> Compare(const std::string& outcome,
+                                      const check::Usual& usual) override {
+    return Wrong(outcome + " instead of " + usual.outcome);
+  }
+  std::vector<check::Finding> LookRound() override {
+    fixture_.host.CheckGuards();
+    const std::string imbalance = fixture_.host.Imbalance();
+    return imbalance.empty() ? std::vector<check::Finding>() : Wrong(imbalance);
+  }
+
+ private:
+  static sim::Settings SettingsOf(const Where& where, const std::string& missing) {
+    sim::Settings settings = where.settings;
+    if (!missing.empty()) settings.missing.insert(missing);
+    return settings;
+  }
+
+  static std::vector<check::Finding> Wrong(const std::string& text) {
+    return {{check::Kind::kAftermath, text}};
+  }
+
+  bool IsDocumented(const std::string& outcome, const std::string& usual,
+                    const std::set<std::string>& failed) const {
+    // Nothing needs a reference of its own.
+    const std::set<std::string> locks = {"REALLockObject", "REALLockString"};
+    if (!failed.empty() && std::ranges::includes(locks, failed)) return false;
+    if (IsFailure(outcome)) return true;
+    const auto size = [](const std::string& text) { return text.substr(0, text.find(" pixels")); };
+    if (std::string_view(scenario_.alternatives).find("[" + size(outcome) + "]") !=
+        std::string::npos) {
+      return true;
+    }
+    // A view hands out each of its texts, or an empty one, or (not knowing the string's encoding)
+    // its bytes as they are.
+    const auto texts = Split(usual), parts = Split(outcome);
+    if (texts.size() > 1 && texts.size() == parts.size()) {
+      for (size_t i = 0; i < parts.size(); ++i) {
+        if (parts[i] != texts[i] && parts[i] != texts[0] && !IsFailure(parts[i])) return false;
+      }
+      return true;
+    }
+    const bool degraded = std::any_of(failed.begin(), failed.end(), [](const auto& name) {
+      return kDegrading.contains(name.substr(0, name.find('(')));
+    });
+    // A picture read as if it had no alpha channel can be turned where none with one can be made.
+    return degraded && (IsFailure(usual) || size(outcome) == size(usual));
+  }
+
+  const ::Scenario& scenario_;
+  Fixture fixture_;
+  std::string before_;
+};
+
 class Failures : public testing::TestWithParam<Where> {
  protected:
   void SetUp() override {
     if (const std::string why = Install(GetParam().setup); !why.empty()) GTEST_SKIP() << why;
   }
 
-  /// The scenario as it usually goes, and whatever names the plugin looked up for it.
-  std::set<std::string> Learn(const Scenario& scenario) {
-    Fixture fixture(GetParam().setup, GetParam().settings);
-    before_ = fixture.picture->Describe();
-    usual_ = scenario.Run(fixture);
-    after_ = fixture.picture->Describe();
-    std::set<std::string> names;
-    for (const sim::LogLine& line : fixture.host.log.lines) {
-      if (line.kind != sim::LogLine::kCall && !line.failed) {
-        names.insert(line.kind == sim::LogLine::kLookup ? line.name : line.arguments);
-      }
+  static check::CaseReport Try(const ::Scenario& scenario, const check::Disturbance& disturbance,
+                               const check::Usual* usual) {
+    ScenarioRun run(GetParam(), scenario, disturbance.missing);
+    const check::CaseReport report = check::TryCase(run, disturbance, usual);
+    for (const check::Finding& finding : report.findings) {
+      ADD_FAILURE() << scenario.name << ", " << disturbance.Name() << ": " << finding.text << " "
+                    << finding.when << "\n"
+                    << run.host().log.Text();
     }
-    return names;
+    return report;
   }
-
-  void FailEveryCall(const Scenario& scenario) {
-    SCOPED_TRACE(scenario.name);
-    Learn(scenario);
-    for (const Kind& kind : kKinds) {
-      bool fired = true;
-      for (int number = 1; fired && !HasFailure(); ++number) {
-        SCOPED_TRACE(kind.title + std::to_string(number));
-        Fixture fixture(GetParam().setup, GetParam().settings);
-        sim::Faults& faults = fixture.host.faults;
-        (faults.*kind.fail)(number);
-        std::string outcome = "thrown";
-        try {
-          outcome = scenario.Run(fixture);
-        } catch (const sim::HostException&) {
-        }
-        fired = faults.fired();
-        faults.Clear();
-        std::set<std::string> failed;
-        for (const sim::LogLine& line : fixture.host.log.lines) {
-          if (line.failed) failed.insert(line.name);
-        }
-        EXPECT_TRUE(fired || outcome == usual_) << outcome;
-        EXPECT_EQ(outcome == "thrown", fired && kind.throws) << "an exception was swallowed";
-        Check(scenario, fixture, outcome, failed);
-        // What failed once is no matter to the next call, but what it drew is.
-        fixture.other->Fill({});
-        EXPECT_EQ(scenario.Run(fixture), usual_);
-      }
-    }
-  }
-
-  /// The scenario on hosts that lack one thing from the start.
-  void LackEverything(const Scenario& scenario) {
-    SCOPED_TRACE(scenario.name);
-    std::set<std::string> names = Learn(scenario);
-    names.insert({"Picture", "Width", "Height", "HasAlphaChannel", "NilObjectException"});
-    for (const std::string& name : names) {
-      if (sim::GivesBack(name)) continue;
-      SCOPED_TRACE("without " + name);
-      sim::Settings settings = GetParam().settings;
-      settings.missing.insert(name);
-      Fixture fixture(GetParam().setup, settings);
-      Check(scenario, fixture, scenario.Run(fixture), {name});
-    }
-  }
-
- private:
-  bool IsDocumented(const Scenario& scenario, const std::string& outcome,
-                    const std::set<std::string>& failed) const {
-    // Nothing needs a reference of its own.
-    if (failed.contains("REALLockObject") || failed.contains("REALLockString")) {
-      return outcome == usual_;
-    }
-    if (outcome == usual_ || IsFailure(outcome)) return true;
-    const auto size = [](const std::string& text) { return text.substr(0, text.find(" pixels")); };
-    if (std::string_view(scenario.alternatives).find("[" + size(outcome) + "]") !=
-        std::string::npos) {
-      return true;
-    }
-    // A view hands out each of its texts, or an empty one, or (not knowing the string's encoding)
-    // its bytes as they are.
-    const auto usual = Split(usual_), parts = Split(outcome);
-    if (usual.size() > 1 && usual.size() == parts.size()) {
-      for (size_t i = 0; i < parts.size(); ++i) {
-        if (parts[i] != usual[i] && parts[i] != usual[0] && !IsFailure(parts[i])) return false;
-      }
-      return true;
-    }
-    const bool degraded = std::any_of(failed.begin(), failed.end(),
-                                      [](const auto& name) { return kDegrading.contains(name); });
-    // A picture read as if it had no alpha channel can be turned where none with one can be made.
-    return degraded && (IsFailure(usual_) || size(outcome) == size(usual_));
-  }
-
-  void Check(const Scenario& scenario, Fixture& fixture, const std::string& outcome,
-             const std::set<std::string>& failed) {
-    sim::Host& host = fixture.host;
-    EXPECT_TRUE(IsDocumented(scenario, outcome, failed))
-        << outcome << " instead of " << usual_ << "; failed: " << testing::PrintToString(failed);
-    const std::string now = fixture.picture->Describe();
-    EXPECT_TRUE(now == before_ || (now == after_ && outcome != "false"))
-        << "the picture is neither as it was nor mirrored";
-    EXPECT_EQ(host.Imbalance(), "") << host.log.Text();
-    host.CheckGuards();
-  }
-
-  std::string before_, usual_, after_;
 };
 
-TEST_P(Failures, AreSurvivedAtEveryCall) {
-  for (const Scenario& scenario : GetParam().scenarios) FailEveryCall(scenario);
-}
-
-TEST_P(Failures, AreSurvivedOnHostsThatLackOneThing) {
-  for (const Scenario& scenario : GetParam().scenarios) LackEverything(scenario);
+TEST_P(Failures, AreSurvived) {
+  for (const ::Scenario& scenario : GetParam().scenarios) {
+    const check::Usual usual = Try(scenario, {}, nullptr).shown;
+    std::vector<check::Disturbance> all = check::Disturbances(usual, true);
+    for (size_t i = 0; i < all.size() && !HasFailure(); ++i) {
+      if (sim::GivesBack(all[i].missing)) continue;
+      const check::CaseReport report = Try(scenario, all[i], &usual);
+      for (const auto& deeper : check::Deeper(all[i], report, usual)) all.push_back(deeper);
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Failures, testing::ValuesIn(Hosts()),

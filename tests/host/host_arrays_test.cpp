@@ -24,7 +24,7 @@ struct Element {
 
   explicit Element(const sim::Plugin& plugin) {
     const auto find = [&]<class Last>(Overload<Last>*& overload, const char* name) {
-      overload = plugin.Symbol<Overload<Last>>(MangledName<Overload<Last>>::Of(name).c_str());
+      overload = plugin.Function<Overload<Last>>(name);
     };
     find(insert, "REALInsertArrayValue");
     find(get, "REALGetArrayValue");

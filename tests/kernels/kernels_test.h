@@ -20,6 +20,7 @@
 
 namespace velpicture {
 
+constexpr bool kEither[] = {false, true};
 constexpr uint32_t kFormats[] = {kPixelConsole, kPixelRgb24, kPixelArgb32, kPixelRgb32};
 
 inline void PrintTo(const FormatPair& formats, std::ostream* out) {

@@ -97,41 +97,38 @@ void DrawLines(Random& random, int length, Shear& shear) {
 
 TEST_P(ShearKernels, EqualThePlainOnes) {
   uint32_t seed = 0;
-  for (const bool isRow : {true, false}) {
-    for (const uint32_t from : kFormats) {
-      for (const uint32_t to : kFormats) {
-        const auto check = [&](int lineCount, int length) {
-          SCOPED_TRACE(testing::Message()
-                       << "seed " << ++seed << ", " << lineCount << (isRow ? " rows" : " columns")
-                       << " of " << length << ", formats " << from << " to " << to);
-          Random random(seed);
-          const int targetLength = length + random.Int(-20, isRow ? 20 : 60);
-          Shear shear(random, isRow, from, to, lineCount, length, std::max(0, targetLength));
-          DrawLines(random, length, shear);
-          shear.background = UnpackColor(random.Word(), random.Int(0, 255));
-          ExpectAsPlain(shear.target.bytes, [&](const Kernels&) { shear.Run(); });
-        };
-        for (int width = 0; width <= 3 * 64 + 1; width += width < 50 ? 1 : 7) {
-          for (int repeat = 0; isRow && repeat < 4; ++repeat) check(1, width);
-          if (!isRow) check(width, Random(seed).Int(0, 120));
-        }
-        isRow ? check(1, 1601) : check(1024, 37);
-        // One column far from those behind it, which have all their source rows.
-        for (int repeat = 0; !isRow && repeat < 64; ++repeat) {
-          Random random(++seed);
-          Shear shear(random, false, from, to, 18, 150, 64);
-          for (ShearLine& line : shear.lines) line = {-1, RandomWeight(random), 0};
-          shear.lines[0].offset = -40;
-          ExpectAsPlain(shear.target.bytes, [&](const Kernels&) { shear.Run(); });
-        }
-        if (HasFailure()) return;
-      }
+  const auto check = [&](bool isRow, uint32_t from, uint32_t to, int lineCount, int length) {
+    SCOPED_TRACE(testing::Message()
+                 << "seed " << ++seed << ", " << lineCount << (isRow ? " rows" : " columns")
+                 << " of " << length << ", formats " << from << " to " << to);
+    Random random(seed);
+    const int targetLength = length + random.Int(-20, isRow ? 20 : 60);
+    Shear shear(random, isRow, from, to, lineCount, length, std::max(0, targetLength));
+    DrawLines(random, length, shear);
+    shear.background = UnpackColor(random.Word(), random.Int(0, 255));
+    ExpectAsPlain(shear.target.bytes, [&](const Kernels&) { shear.Run(); });
+  };
+  const auto checkAll = [&](uint32_t from, uint32_t to) {
+    for (int width = 0; width <= 3 * 64 + 1; width += width < 50 ? 1 : 7) {
+      for (int repeat = 0; repeat < 4; ++repeat) check(true, from, to, 1, width);
+      check(false, from, to, width, Random(seed).Int(0, 120));
     }
-  }
+    check(true, from, to, 1, 1601);
+    check(false, from, to, 1024, 37);
+    // One column far from those behind it, which have all their source rows.
+    for (int repeat = 0; repeat < 64; ++repeat) {
+      Random random(++seed);
+      Shear shear(random, false, from, to, 18, 150, 64);
+      for (ShearLine& line : shear.lines) line = {-1, RandomWeight(random), 0};
+      shear.lines[0].offset = -40;
+      ExpectAsPlain(shear.target.bytes, [&](const Kernels&) { shear.Run(); });
+    }
+  };
+  Combine(checkAll, kFormats, kFormats);
 }
 
 TEST_P(PictureShears, EqualTheModelForSteadyAndForWildOffsets) {
-  struct {
+  struct Case {
     uint32_t from, to;
     int lineCount, length, targetLength;
   } const cases[] = {{kPixelArgb32, kPixelArgb32, 40, 70, 90},
@@ -144,26 +141,24 @@ TEST_P(PictureShears, EqualTheModelForSteadyAndForWildOffsets) {
                      {kPixelArgb32, kPixelArgb32, 3, 0, 5}};
   constexpr int kWild[] = {INT_MIN, INT_MAX, -1, 0, 1, INT_MIN + 1, 1500, -1500, 3};
   Random random(5);
-  for (const auto& [from, to, lineCount, length, targetLength] : cases) {
-    for (const bool isRow : {true, false}) {
-      for (const bool isWild : {false, true}) {
-        SCOPED_TRACE(testing::Message() << lineCount << (isRow ? " rows" : " columns") << " of "
-                                        << length << " pixels to " << targetLength << ", format "
-                                        << from << " to " << to << (isWild ? ", wild" : ""));
-        Shear shear(random, isRow, from, to, lineCount, length, targetLength);
-        shear.background = {10, 200, 30, 77};
-        for (int i = 0; i < lineCount; ++i) {
-          const double offset = (i - 20) * -0.6180339887, whole = std::floor(offset);
-          shear.lines[i] = {static_cast<int>(whole), offset - whole, 0};
-          if (isWild) shear.lines[i] = {kWild[i % 9], i % 5 * 0.25, 0};
-        }
-        for (const auto run : {&Shear::RunOneByOne, &Shear::Run}) {
-          ExpectSameBytes(
-              shear.target.bytes, [&] { shear.RunPlainly(); }, [&] { (shear.*run)(); });
-        }
-      }
+  const auto check = [&](const Case& each, bool isRow, bool isWild) {
+    const auto& [from, to, lineCount, length, targetLength] = each;
+    SCOPED_TRACE(testing::Message() << lineCount << (isRow ? " rows" : " columns") << " of "
+                                    << length << " pixels to " << targetLength << ", format "
+                                    << from << " to " << to << (isWild ? ", wild" : ""));
+    Shear shear(random, isRow, from, to, lineCount, length, targetLength);
+    shear.background = {10, 200, 30, 77};
+    for (int i = 0; i < lineCount; ++i) {
+      const double offset = (i - 20) * -0.6180339887, whole = std::floor(offset);
+      shear.lines[i] = {static_cast<int>(whole), offset - whole, 0};
+      if (isWild) shear.lines[i] = {kWild[i % 9], i % 5 * 0.25, 0};
     }
-  }
+    for (const auto run : {&Shear::RunOneByOne, &Shear::Run}) {
+      ExpectSameBytes(
+          shear.target.bytes, [&] { shear.RunPlainly(); }, [&] { (shear.*run)(); });
+    }
+  };
+  Combine(check, cases, kEither, kEither);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ using sim::RowLayout;
 using sim::StorageKind;
 
 constexpr int kPopulateWrite = 23;
-constexpr int kPageBytes = 4096;
+constexpr int kPageBytes = sim::kPageBytes;
 // Whole, they hold a huge page wherever they lie; half the sides make a large block, but not so
 // large.
 constexpr int kWidth = 1201, kHeight = 1203;

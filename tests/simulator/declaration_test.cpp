@@ -21,6 +21,43 @@ TEST(Declaration, IsTakenApart) {
   EXPECT_EQ(method->RequiredArguments(), 1U);
 }
 
+TEST(Declaration, HasDefaultsOfEveryKind) {
+  const struct {
+    const char* parameter;
+    std::optional<Argument> value;
+  } cases[] = {
+      {"b as string = \"(a, \"\"b\"\")\"", std::nullopt},
+      {"b as string = nil", static_cast<String*>(nullptr)},
+      {"b as picture = Nil", static_cast<Picture*>(nullptr)},
+      {"b as integer = &hFF", int64_t{255}},
+      {"b as integer = &HFFFFFFFF", int64_t{-1}},
+      {"b as Int64 = &hFFFFFFFF", int64_t{0xFFFFFFFF}},
+      {"b as double = &o17", 15.0},
+      {"b as integer = &b101", int64_t{5}},
+      {"b as boolean = TRUE", int64_t{1}},
+  };
+  for (const auto& [parameter, value] : cases) {
+    std::string why;
+    const auto method =
+        ParseDeclaration("A(" + std::string(parameter) + ", c as color = &c000001)", &why);
+    ASSERT_TRUE(method) << parameter << ": " << why;
+    EXPECT_EQ(method->parameters[0].defaultValue, value) << parameter;
+    EXPECT_EQ(method->parameters[1].defaultValue, Argument(Color{1})) << parameter;
+  }
+}
+
+TEST(Declaration, OfOtherTypesIsReadAndNotTried) {
+  for (const char* type : {"string()", "integer(,)", "Module1.Kind", "FolderItem"}) {
+    std::string why;
+    auto method =
+        ParseDeclaration("A(b as " + std::string(type) + " = 3, c as double) as " + type, &why);
+    ASSERT_TRUE(method) << type << ": " << why;
+    method->owner = "Picture";
+    EXPECT_EQ(method->result, Type::kOther);
+    EXPECT_EQ(method->Obstacle(), "the parameter b as " + std::string(type) + " cannot be made up");
+  }
+}
+
 TEST(Declaration, IsRefusedWithTheReason) {
   const char* const cases[][2] = {
       {"", "no name"},
@@ -29,6 +66,11 @@ TEST(Declaration, IsRefusedWithTheReason) {
       {"A(b as double", "do not end"},
       {"A(b as integer = 1.5)", "default of b"},
       {"A(b as integer = 3000000000)", "default of b"},
+      {"A(b as integer = &h1FFFFFFFF)", "default of b"},
+      {"A(b as integer = &hG)", "default of b"},
+      {"A(b as string = 3)", "default of b"},
+      {"A(b as string = \"a)", "do not end"},
+      {"A(b as Module1.)", "type of b is missing"},
       {"A as picture really", "\"really\""},
   };
   for (const auto& [text, reason] : cases) {

@@ -133,14 +133,14 @@ TEST(Ledger, NamesWhatIsOutOfBalance) {
 
   REALpictureDescription description;
   ASSERT_TRUE(LockDescription(picture.get(), kStorageConsoleBlock, description));
-  EXPECT_EQ(host.Imbalance(), "picture#1: description locked 1 times\n");
+  EXPECT_EQ(host.Imbalance(), "picture#1: description left locked\n");
   UnlockDescription(picture.get());
 
   REALstringData record;
   const auto get = Entry<uint32_t(void*, uint32_t, void*)>("PluginGetStringData");
   get(text.get(), kEncodingUtf16, &record);
   EXPECT_EQ(std::string_view(record.data, record.length), std::string_view("x\0", 2));
-  EXPECT_EQ(host.Imbalance(), "1 borrowed string records not given back\n");
+  EXPECT_EQ(host.Imbalance(), "1 borrowed string record not given back\n");
   Entry<void(void*)>("PluginDisposeStringData")(&record);
 
   uint32_t& beyond = picture->StorageAs<ConsoleStorage>().Words(1)[3];

@@ -1,0 +1,129 @@
+#include "check/inputs.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace check {
+namespace {
+
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kLargest = std::numeric_limits<double>::max();
+
+constexpr ArgumentSet kSets[] = {
+    {"usual", 30.0, 7, 0x80FF4020, TextChoice::kUsual, PictureChoice::kUsual},
+    {"zero", 0.0, 0, 0x00000000, TextChoice::kNull, PictureChoice::kNull},
+    {"negative", -120.5, -1, 0xFFFFFFFF, TextChoice::kEmpty, PictureChoice::kReceiver},
+    {"one", 1.0, 1, 0x01FFFFFF, TextChoice::kWithNul, PictureChoice::kOtherSize},
+    {"lowest", -kLargest, INT32_MIN, 0x00FFFFFF, TextChoice::kOtherScripts,
+     PictureChoice::kOtherStorage},
+    {"highest", kLargest, INT32_MAX, 0x7F000000, TextChoice::kLong, PictureChoice::kOtherAlpha},
+    {"infinite", kInfinite, 90, 0xFF000000, TextChoice::kUsual, PictureChoice::kUsual},
+    {"no-number", kNaN, 256, 0xFE010203, TextChoice::kUsual, PictureChoice::kUsual},
+};
+
+}  // namespace
+
+std::span<const ArgumentSet> ArgumentSets() { return kSets; }
+
+const ArgumentSet* ArgumentSetNamed(std::string_view name) {
+  const auto set = std::find_if(std::begin(kSets), std::end(kSets),
+                                [name](const ArgumentSet& each) { return each.name == name; });
+  return set == std::end(kSets) ? nullptr : set;
+}
+
+sim::Picture* Inputs::NewPicture(Size size, const sim::PictureOptions& options, const char* title) {
+  pictures_.push_back(host_.MakePicture(sim::PatternImage(size.width, size.height), options));
+  sim::Picture* const picture = pictures_.back().get();
+  if (picture == nullptr) return nullptr;
+  picture->title = title;
+  return picture;
+}
+
+sim::Picture* Inputs::NewReceiver() {
+  receiver_ = NewPicture(size_, {setup_.source, setup_.alpha, setup_.rows}, "the receiver");
+  if (receiver_ == nullptr) return nullptr;
+  receiver_->mask = host_.NewPicture(size_.width, size_.height, false);
+  if (receiver_->mask != nullptr) receiver_->mask->title = "the receiver's mask";
+  return receiver_;
+}
+
+sim::Picture* Inputs::PictureFor(PictureChoice choice) {
+  const sim::PictureOptions usual = {setup_.source, setup_.alpha, setup_.rows};
+  const auto argument = [this](Size size, const sim::PictureOptions& options) {
+    return NewPicture(size, options, "the argument");
+  };
+  switch (choice) {
+    case PictureChoice::kUsual:
+      return argument(size_, usual);
+    case PictureChoice::kNull:
+      return nullptr;
+    case PictureChoice::kReceiver:
+      return receiver_;
+    case PictureChoice::kOtherSize:
+      return argument({size_.width + 4, size_.height + 2}, usual);
+    case PictureChoice::kOtherStorage:
+      // Where all are alike, one that cannot be locked at all.
+      return argument(size_, setup_.target != setup_.source
+                                 ? sim::PictureOptions{setup_.target}
+                                 : sim::PictureOptions{sim::StorageKind::kNone});
+    case PictureChoice::kOtherAlpha:
+      return argument(size_, {setup_.source, !setup_.alpha, setup_.rows});
+  }
+  return nullptr;
+}
+
+sim::String* Inputs::TextFor(TextChoice choice) {
+  const auto text = [this](std::string_view bytes) {
+    texts_.push_back(host_.MakeString(bytes, kEncodingUtf8));
+    texts_.back()->title = "the text";
+    return texts_.back().get();
+  };
+  using namespace std::string_view_literals;
+  switch (choice) {
+    case TextChoice::kUsual:
+      return text("caf\xC3\xA9 text");
+    case TextChoice::kNull:
+      return nullptr;
+    case TextChoice::kEmpty:
+      return text("");
+    case TextChoice::kLong:
+      return text(std::string(70000, 'x'));
+    case TextChoice::kWithNul:
+      return text("in\0side"sv);
+    case TextChoice::kOtherScripts:
+      return text("\xE6\x97\xA5\xE6\x9C\xAC\xF0\x9F\x98\x80");
+  }
+  return nullptr;
+}
+
+std::vector<sim::Argument> Inputs::Arguments(const sim::Method& method, const ArgumentSet& set) {
+  using sim::Type;
+  std::vector<sim::Argument> arguments;
+  for (const sim::Parameter& parameter : method.parameters) {
+    switch (parameter.type) {
+      case Type::kDouble:
+      case Type::kSingle:
+        arguments.emplace_back(set.number);
+        break;
+      case Type::kColor:
+        arguments.emplace_back(sim::Color{set.color});
+        break;
+      case Type::kBoolean:
+        arguments.emplace_back(int64_t{set.whole != 0});
+        break;
+      case Type::kString:
+        arguments.emplace_back(TextFor(set.text));
+        break;
+      case Type::kPicture:
+        arguments.emplace_back(PictureFor(set.picture));
+        break;
+      default:
+        arguments.emplace_back(set.whole);
+    }
+  }
+  return arguments;
+}
+
+}  // namespace check
