@@ -4,8 +4,8 @@
 set(VEL_PUBLIC_HEADERS
   host/application.h host/console_flags.h host/entry.h host/export.h host/host_arrays.h
   host/host_calls.h host/host_types.h host/resolver.h
-  pixels/gtk_cairo.h pixels/picture_editor.h pixels/whole_pictures.h pixels/picture_lock.h
-  pixels/picture_reader.h pixels/picture_writers.h pixels/pixel_types.h
+  pixels/gtk_cairo.h pixels/picture_editor.h pixels/picture_lock.h
+  pixels/picture_reader.h pixels/picture_writers.h pixels/pixel_types.h pixels/whole_pictures.h
   text/builders.h text/classification.h text/diagnostics.h text/rb_data.h text/rb_text.h
   text/string_data.h
   transforms/mirror.h transforms/quarter_turns.h transforms/rotate.h transforms/rotate_memory.h

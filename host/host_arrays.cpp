@@ -128,83 +128,46 @@ REALobjectStruct* REALGetArrayObject(REALobjectArrayStruct* array, int index) {
       array, index);
 }
 
-void REALInsertArrayValue(REALarrayStruct* array, long index, long long value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, unsigned long long value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, long value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, unsigned long value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, unsigned short value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, float value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, double value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, REALstringStruct* value) {
-  InsertValue(array, index, value);
-}
-void REALInsertArrayValue(REALarrayStruct* array, long index, REALobjectStruct* value) {
-  InsertValue(array, index, value);
-}
+#define VEL_INSERT(Type)                                                      \
+  void REALInsertArrayValue(REALarrayStruct* array, long index, Type value) { \
+    InsertValue(array, index, value);                                         \
+  }
+VEL_INSERT(long long)
+VEL_INSERT(unsigned long long)
+VEL_INSERT(long)
+VEL_INSERT(unsigned long)
+VEL_INSERT(unsigned short)
+VEL_INSERT(float)
+VEL_INSERT(double)
+VEL_INSERT(REALstringStruct*)
+VEL_INSERT(REALobjectStruct*)
+#undef VEL_INSERT
 
-void REALGetArrayValue(REALarrayStruct* array, long index, long long* out) {
-  GetValue(array, index, out, ProvideReadElement<long long>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, unsigned long long* out) {
-  GetValue(array, index, out, ProvideReadElement<unsigned long long>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, long* out) {
-  GetValue(array, index, out, ProvideReadElement<long>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, unsigned long* out) {
-  GetValue(array, index, out, ProvideReadElement<unsigned long>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, unsigned short* out) {
-  GetValue<unsigned short>(array, index, out, nullptr);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, unsigned char* out) {
-  GetValue(array, index, out, ProvideReadElement<unsigned char>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, float* out) {
-  GetValue(array, index, out, ProvideReadElement<float>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, double* out) {
-  GetValue(array, index, out, ProvideReadElement<double>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, REALstringStruct** out) {
-  GetValue(array, index, out, ProvideReadElement<REALstringStruct*>);
-}
-void REALGetArrayValue(REALarrayStruct* array, long index, REALobjectStruct** out) {
-  GetValue(array, index, out, ProvideReadElement<REALobjectStruct*>);
-}
+#define VEL_GET(Type, builtIn)                                            \
+  void REALGetArrayValue(REALarrayStruct* array, long index, Type* out) { \
+    GetValue<Type>(array, index, out, builtIn);                           \
+  }
+VEL_GET(long long, ProvideReadElement<long long>)
+VEL_GET(unsigned long long, ProvideReadElement<unsigned long long>)
+VEL_GET(long, ProvideReadElement<long>)
+VEL_GET(unsigned long, ProvideReadElement<unsigned long>)
+VEL_GET(unsigned short, nullptr)
+VEL_GET(unsigned char, ProvideReadElement<unsigned char>)
+VEL_GET(float, ProvideReadElement<float>)
+VEL_GET(double, ProvideReadElement<double>)
+VEL_GET(REALstringStruct*, ProvideReadElement<REALstringStruct*>)
+VEL_GET(REALobjectStruct*, ProvideReadElement<REALobjectStruct*>)
+#undef VEL_GET
 
-void REALSetArrayValue(REALarrayStruct* array, long index, long long value) {
-  SetValue(array, index, value);
-}
-void REALSetArrayValue(REALarrayStruct* array, long index, unsigned long long value) {
-  SetValue(array, index, value);
-}
-void REALSetArrayValue(REALarrayStruct* array, long index, long value) {
-  SetValue(array, index, value);
-}
-void REALSetArrayValue(REALarrayStruct* array, long index, unsigned long value) {
-  SetValue(array, index, value);
-}
-void REALSetArrayValue(REALarrayStruct* array, long index, double value) {
-  SetValue(array, index, value);
-}
-void REALSetArrayValue(REALarrayStruct* array, long index, REALstringStruct* value) {
-  SetValue(array, index, value);
-}
-void REALSetArrayValue(REALarrayStruct* array, long index, REALobjectStruct* value) {
-  SetValue(array, index, value);
-}
+#define VEL_SET(Type)                                                      \
+  void REALSetArrayValue(REALarrayStruct* array, long index, Type value) { \
+    SetValue(array, index, value);                                         \
+  }
+VEL_SET(long long)
+VEL_SET(unsigned long long)
+VEL_SET(long)
+VEL_SET(unsigned long)
+VEL_SET(double)
+VEL_SET(REALstringStruct*)
+VEL_SET(REALobjectStruct*)
+#undef VEL_SET

@@ -14,29 +14,27 @@
 namespace velpicture {
 namespace {
 
+#define VEL_METHOD(function, declaration) \
+  { reinterpret_cast<void*>(function), nullptr, declaration, kMarkConsoleSafe }
+
 // The host's order of the methods; RotateVel stays first.
 REALmethodDefinition pictureMethods[] = {
-    {reinterpret_cast<void*>(rbRotate), nullptr,
-     "RotateVel(angle as double, background as color = &cFFFFFFFF) as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbRotate90), nullptr, "Rotate90Vel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbRotate180), nullptr, "Rotate180Vel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbRotate270), nullptr, "Rotate270Vel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbRotateMemory), nullptr, "RotateMemoryVel(angle as double) as Int64",
-     kMarkConsoleSafe},
-    {reinterpret_cast<void*>(MirrorVel), nullptr, "MirrorVel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(VMirrorVel), nullptr, "VMirrorVel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(HMirrorVel), nullptr, "HMirrorVel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(MirrorPictureVel), nullptr, "MirrorPictureVel as boolean",
-     kMarkConsoleSafe},
-    {reinterpret_cast<void*>(VMirrorPictureVel), nullptr, "VMirrorPictureVel as boolean",
-     kMarkConsoleSafe},
-    {reinterpret_cast<void*>(HMirrorPictureVel), nullptr, "HMirrorPictureVel as boolean",
-     kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbClonePicture), nullptr, "CloneVel as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbClonePicture2), nullptr,
-     "CloneVel(width as integer, height as integer) as picture", kMarkConsoleSafe},
-    {reinterpret_cast<void*>(rbBitmapPicture), nullptr, "BitmapVel as picture", kMarkConsoleSafe},
+    VEL_METHOD(rbRotate, "RotateVel(angle as double, background as color = &cFFFFFFFF) as picture"),
+    VEL_METHOD(rbRotate90, "Rotate90Vel as picture"),
+    VEL_METHOD(rbRotate180, "Rotate180Vel as picture"),
+    VEL_METHOD(rbRotate270, "Rotate270Vel as picture"),
+    VEL_METHOD(rbRotateMemory, "RotateMemoryVel(angle as double) as Int64"),
+    VEL_METHOD(MirrorVel, "MirrorVel as picture"),
+    VEL_METHOD(VMirrorVel, "VMirrorVel as picture"),
+    VEL_METHOD(HMirrorVel, "HMirrorVel as picture"),
+    VEL_METHOD(MirrorPictureVel, "MirrorPictureVel as boolean"),
+    VEL_METHOD(VMirrorPictureVel, "VMirrorPictureVel as boolean"),
+    VEL_METHOD(HMirrorPictureVel, "HMirrorPictureVel as boolean"),
+    VEL_METHOD(rbClonePicture, "CloneVel as picture"),
+    VEL_METHOD(rbClonePicture2, "CloneVel(width as integer, height as integer) as picture"),
+    VEL_METHOD(rbBitmapPicture, "BitmapVel as picture"),
 };
+#undef VEL_METHOD
 
 REALclassDefinition pictureExtension = {
     .version = kPluginInterfaceVersion,
