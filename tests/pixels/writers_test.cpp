@@ -186,8 +186,10 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
       EXPECT_EQ(session.Steps(), "build clear");
       EXPECT_EQ(rendered->Read().At(9, 3), (sim::Rgba{117, 118, 119, 255}));
     } else {
-      session.Close(editor);
-      EXPECT_EQ(editor.ownedBuffer, buffer) << "a writer's is given up by its own name alone";
+      for (const char* name : {"ClosePictureReader", "ClosePictureEditor"}) {
+        session.Call<void(PictureEditor&)>(name, editor);
+        EXPECT_EQ(editor.ownedBuffer, buffer) << "given up by the writers' name alone";
+      }
       for (int i = 0; i < 2; ++i) session.Free(editor);
       EXPECT_EQ(session.Steps(), "");
     }

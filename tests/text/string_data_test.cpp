@@ -40,6 +40,14 @@ TEST(StringData, IsLeftToAHostThatLendsIt) {
   EXPECT_EQ(l.log.Lookups("StringGetCString"), 0);
 }
 
+TEST(StringData, IsLentWhereTheLowestByteOfTheAnswerSaysSo) {
+  Lending l({}, "a", kEncodingUtf8);
+  for (const bool lent : {true, false}) {
+    l.host.Record(kGet, lent ? 0x1202 : 0x1200);
+    EXPECT_EQ(l.Get(kEncodingUtf8), lent);
+  }
+}
+
 TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
   const std::string bytes = "a\0\xC3\xA9"s;
   Lending l({kGet, kDispose}, bytes, kEncodingUtf8);
