@@ -6,6 +6,7 @@
 
 #include "check/check.h"
 #include "cli/batch.h"
+#include "cli/print.h"
 #include "cli/progress.h"
 #include "cli/user_error.h"
 #include "imaging/output_file.h"

@@ -2,14 +2,17 @@
 // picture or a check failed, 2 when the command line is not right or would replace a file, 130
 // after Ctrl-C.
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <string>
 
 #include "cli/batch.h"
 #include "cli/check_command.h"
 #include "cli/method_runner.h"
 #include "cli/options.h"
-#include "cli/test_card.h"
+#include "cli/print.h"
 #include "imaging/output_file.h"
 
 namespace velhost {
@@ -18,14 +21,10 @@ namespace {
 int Run(const Options& options) {
   if (!options.check.plugin.empty()) return CheckPlugin(options);
   if (options.output == imaging::kStandardOutput) imaging::KeepStandardOutput();
-  if (options.testCard) {
-    SaveImage(options, options.output, TestCard());
-    return kDone;
-  }
   MethodRunner runner(options);
   if (options.list) {
     for (const sim::Method& method : runner.plugin().methods()) {
-      std::puts(method.declaration.c_str());
+      Print(method.declaration);
     }
     return kDone;
   }
@@ -34,12 +33,19 @@ int Run(const Options& options) {
   return RunBatch(runner, options, calls);
 }
 
+// A full disk may tell only now that what was said never arrived.
+int Finished(int status) {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+  PrintError(std::string("standard output cannot be written: ") + std::strerror(errno));
+  return status == kDone ? kFailed : status;
+}
+
 }  // namespace
 
 int Main(int argc, const char* const* argv) {
   try {
     const auto options = ParseOptions(argc, argv);
-    return options ? Run(*options) : kDone;
+    return Finished(options ? Run(*options) : kDone);
   } catch (const std::exception& problem) {
     PrintError(problem.what());
     return kWrong;

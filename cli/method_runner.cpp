@@ -1,5 +1,7 @@
 #include "cli/method_runner.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -70,11 +72,15 @@ void SelectKernels(const sim::Plugin& plugin, const std::string& name) {
   }
 }
 
+}  // namespace
+
 std::string SizeText(int width, int height) {
   return std::to_string(width) + " x " + std::to_string(height);
 }
 
-}  // namespace
+bool PreparedCall::MakesNumber() const {
+  return method->result != sim::Type::kPicture && method->result != sim::Type::kBoolean;
+}
 
 std::vector<std::string> HostNames() {
   std::vector<std::string> names;
@@ -86,7 +92,9 @@ MethodRunner::MethodRunner(const Options& options)
     : hostName_(NameOf(options)),
       keepsAlpha_(KindOf(options).alpha != sim::StorageKind::kNone &&
                   options.hostVersion >= kAlphaSince),
+      sevenBits_(KindOf(options).alpha == sim::StorageKind::kConsole),
       log_(options.log),
+      background_(options.write.background),
       host_(SettingsFor(options)),
       plugin_(PluginPath(options)) {
   plugin_.Start(host_);
@@ -98,35 +106,66 @@ MethodRunner::MethodRunner(const Options& options)
   if (log_) std::fputs(host_.log.Text().c_str(), stdout);
 }
 
+bool MethodRunner::HasMethod(std::string_view name) const {
+  const auto& methods = plugin_.methods();
+  return std::any_of(methods.begin(), methods.end(), [name](const sim::Method& method) {
+    return method.name.size() == name.size() &&
+           strncasecmp(method.name.data(), name.data(), name.size()) == 0;
+  });
+}
+
 PreparedCall MethodRunner::Prepare(const std::string& text) const {
   std::string why;
   auto call = sim::ParseCall(text, &why);
   if (!call) throw UserError("-m \"" + text + "\": " + why);
-  const sim::Method& method = plugin_.Choose(call->name, call->arguments);
-  return {text, &method, std::move(call->arguments)};
+  try {
+    const sim::Method& method = plugin_.Choose(call->name, call->arguments);
+    return {text, &method, std::move(call->arguments), std::move(call->texts)};
+  } catch (const sim::PluginError& error) {
+    if (HasMethod(call->name)) throw;
+    throw UserError(std::string(error.what()) + " --list shows all");
+  }
+}
+
+bool MethodRunner::RoundsAlpha(const Image& image) const {
+  return image.hasAlpha && keepsAlpha_ && sevenBits_ &&
+         std::any_of(image.pixels.begin(), image.pixels.end(), [](const sim::Rgba& pixel) {
+           // Of eight bits the last becomes what the last but one is.
+           return ((pixel.alpha ^ pixel.alpha >> 1) & 1) != 0;
+         });
 }
 
 Image MethodRunner::Run(Image image, const std::vector<PreparedCall>& calls,
                         std::vector<Step>* steps) {
   const bool alpha = image.hasAlpha && keepsAlpha_;
-  if (image.hasAlpha && !alpha) image = imaging::Flattened(image);
+  if (image.hasAlpha && !alpha) image = imaging::Flattened(std::move(image), background_);
   sim::Ref<sim::Picture> picture = host_.MakePicture(image, alpha);
   if (!picture) {
     throw MethodFailed("the " + hostName_ + " cannot hold a picture of " +
                        SizeText(image.width, image.height) + ": give a smaller one");
   }
+  imaging::Metadata metadata = std::move(image.metadata);
   image = {};  // Where addresses have 32 bits, large pictures leave no room for another copy.
   for (const PreparedCall& call : calls) {
     const Step step = RunOne(call, picture);
     if (steps != nullptr) steps->push_back(step);
   }
-  return Image(picture->Read(), picture->storage->alpha());
+  image = Image(picture->Read(), picture->storage->alpha());
+  image.metadata = std::move(metadata);
+  return image;
 }
 
 Step MethodRunner::RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& picture) {
+  std::vector<sim::Argument> arguments = call.arguments;
+  std::vector<sim::Ref<sim::String>> strings;
+  for (sim::Argument& argument : arguments) {
+    if (!std::holds_alternative<sim::String*>(argument)) continue;
+    strings.push_back(host_.MakeString(call.texts[strings.size()], kEncodingUtf8));
+    argument = strings.back().get();
+  }
   host_.log.Clear();
   const auto start = std::chrono::steady_clock::now();
-  sim::Result result = plugin_.Call(*call.method, picture.get(), call.arguments);
+  sim::Result result = plugin_.Call(*call.method, picture.get(), arguments);
   const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
   if (log_) std::fputs(host_.log.Text().c_str(), stdout);
 
@@ -137,8 +176,8 @@ Step MethodRunner::RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& pict
                          " does not let this picture be changed in place");
     }
     step.result = "changed in place";
-  } else if (result.type == sim::Type::kInt64) {
-    step.result = std::to_string(result.integer);
+  } else if (call.MakesNumber()) {
+    step.result = result.Describe();
   } else {
     if (!result.picture) {
       throw MethodFailed(call.text +

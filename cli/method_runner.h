@@ -21,6 +21,10 @@ struct PreparedCall {
   std::string text;
   const sim::Method* method;
   std::vector<sim::Argument> arguments;
+  std::vector<std::string> texts;  ///< of the arguments that are strings, in their order
+
+  /// Whether what it returns is neither a picture nor about one.
+  bool MakesNumber() const;
 };
 
 /// What one call did.
@@ -35,6 +39,9 @@ struct MethodFailed : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// "320 x 480"
+std::string SizeText(int width, int height);
+
 /// The kinds of host that there are, as Options::host names them.
 std::vector<std::string> HostNames();
 
@@ -48,13 +55,18 @@ class MethodRunner {
   PreparedCall Prepare(const std::string& text) const;
 
   /// Makes `image` a picture of the host, runs the calls on it one after the other, each on the
-  /// picture that the one before returned (or changed), and returns the last. Throws MethodFailed.
+  /// picture that the one before returned (or changed), and returns the last, with the metadata of
+  /// `image`. Throws MethodFailed.
   /// `steps`, if given, gets one entry per call.
   Image Run(Image image, const std::vector<PreparedCall>& calls,
             std::vector<Step>* steps = nullptr);
 
-  /// False where the host's pictures have no alpha channel; Run then shows `image` on white.
+  bool HasMethod(std::string_view name) const;
+  /// False where the host's pictures have no alpha channel; Run then lays `image` over the
+  /// background.
   bool KeepsAlpha() const { return keepsAlpha_; }
+  /// Whether the host's pictures have fewer bits of alpha than some pixels of `image` need.
+  bool RoundsAlpha(const Image& image) const;
   /// "console host 2012.01"
   const std::string& HostName() const { return hostName_; }
   const sim::Plugin& plugin() const { return plugin_; }
@@ -64,8 +76,8 @@ class MethodRunner {
   Step RunOne(const PreparedCall& call, sim::Ref<sim::Picture>& picture);
 
   std::string hostName_;
-  bool keepsAlpha_;
-  bool log_;
+  bool keepsAlpha_, sevenBits_, log_;
+  sim::Rgba background_;
   sim::Host host_;
   sim::Plugin plugin_;
 };

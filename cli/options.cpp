@@ -21,20 +21,44 @@ constexpr const char* kExamples =
 
 // What can be seen to be missing before any work is done.
 void Complete(Options& options) {
-  const check::CheckOptions& check = options.check;
-  if (check.plugin.empty() && !options.checkedCase.empty()) {
-    throw UserError("--case needs the plugin: --check PLUGIN.so --case NAME");
-  }
-  if (options.list || !check.plugin.empty()) return;
-  if (options.sheet && options.inputs.empty()) options.inputs = {kTestCardInput};
-  if (options.sheet && options.output.empty()) options.output = "out/sheet.png";
-  if (options.testCard) {
-    if (options.output.empty()) throw UserError("--test-card needs a file to write: -o FILE");
-  } else if (options.inputs.empty()) {
+  if (options.list || !options.check.plugin.empty()) return;
+  if (options.inputs.empty()) {
     throw UserError("no picture given: velhost photo.jpg -m Rotate90Vel -o turned.png");
-  } else if (options.calls.empty() && !options.sheet) {
+  }
+  if (options.calls.empty() && !options.sheet) {
     throw UserError("no method given: add -m Rotate90Vel, or see velhost --list");
   }
+}
+
+// What would go unheeded.
+void CheckCompany(const CLI::App& app) {
+  constexpr const char* kNeeds[][2] = {
+      {"--no-times", "--sheet"}, {"--case", "--check"},       {"--case-seconds", "--check"},
+      {"--jobs", "--check"},     {"--exceptions", "--check"}, {"--json", "--check"},
+      {"--junit", "--check"},    {"--level", "--check"},      {"--only", "--check"},
+      {"--quick", "--check"},    {"--list-cases", "--check"}};
+  for (const auto& [option, other] : kNeeds) {
+    if (app.count(option) != 0 && app.count(other) == 0) {
+      throw UserError(std::string(option) + " belongs to " + other);
+    }
+  }
+  for (const char* alone : {"--list", "--check"}) {
+    for (const char* option : {"PICTURE", "--method", "--output", "--sheet"}) {
+      if (app.count(alone) != 0 && app.count(option) != 0) {
+        throw UserError(std::string(option) + " does not go with " + alone);
+      }
+    }
+  }
+}
+
+sim::Rgba ParseBackground(const std::string& text) {
+  const auto literal = sim::ParseLiteral(text);
+  const auto* const color = literal ? std::get_if<sim::Color>(&*literal) : nullptr;
+  if (color == nullptr || color->value >> 24 != 0) {
+    throw UserError("--background " + text + " is no colour: write it as \"&cRRGGBB\"");
+  }
+  return {static_cast<uint8_t>(color->value >> 16), static_cast<uint8_t>(color->value >> 8),
+          static_cast<uint8_t>(color->value)};
 }
 
 }  // namespace
@@ -45,7 +69,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   app.footer(kExamples);
   app.get_formatter()->column_width(24);
   app.set_help_flag("-h,--help", "show this");
-  app.set_version_flag("--version", "velhost " VELPICTURE_VERSION, "show the version");
+  app.set_version_flag("-V,--version", "velhost " VELPICTURE_VERSION, "show the version");
 
   app.add_option("PICTURE", options.inputs,
                  "PNG, JPEG or BMP files to work on; - is standard input")
@@ -55,28 +79,38 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
                  "several are called in order, each with an -m of its own")
       ->option_text("CALL")
       ->allow_extra_args(false);
-  app.add_option("-o,--output", options.output,
-                 "file to write (.png, .jpg, .bmp), a folder for files of\n"
-                 "the same names (FOLDER/), or - for standard output")
-      ->option_text("FILE");
+  auto* const output = app.add_option("-o,--output", options.output,
+                                      "file to write (.png, .jpg, .bmp), a folder for files of\n"
+                                      "the same names (FOLDER/), or - for standard output")
+                           ->option_text("FILE");
   app.add_flag("--force", options.force, "replace files, also the pictures themselves");
-  app.add_option("--format", options.format,
+  app.add_option("--format", options.write.format,
                  "png, jpg or bmp, whatever the names say; without it the\n"
                  "ending tells, and - is written as PNG")
       ->option_text("FORMAT")
       ->check(CLI::IsMember({"png", "jpg", "bmp"}));
+  app.add_option("--quality", options.write.quality,
+                 "of JPEG files, 1 to 100; without it JPEG pictures keep\n"
+                 "theirs, others get 95")
+      ->option_text("NUMBER")
+      ->check(CLI::Range(1, 100));
+  app.add_option_function<std::string>(
+         "--background",
+         [&options](const std::string& text) { options.write.background = ParseBackground(text); },
+         "what shows through where formats or hosts have no alpha\n[&cFFFFFF]")
+      ->option_text("COLOUR");
   app.add_flag_callback(
       "--no-orient", [&options] { options.orient = false; },
       "leave pictures as cameras store them: do not turn them\nupright as their EXIF data ask for");
-  app.add_flag("--stats", options.stats, "show time, host calls and memory");
+  app.add_flag("--stats", options.stats, "show time, host calls, memory, and what is left over");
+  app.add_flag("-q,--quiet", options.quiet, "say only what is wrong, and numbers asked for");
   app.add_flag("--log", options.log, "show every call into the host");
   app.add_flag("--list", options.list, "show the methods that the plugin registered");
   app.add_flag("--sheet", options.sheet,
-               "draw all methods, or those given, on a picture (or the\n"
-               "test card) into one file [out/sheet.png]");
+               "draw all methods, or those given, on a picture into one\n"
+               "file [out/sheet.png]");
   app.add_flag_callback(
       "--no-times", [&options] { options.times = false; }, "leave the times out of the sheet");
-  app.add_flag("--test-card", options.testCard, "write the project's test card");
   check::CheckOptions& check = options.check;
   app.add_option("--check", check.plugin,
                  "try any plugin in strict hosts: start-up, all methods,\n"
@@ -87,8 +121,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
                  "every call into the host shown")
       ->option_text("NAME");
   app.add_option("--only", check.only,
-                 "only cases with that in their names, or whose names match\n"
-                 "a pattern such as '*/cairo/*'")
+                 "only cases with that in their names, or whose names\n"
+                 "match a pattern such as '*/cairo/*'")
       ->option_text("PATTERN");
   app.add_flag("--quick", check.quick, "one console and one desktop set-up at the newest version");
   app.add_flag("--list-cases", check.listed, "name the cases of the check instead");
@@ -136,6 +170,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& error) {
     throw UserError(std::string(error.what()) + " (velhost --help shows what there is)");
   }
+  CheckCompany(app);
+  if (options.sheet && output->empty()) options.output = "out/sheet.png";
   Complete(options);
   return options;
 }

@@ -7,18 +7,16 @@
 #include <vector>
 
 #include "check/check.h"
+#include "imaging/image_file.h"
 
 namespace velhost {
-
-/// Stands for the test card among the names of pictures.
-constexpr const char* kTestCardInput = "(test card)";
 
 /// What the command line asks for.
 struct Options {
   std::vector<std::string> inputs;
   std::vector<std::string> calls;
   std::string output;
-  std::string format;            ///< of what is written; empty for what the name says
+  imaging::WriteOptions write;
   std::string host = "console";  ///< one of HostNames()
   double hostVersion = 2012.01;
   std::string plugin;  ///< empty for VelPicture.so beside the executable
@@ -30,7 +28,7 @@ struct Options {
   bool stats = false;
   bool sheet = false;  ///< instead of running the calls one after the other
   bool times = true;
-  bool testCard = false;
+  bool quiet = false;         ///< Only what is wrong, and numbers that were asked for, is said.
   check::CheckOptions check;  ///< asked for when it names a plugin
   std::string checkedCase;    ///< the only one to check; empty for all
   check::Telling telling;     ///< of its results

@@ -18,7 +18,7 @@ using imaging::FillRectangle;
 using imaging::TextWidth;
 
 constexpr int kRowWidth = 1280;  // a sheet is not wider, unless one picture is
-constexpr int kSmallSide = 304;  // smaller than this pictures are not made, but for their row
+constexpr int kSmallSide = 304;  // pictures are made smaller only while one is longer
 constexpr int kCaption = 58;
 constexpr int kMargin = 12;
 constexpr int kFrame = 3;

@@ -15,8 +15,12 @@ else()
   set(folder ${VEL_DEPS}/i386)
   set(triplet i386-linux-gnu)
 endif()
-target_include_directories(unpacked_libraries SYSTEM INTERFACE ${folder}/usr/include)
+target_include_directories(unpacked_libraries SYSTEM INTERFACE
+  ${folder}/usr/include ${folder}/usr/include/${triplet})
 target_link_directories(unpacked_libraries INTERFACE
   ${folder}/usr/lib/${triplet} ${folder}/lib/${triplet})
 # What the libraries need in their turn is found by the loader, not by us.
 target_link_options(unpacked_libraries INTERFACE -Wl,--allow-shlib-undefined)
+
+# Of picture files; static, so that programs start without the environment of the unpacked libraries.
+set(VEL_PICTURE_LIBRARIES -l:libpng16.a -l:libz.a -l:libjpeg.a -lm)

@@ -73,10 +73,10 @@ int TextWidth(int scale, const std::string& text) {
   return stb_easy_font_width(writable.data()) * scale;
 }
 
-Image Flattened(const Image& image) {
-  Image flat(image.width, image.height, {255, 255, 255});
-  DrawImage(flat, image, 0, 0);
-  return flat;
+Image Flattened(Image image, sim::Rgba background) {
+  for (sim::Rgba& pixel : image.pixels) pixel = sim::Over(pixel, background);
+  image.hasAlpha = false;
+  return image;
 }
 
 }  // namespace imaging

@@ -1,6 +1,6 @@
 #pragma once
 
-// Drawing on images, as much as a contact sheet and a test card need: rectangles, images over
+// Drawing on images, as much as a contact sheet needs: rectangles, images over
 // images, and plain text in a built-in pixel font. Everything is clipped to the target.
 
 #include <string>
@@ -23,7 +23,7 @@ void DrawText(Image& target, int x, int y, int scale, const std::string& text, s
 /// How wide DrawText draws `text`.
 int TextWidth(int scale, const std::string& text);
 
-/// `image` without its alpha channel, as it looks on white.
-Image Flattened(const Image& image);
+/// `image` without its alpha channel, as it looks on the (opaque) background.
+Image Flattened(Image image, sim::Rgba background);
 
 }  // namespace imaging

@@ -1,10 +1,11 @@
 #pragma once
 
-// A picture as files have it: the simulated host's image, and whether it has an alpha channel at
-// all. Without one every alpha is 255.
+// A picture as files have it: the simulated host's image, whether it has an alpha channel at all
+// (without one every alpha is 255), and what the file says beside the pixels.
 
 #include <utility>
 
+#include "imaging/metadata.h"
 #include "simulator/image.h"
 
 namespace imaging {
@@ -15,6 +16,7 @@ struct Image : sim::Image {
 
   bool hasAlpha = false;
   bool sixteenBits = false;  ///< The file had more than these pixels hold.
+  Metadata metadata;
 };
 
 }  // namespace imaging

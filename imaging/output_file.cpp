@@ -54,16 +54,23 @@ class TemporaryFile {
 
   /// Whether every step succeeded; errno tells which error it was.
   bool WriteAndMoveTo(const std::string& target, std::string_view bytes) {
-    return descriptor_ >= 0 && UsualPermissions() && Write(descriptor_, bytes) &&
+    return descriptor_ >= 0 && TakePermissions(target) && Write(descriptor_, bytes) &&
            fsync(descriptor_) == 0 && MoveTo(target);
   }
 
  private:
-  // mkstemp keeps others out; a picture has the permissions that any new file would have.
-  bool UsualPermissions() const {
-    const mode_t mask = umask(0);
-    umask(mask);
-    return fchmod(descriptor_, 0666 & ~mask) == 0;
+  // mkstemp keeps others out. A file has the group and the permissions of what it replaces, a new
+  // one those that any new file would have.
+  bool TakePermissions(const std::string& target) const {
+    struct stat old;
+    if (stat(target.c_str(), &old) != 0) {
+      const mode_t mask = umask(0);
+      umask(mask);
+      return fchmod(descriptor_, 0666 & ~mask) == 0;
+    }
+    // A group that cannot be kept must not hand its rights to another.
+    const bool kept = fchown(descriptor_, static_cast<uid_t>(-1), old.st_gid) == 0;
+    return fchmod(descriptor_, old.st_mode & (kept ? 0777 : 0707)) == 0;
   }
 
   bool MoveTo(const std::string& target) {
@@ -79,7 +86,10 @@ class TemporaryFile {
 }  // namespace
 
 void CheckOutputPath(const std::string& path, bool replace) {
-  if (path == kStandardOutput) return;
+  if (path == kStandardOutput) {
+    if (replace || isatty(standardOutput) == 0) return;
+    throw FileError("standard output is a terminal: give -o FILE, or --force");
+  }
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::exists(status) && !fs::is_regular_file(status)) {

@@ -14,6 +14,15 @@ constexpr int kStatusSuccess = 0;
 // What Cairo leaves in the unused byte of an RGB24 pixel is anybody's guess.
 constexpr uint32_t kUnusedByte = 0x5Au << 24;
 
+/// Cairo's own record of the rectangles that may be drawn into.
+struct CairoClip {
+  int status;
+  struct Rectangle {
+    double x, y, width, height;
+  } * rectangles;
+  int count;
+};
+
 // The entries of Cairo that the host uses.
 struct Cairo {
   void* (*surfaceCreate)(uint8_t* data, int format, int width, int height, int stride);
@@ -23,6 +32,13 @@ struct Cairo {
   void (*surfaceDestroy)(void* surface);
   void* (*contextCreate)(void* surface);
   void (*contextDestroy)(void* context);
+  unsigned (*contextReferences)(void* context);
+  unsigned (*surfaceReferences)(void* surface);
+  int (*contextStatus)(void* context);
+  void (*contextRestore)(void* context);
+  void (*contextMatrix)(void* context, double* six);
+  CairoClip* (*copyClip)(void* context);
+  void (*destroyClip)(CairoClip* clip);
   std::string problem;
 
   Cairo() {
@@ -34,6 +50,13 @@ struct Cairo {
     library.Find(surfaceDestroy, "cairo_surface_destroy");
     library.Find(contextCreate, "cairo_create");
     library.Find(contextDestroy, "cairo_destroy");
+    library.Find(contextReferences, "cairo_get_reference_count");
+    library.Find(surfaceReferences, "cairo_surface_get_reference_count");
+    library.Find(contextStatus, "cairo_status");
+    library.Find(contextRestore, "cairo_restore");
+    library.Find(contextMatrix, "cairo_get_matrix");
+    library.Find(copyClip, "cairo_copy_clip_rectangle_list");
+    library.Find(destroyClip, "cairo_rectangle_list_destroy");
     problem = library.problem();
   }
 };
@@ -81,6 +104,7 @@ CairoStorage::CairoStorage(const StorageRequest& request)
                                  height(), static_cast<int>(strideBytes_));
   if (cairo.surfaceStatus(surface_) != kStatusSuccess) return;
   context_ = cairo.contextCreate(surface_);
+  surfaceReferences_ = cairo.surfaceReferences(surface_);
   for (int y = 0; y < height(); ++y) {
     std::memset(Words(y) + width(), kGuardByte, strideBytes_ - size_t{4} * width());
   }
@@ -95,13 +119,48 @@ bool CairoStorage::Lock(int type, REALpictureDescription& description) {
   if (type != 0 && type != kStorageCairoContext) return false;
   TheCairo().surfaceFlush(surface_);
   description.type = kStorageCairoContext;
+  ++locks_;
   description.data = context_;
   description.width = width();
   description.height = height();
   return true;
 }
 
-void CairoStorage::Unlock() { TheCairo().surfaceMarkDirty(surface_); }
+std::string CairoStorage::Unlock() {
+  TheCairo().surfaceMarkDirty(surface_);
+  return --locks_ == 0 ? ContextChange() : "";
+}
+
+std::string CairoStorage::Imbalance() const {
+  // Another picture's context may hold one as its source, for as long as that picture is locked.
+  return locks_ == 0 && TheCairo().surfaceReferences(surface_) != surfaceReferences_
+             ? "another reference on its Cairo surface"
+             : "";
+}
+
+std::string CairoStorage::ContextChange() {
+  const Cairo& cairo = TheCairo();
+  if (cairo.contextStatus(context_) != kStatusSuccess) return "its Cairo context in error";
+  if (cairo.surfaceStatus(surface_) != kStatusSuccess) return "its Cairo surface in error";
+  if (cairo.contextReferences(context_) != 1) return "another reference on its Cairo context";
+  constexpr double kUnchanged[6] = {1, 0, 0, 1, 0, 0};
+  double matrix[6];
+  cairo.contextMatrix(context_, matrix);
+  if (!std::equal(matrix, matrix + 6, kUnchanged)) return "another matrix in its Cairo context";
+  CairoClip* const clip = cairo.copyClip(context_);
+  const bool isWhole = clip->status == kStatusSuccess && clip->count == 1 &&
+                       clip->rectangles[0].x == 0 && clip->rectangles[0].y == 0 &&
+                       clip->rectangles[0].width == width() &&
+                       clip->rectangles[0].height == height();
+  cairo.destroyClip(clip);
+  if (!isWhole) return "another clip in its Cairo context";
+  // How often a context was saved is only seen by restoring it until it refuses; then it is spent.
+  cairo.contextRestore(context_);
+  const bool isSaved = cairo.contextStatus(context_) == kStatusSuccess;
+  cairo.contextDestroy(context_);
+  context_ = cairo.contextCreate(surface_);
+  return isSaved ? "its Cairo context saved and not restored" : "";
+}
 
 void CairoStorage::ReadRow(int y, Rgba* out) const {
   const uint32_t* const words = Words(y);

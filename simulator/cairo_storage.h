@@ -22,7 +22,8 @@ class CairoStorage final : public Storage {
 
   StorageKind kind() const override { return StorageKind::kCairo; }
   bool Lock(int type, REALpictureDescription& description) override;
-  void Unlock() override;
+  std::string Unlock() override;
+  std::string Imbalance() const override;
   void ReadRow(int y, Rgba* out) const override;
   void WriteRow(int y, const Rgba* in) override;
   bool GuardsIntact() const override;
@@ -33,12 +34,18 @@ class CairoStorage final : public Storage {
   }
 
  private:
+  void Reach(bool isOpen) override {
+    memory_.Allow(isOpen ? FencedBytes::Access::kWrite : FencedBytes::Access::kNone);
+  }
+  std::string ContextChange();
   explicit CairoStorage(const StorageRequest& request);
 
   size_t strideBytes_;
   PixelMemory memory_;
   void* surface_ = nullptr;
   void* context_ = nullptr;
+  unsigned surfaceReferences_ = 0;
+  int locks_ = 0;
 };
 
 }  // namespace sim

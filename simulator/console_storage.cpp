@@ -21,7 +21,7 @@ uint64_t Stride(const StorageRequest& request) {
 
 // Slots between the halves of a picture, or after all rows.
 int FreeSlots(const StorageRequest& request) {
-  constexpr int kFreeBytes = 3 * 4096;
+  constexpr int kFreeBytes = 3 * kPageBytes;
   return request.rows == RowLayout::kHalves ? static_cast<int>(kFreeBytes / Stride(request)) + 1
                                             : 0;
 }
@@ -55,7 +55,7 @@ std::vector<int> RowSlots(const StorageRequest& request) {
 
 std::unique_ptr<Storage> ConsoleStorage::Make(const StorageRequest& request) {
   std::unique_ptr<ConsoleStorage> storage(new ConsoleStorage(request));
-  if (storage->memory_.bytes() == nullptr) return nullptr;
+  if (storage->block_ == nullptr) return nullptr;
   return storage;
 }
 
@@ -70,23 +70,35 @@ ConsoleStorage::ConsoleStorage(const StorageRequest& request)
     rows_.push_back(row);
     std::memset(row + stride - gapBytes_, kGuardByte, static_cast<size_t>(gapBytes_));
   }
-  table_ = rows_;
+  const size_t tableBytes = (rows_.size() + kPoisonRows) * sizeof(uint8_t*);
+  records_ = FencedBytes::Make(tableBytes + sizeof *block_,
+                               request.pool.bites ? Edge::kEndsAtPage : Edge::kFences, 0);
+  if (records_ == nullptr) return;
   // No two pictures' are alike: a row copied onto itself would not be noticed.
   const uintptr_t poison = kPoisonRow - (reinterpret_cast<uintptr_t>(this) & 0xFFFF);
-  table_.insert(table_.end(), kPoisonRows, reinterpret_cast<uint8_t*>(poison));
-  std::memset(&block_, kGuardByte, sizeof block_);
+  table_ = reinterpret_cast<uint8_t**>(records_->bytes());
+  std::fill_n(std::copy(rows_.begin(), rows_.end(), table_), kPoisonRows,
+              reinterpret_cast<uint8_t*>(poison));
+  block_ = reinterpret_cast<ConsolePixelBlock*>(records_->bytes() + tableBytes);
+  std::memset(block_, kGuardByte, sizeof *block_);
   // An alpha picture's flags are of no interest to anybody, so they are not zero.
-  block_.flags = alpha() ? 1 : 0;
-  block_.width = width();
-  block_.height = height();
-  block_.storage = memory_.bytes();
-  block_.rowTable = table_.data();
+  block_->flags = alpha() ? 1 : 0;
+  block_->width = width();
+  block_->height = height();
+  block_->storage = memory_.bytes();
+  block_->rowTable = table_;
+}
+
+void ConsoleStorage::Reach(bool isOpen) {
+  using enum FencedBytes::Access;
+  memory_.Allow(isOpen ? kWrite : kNone);
+  records_->Allow(isOpen ? kRead : kNone);
 }
 
 bool ConsoleStorage::Lock(int type, REALpictureDescription& description) {
   if (type != 0 && type != kStorageConsoleBlock) return false;
   description.type = kStorageConsoleBlock;
-  description.data = &block_;
+  description.data = block_;
   description.width = width();
   description.height = height();
   return true;
@@ -114,7 +126,7 @@ void ConsoleStorage::WriteRow(int y, const Rgba* in) {
 
 bool ConsoleStorage::GuardsIntact() const {
   if (!memory_.FencesIntact()) return false;
-  if (!std::equal(rows_.begin(), rows_.end(), table_.begin())) return false;
+  if (!std::equal(rows_.begin(), rows_.end(), table_)) return false;
   if (gapBytes_ == 0) return true;
   return std::all_of(rows_.begin(), rows_.end(), [this](const uint8_t* row) {
     return IsGuard(row + static_cast<size_t>(width()) * 4, static_cast<size_t>(gapBytes_));

@@ -26,17 +26,20 @@ class ConsoleStorage final : public Storage {
     return reinterpret_cast<uint32_t*>(rows_[static_cast<size_t>(y)]);
   }
   /// What the plugin is handed; tests spoil its words to see them checked.
-  ConsolePixelBlock& block() { return block_; }
+  ConsolePixelBlock& block() { return *block_; }
 
  private:
+  void Reach(bool isOpen) override;
   explicit ConsoleStorage(const StorageRequest& request);
 
   int gapBytes_;
   PixelMemory memory_;
   std::vector<uint8_t*> rows_;
-  // The plugin's copy of the row table; entries past the last row are poison.
-  std::vector<uint8_t*> table_;
-  ConsolePixelBlock block_ = {};
+  // What the plugin may read only: its copy of the row table, whose entries past the last row are
+  // poison, and the block.
+  std::unique_ptr<FencedBytes> records_;
+  uint8_t** table_ = nullptr;
+  ConsolePixelBlock* block_ = nullptr;
 };
 
 /// Pixels that no lock reaches.
@@ -55,6 +58,9 @@ class UnlockableStorage : public Storage {
   explicit UnlockableStorage(const StorageRequest& request);
 
  private:
+  void Reach(bool isOpen) override {
+    memory_.Allow(isOpen ? FencedBytes::Access::kWrite : FencedBytes::Access::kNone);
+  }
   Rgba* Row(int y) const;
 
   PixelMemory memory_;

@@ -203,6 +203,17 @@ bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
   return false;
 }
 
+/// The text within quotation marks; empty when there are none around all of it.
+std::optional<std::string> Unquoted(std::string_view literal) {
+  if (literal.size() < 2 || literal.front() != '"' || literal.back() != '"') return std::nullopt;
+  std::string text;
+  for (size_t i = 1; i + 1 < literal.size(); ++i) {
+    if (literal[i] == '"' && literal[++i] != '"') return std::nullopt;
+    text += literal[i];
+  }
+  return text;
+}
+
 }  // namespace
 
 const char* TypeName(Type type) {
@@ -298,6 +309,11 @@ std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
   if (scanner.Accept('(') && !scanner.Accept(')')) {
     do {
       const std::string_view literal = scanner.Literal();
+      if (auto string = Unquoted(literal)) {
+        call.arguments.emplace_back(static_cast<String*>(nullptr));
+        call.texts.push_back(std::move(*string));
+        continue;
+      }
       const auto value = ParseLiteral(literal);
       if (!value) {
         // "#FF2040" is opaque where it is known; what is written so here is not.

@@ -73,10 +73,12 @@ std::optional<Argument> ParseLiteral(std::string_view text);
 /// it does not fit.
 std::optional<Argument> Convert(const Argument& value, Type type);
 
-/// A call in the host language: "RotateVel(30, &cFF204060)", or a bare name.
+/// A call in the host language: "RotateVel(30, &cFF204060)", or a bare name. Strings stand in
+/// quotation marks, which are doubled within; their arguments are null here.
 struct CallText {
   std::string name;
   std::vector<Argument> arguments;
+  std::vector<std::string> texts;  ///< of the strings, in order
 };
 std::optional<CallText> ParseCall(std::string_view text, std::string* why);
 

@@ -52,6 +52,10 @@ class CallScope {
   CallScope(Host& host, const char* name, const void* site) : now_(host.now), outer_(host.now) {
     now_.entry = name;
     if (now_.site == nullptr) now_.site = site;
+    if (pthread_equal(host.thread, pthread_self()) == 0) {
+      now_.site = site;
+      host.Misuse("called from another thread than the host's");
+    }
   }
   CallScope(const CallScope&) = delete;
   CallScope& operator=(const CallScope&) = delete;

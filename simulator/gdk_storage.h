@@ -23,7 +23,10 @@ class GdkStorage final : public Storage {
 
   StorageKind kind() const override { return StorageKind::kGdk; }
   bool Lock(int type, REALpictureDescription& description) override;
-  void Unlock() override { copy_.clear(); }
+  std::string Unlock() override {
+    copy_.clear();
+    return "";
+  }
   void ReadRow(int y, Rgba* out) const override;
   void WriteRow(int y, const Rgba* in) override;
   /// Nobody reaches an X server's memory.

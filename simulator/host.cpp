@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <new>
 
 #include "simulator/entry_table.h"
 #include "simulator/nearest.h"
@@ -37,6 +38,7 @@ Host::Host(Settings hostSettings) : settings(std::move(hostSettings)) {
   if (currentHost != nullptr) currentHost->Misuse("a second host was made");
   currentHost = this;
   memory.warm = settings.warmMemory;
+  memory.bites = settings.bites;
   AddClass({.name = "Picture",
             .properties = {{"Width", {PropertyType::kInt}},
                            {"Height", {PropertyType::kInt}},
@@ -73,6 +75,7 @@ bool Host::Exists() { return currentHost != nullptr; }
 
 void* Host::Resolve(const char* name) {
   Host& host = Current();
+  const CallScope scope(host, "the look-up of an entry", __builtin_return_address(0));
   void* address = nullptr;
   if (!host.Missing(name)) {
     const std::string_view wanted = name;
@@ -271,11 +274,12 @@ Ref<Picture> Host::MakePicture(const Image& image, bool alpha) {
 // Other things for tests and tools.
 
 Ref<String> Host::MakeString(std::string_view bytes, uint32_t encoding) {
-  return Ref<String>::Adopt(Own(std::make_unique<String>(bytes, encoding)));
+  return Ref<String>::Adopt(Own(std::make_unique<String>(bytes, encoding, StringEdge())));
 }
 
 Ref<MemoryBlock> Host::MakeMemoryBlock(std::string_view bytes) {
-  auto block = std::make_unique<MemoryBlock>(OwnClass("MemoryBlock"), bytes.size());
+  auto block =
+      std::make_unique<MemoryBlock>(OwnClass("MemoryBlock"), bytes.size(), memory.NextEdge());
   std::memcpy(block->data(), bytes.data(), bytes.size());
   return Ref<MemoryBlock>::Adopt(Own(std::move(block)));
 }
@@ -292,9 +296,11 @@ Ref<Object> Host::MakeObject(std::string_view className) {
 
 char* Host::Borrow(std::string_view bytes) {
   // A single NUL follows: more is not promised.
-  auto buffer = std::make_unique<char[]>(bytes.size() + 1);
-  std::memcpy(buffer.get(), bytes.data(), bytes.size());
-  char* const data = buffer.get();
+  auto buffer = FencedBytes::Make(bytes.size() + 1, StringEdge(), 0);
+  if (buffer == nullptr) throw std::bad_alloc();
+  auto* const data = reinterpret_cast<char*>(buffer->bytes());
+  std::memcpy(data, bytes.data(), bytes.size());
+  buffer->Allow(FencedBytes::Access::kRead);
   borrowed_[data] = std::move(buffer);
   ++ledger.borrowedStrings;
   return data;

@@ -12,6 +12,8 @@
 //   auto result = plugin.Call("Rotate90Vel", photo.get());
 //   host.Imbalance() == ""; result.picture->Read();
 
+#include <pthread.h>
+
 #include <array>
 #include <memory>
 #include <string>
@@ -234,6 +236,8 @@ class Host {
   /// Gives a picture its storage, not filled, and its properties; false when it cannot be had.
   bool ConstructPicture(Picture& picture, const PictureOptions& options, int width, int height);
   PictureOptions NewPictureOptions(bool alpha) const;
+  /// What the bytes of strings end at.
+  Edge StringEdge() const { return memory.bites ? Edge::kEndsAtPage : Edge::kFences; }
   bool Missing(std::string_view name) const { return settings.missing.contains(name); }
   /// A class for an object of the host's own kind, made on first use.
   const ClassRef& OwnClass(std::string_view name);
@@ -244,6 +248,8 @@ class Host {
 
   /// What runs now.
   Whereabouts now;
+  /// Calls from any other are misuse.
+  const pthread_t thread = pthread_self();
   /// What lies where nobody wrote, where memory bites; another pattern at each call of the plugin.
   uint32_t litter = 0;
   uint32_t NextLitter();
@@ -263,7 +269,7 @@ class Host {
   std::map<std::string, int, std::less<>> serials_;
   std::map<std::string, ClassRef*, std::less<>> classes_;
   std::vector<std::unique_ptr<Recorder>> recorders_;
-  std::unordered_map<char*, std::unique_ptr<char[]>> borrowed_;
+  std::unordered_map<char*, std::unique_ptr<FencedBytes>> borrowed_;
   size_t litters_ = 0;
 };
 

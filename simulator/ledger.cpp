@@ -52,6 +52,8 @@ std::vector<Discrepancy> Host::Account() const {
                          (picture->descriptionLocks == 1 ? "" : ", more than once"),
                      picture->descriptionLocks, picture->descriptionLockedAt});
     }
+    const std::string more = picture->storage == nullptr ? "" : picture->storage->Imbalance();
+    if (!more.empty()) all.push_back({Discrepancy::kLock, name + ": " + more});
     if (picture->owedUnlocks != 0) {
       all.push_back({Discrepancy::kLock,
                      name + ": no unlock after a failed lock, which this host wants",
@@ -95,7 +97,7 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   const auto isMixed = [first, last](const auto& handle) {
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->TouchesPages(first, (last + 4095) / 4096 * 4096) &&
+           picture->storage->TouchesPages(first, (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
            !picture->storage->CoversPages(first, last);
   };
   const auto found = std::ranges::find_if(handles_, isMixed);
@@ -132,7 +134,9 @@ std::string PlaceInLibrary(const void* address) {
 
 bool Host::GuardsIntact(const Handle& handle) {
   if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
-    return picture->storage == nullptr || picture->storage->GuardsIntact();
+    if (picture->storage == nullptr) return true;
+    const OpenPixels open(*picture->storage);
+    return picture->storage->GuardsIntact();
   }
   if (const auto* const block = dynamic_cast<const MemoryBlock*>(&handle)) {
     return block->GuardsIntact();

@@ -1,6 +1,7 @@
 #include "simulator/objects.h"
 
 #include <cstring>
+#include <new>
 
 namespace sim {
 namespace {
@@ -23,18 +24,22 @@ void Handle::CheckLayout() {
 }
 #pragma GCC diagnostic pop
 
-String::String(std::string_view bytes, uint32_t textEncoding)
-    : encoding(textEncoding), size_(bytes.size()), text_(new char[bytes.size() + 2]) {
-  // One odd byte before the text, one NUL after it, and not a byte more.
-  text_[0] = static_cast<char>(kGuardByte);
-  std::memcpy(text_.get() + 1, bytes.data(), bytes.size());
-  text_[bytes.size() + 1] = '\0';
-  word1_ = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(text_.get()));
+String::String(std::string_view bytes, uint32_t textEncoding, Edge edge)
+    // One odd byte before the text, one NUL after it, and not a byte more.
+    : encoding(textEncoding),
+      size_(bytes.size()),
+      text_(FencedBytes::Make(bytes.size() + 2, edge, 0)) {
+  if (text_ == nullptr) throw std::bad_alloc();
+  text_->bytes()[0] = kGuardByte;
+  std::memcpy(text_->bytes() + 1, bytes.data(), bytes.size());
+  text_->Allow(FencedBytes::Access::kRead);
+  word1_ = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(text_->bytes()));
   word3_ = static_cast<int32_t>(bytes.size());
 }
 
 void String::Clear() {
-  std::memset(text_.get(), 0xDD, bytes().size() + 2);
+  text_->Allow(FencedBytes::Access::kWrite);
+  std::memset(text_->bytes(), 0xDD, text_->size());
   text_.reset();
 }
 
@@ -55,12 +60,14 @@ void Picture::VisitHeld(const Visit& visit) const {
 }
 
 Image Picture::Read() const {
+  const OpenPixels open(*storage);
   Image image(storage->width(), storage->height());
   for (int y = 0; y < image.height; ++y) storage->ReadRow(y, image.Row(y));
   return image;
 }
 
 void Picture::Write(const Image& image) {
+  const OpenPixels open(*storage);
   for (int y = 0; y < image.height; ++y) storage->WriteRow(y, image.Row(y));
 }
 
@@ -69,16 +76,15 @@ std::string Picture::Describe() const {
 }
 
 void Picture::Fill(Rgba colour) {
+  const OpenPixels open(*storage);
   const std::vector<Rgba> row(static_cast<size_t>(storage->width()), colour);
   for (int y = 0; y < storage->height(); ++y) storage->WriteRow(y, row.data());
 }
 
-MemoryBlock::MemoryBlock(const ClassRef& blockClass, size_t blockSize)
-    : Object(blockClass), size(blockSize), bytes_(new uint8_t[blockSize + kBlockFence]()) {
-  std::memset(bytes_.get() + size, kGuardByte, kBlockFence);
+MemoryBlock::MemoryBlock(const ClassRef& blockClass, size_t blockSize, Edge edge)
+    : Object(blockClass), size(blockSize), bytes_(FencedBytes::Make(blockSize, edge, kBlockFence)) {
+  if (bytes_ == nullptr) throw std::bad_alloc();
 }
-
-bool MemoryBlock::GuardsIntact() const { return IsGuard(bytes_.get() + size, kBlockFence); }
 
 Array::Array(const ClassRef& arrayClass, ElementType elementType, size_t count)
     : Object(arrayClass), type(elementType), elements_(count * elementSize()) {

@@ -68,11 +68,11 @@ class Handle {
 
 class String final : public Handle {
  public:
-  String(std::string_view bytes, uint32_t textEncoding);
+  String(std::string_view bytes, uint32_t textEncoding, Edge edge = Edge::kFences);
   const char* KindName() const override { return "string"; }
   REALstringStruct* handle() { return reinterpret_cast<REALstringStruct*>(this); }
 
-  const char* text() const { return text_.get() + 1; }
+  const char* text() const { return reinterpret_cast<const char*>(text_->bytes()) + 1; }
   std::string_view bytes() const { return {text(), size_}; }
   /// What the host says of the length in bytes; a malformed one may claim anything.
   int32_t length() const { return word3_; }
@@ -84,7 +84,7 @@ class String final : public Handle {
   bool ShowsReferences() const override { return false; }
   void Clear() override;
   size_t size_;
-  std::unique_ptr<char[]> text_;
+  std::unique_ptr<FencedBytes> text_;
 };
 
 struct ClassInfo;
@@ -198,13 +198,13 @@ class Graphics final : public Object {
 
 class MemoryBlock final : public Object {
  public:
-  MemoryBlock(const ClassRef& blockClass, size_t blockSize);
+  MemoryBlock(const ClassRef& blockClass, size_t blockSize, Edge edge = Edge::kFences);
   const char* KindName() const override { return "memory block"; }
   REALmemoryBlockStruct* handle() { return reinterpret_cast<REALmemoryBlockStruct*>(this); }
 
-  uint8_t* data() const { return bytes_.get(); }
+  uint8_t* data() const { return bytes_->bytes(); }
   std::string_view bytes() const { return {reinterpret_cast<const char*>(data()), size}; }
-  bool GuardsIntact() const;
+  bool GuardsIntact() const { return bytes_->Intact(); }
 
   size_t size;
   /// Makes "memoryBlockGetPtr" answer null.
@@ -212,7 +212,7 @@ class MemoryBlock final : public Object {
 
  private:
   void Clear() override { bytes_.reset(); }
-  std::unique_ptr<uint8_t[]> bytes_;
+  std::unique_ptr<FencedBytes> bytes_;
 };
 
 /// Element types of arrays; the host's own numbering.

@@ -38,6 +38,7 @@ Picture* BuildFromBuffer(Host& host, int width, int height, uint32_t type, const
   if (width < 1 || height < 1 || rowBytes < width * 3) host.Misuse("impossible geometry");
   Picture* const picture = host.NewPicture(width, height, false);
   if (picture == nullptr) return nullptr;
+  const OpenPixels open(*picture->storage);
   std::vector<Rgba> row(static_cast<size_t>(width));
   for (int y = 0; y < height; ++y) {
     const uint8_t* bytes = buffer + static_cast<ptrdiff_t>(y) * rowBytes;
@@ -94,6 +95,7 @@ bool LockAs(Host& host, Picture* picture, REALpictureDescription* description, i
   // The rest of the record is the host's to fill, too.
   std::memset(description->hostWords, 0xC5, sizeof description->hostWords);
   ++picture->descriptionLocks;
+  picture->storage->Open();
   picture->descriptionLockedAt = host.now.site;
   if (WatchesCache(host, *picture)) picture->lockedPixels = picture->Describe();
   return true;
@@ -134,7 +136,9 @@ void UnlockDescription(Host& host, Picture* picture) {
     picture->cacheIsStale = true;
   }
   --picture->descriptionLocks;
-  picture->storage->Unlock();
+  const std::string changed = picture->storage->Unlock();
+  if (!changed.empty()) host.Misuse(picture->Name() + " came back with " + changed);
+  picture->storage->Close();
 }
 
 // Source pixels from (sx, sy) on, stretched from sw x sh to w x h by nearest neighbour, laid over
@@ -144,8 +148,9 @@ void DrawPicture(Host& host, Graphics* graphics, Picture* image, int x, int y, i
   if (graphics == nullptr || image == nullptr) host.Misuse("nothing to draw");
   Picture& target = *host.Live<Picture>(&graphics->picture);
   if (image->storage == nullptr) host.Misuse(image->Name() + " has no pixels");
-  const Storage& from = *image->storage;
+  Storage& from = *image->storage;
   Storage& to = *target.storage;
+  const OpenPixels openFrom(from), openTo(to);
   if (sw == kWholePicture) sw = from.width();
   if (sh == kWholePicture) sh = from.height();
   if (w < 1 || h < 1) return;

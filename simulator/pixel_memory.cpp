@@ -1,51 +1,34 @@
 #include "simulator/pixel_memory.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
+#include <utility>
 
 namespace sim {
 
-bool IsGuard(const uint8_t* bytes, size_t size) {
-  return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == kGuardByte; });
-}
-
-PixelPool::~PixelPool() {
-  for (const auto& [size, blocks] : kept_) {
-    for (uint8_t* block : blocks) std::free(block - kFenceBytes);
-  }
-}
-
-uint8_t* PixelPool::Allocate(size_t size) {
-  uint8_t* bytes = nullptr;
+std::unique_ptr<FencedBytes> PixelPool::Allocate(size_t size) {
   auto& kept = kept_[size];
-  if (!kept.empty()) {
-    bytes = kept.back();
-    kept.pop_back();
-  } else {
-    if (size > SIZE_MAX - 2 * kFenceBytes) return nullptr;
-    auto* const block = static_cast<uint8_t*>(std::calloc(1, size + 2 * kFenceBytes));
+  std::unique_ptr<FencedBytes> block;
+  if (kept.empty()) {
+    block = FencedBytes::Make(size, NextEdge());
     if (block == nullptr) return nullptr;
-    bytes = block + kFenceBytes;
-    std::memset(block, kGuardByte, kFenceBytes);
-    std::memset(bytes + size, kGuardByte, kFenceBytes);
+  } else {
+    block = std::move(kept.back());
+    kept.pop_back();
   }
   liveBytes += size;
   peakBytes = std::max(peakBytes, liveBytes);
-  return bytes;
+  return block;
 }
 
-void PixelPool::Release(uint8_t* bytes, size_t size) {
-  liveBytes -= size;
-  if (warm) {
-    kept_[size].push_back(bytes);
-  } else {
-    std::free(bytes - kFenceBytes);
-  }
+void PixelPool::Release(std::unique_ptr<FencedBytes> block) {
+  liveBytes -= block->size();
+  if (warm) kept_[block->size()].push_back(std::move(block));
 }
 
-bool PixelPool::FencesIntact(const uint8_t* bytes, size_t size) {
-  return IsGuard(bytes - kFenceBytes, kFenceBytes) && IsGuard(bytes + size, kFenceBytes);
+Edge PixelPool::NextEdge() {
+  if (!bites) return Edge::kFences;
+  const unsigned number = edges_++;
+  return ((number ^ number >> 1) & 1) == 0 ? Edge::kEndsAtPage : Edge::kBeginsAtPage;
 }
 
 }  // namespace sim

@@ -49,6 +49,21 @@ std::optional<std::vector<Argument>> Fit(const Method& method,
   return fitted;
 }
 
+/// What keeps a call from being one of this method: the number that is none of the type wanted, or
+/// the arguments as a whole.
+std::string Misfit(const Method& method, const std::vector<Argument>& arguments) {
+  const size_t count = std::min(arguments.size(), method.parameters.size());
+  for (size_t i = 0; i < count; ++i) {
+    const Type type = method.parameters[i].type;
+    const auto* const whole = std::get_if<int64_t>(&arguments[i]);
+    if (whole == nullptr || Convert(arguments[i], type)) continue;
+    const bool comma = i > 0 && std::holds_alternative<int64_t>(arguments[i - 1]);
+    return std::to_string(*whole) + " is no " + (type == Type::kColor ? "colour" : TypeName(type)) +
+           (comma ? "; decimals take a point" : "");
+  }
+  return "the arguments of " + method.name + " do not fit";
+}
+
 /// Bytes as text that every reader takes, whatever they are; of many the first, and what tells them
 /// from others.
 std::string Quoted(std::string_view bytes) {
@@ -192,25 +207,22 @@ void Plugin::Read(const Host::MethodList& list, std::vector<Method>& into) {
 }
 
 const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>& arguments) const {
-  std::string forms;
+  std::string misfit, forms;
   for (const Method& method : methods_) {
     if (method.name.size() != name.size() ||
         strncasecmp(method.name.data(), name.data(), name.size()) != 0) {
       continue;
     }
     if (Fit(method, arguments)) return method;
+    misfit = Misfit(method, arguments);
     forms += (forms.empty() ? "" : ", or ") + method.declaration;
   }
   if (!forms.empty()) {
-    throw PluginError("the arguments of " + std::string(name) + " do not fit; it is declared as " +
-                      forms);
+    throw PluginError(misfit + "; it is declared as " + forms);
   }
   const auto nearest =
       Nearest(name, methods_, [](const Method& method) -> std::string_view { return method.name; });
-  if (nearest != methods_.end()) forms = "; the nearest is " + nearest->name + " of ";
-  for (const Method& method : methods_) {
-    forms += (&method == methods_.data() ? "" : ", ") + method.name;
-  }
+  if (nearest != methods_.end()) forms = ": did you mean " + nearest->name + "?";
   for (const UnreadableRow& row : unreadable_) forms += "; unreadable: " + row.Text();
   throw PluginError("there is no method " + std::string(name) + forms);
 }

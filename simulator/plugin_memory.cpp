@@ -21,7 +21,6 @@ using Site = const void*;
 using Allocation = Ledger::Allocation;
 
 constexpr size_t kOwnFence = 16;
-constexpr size_t kPageBytes = 4096;
 
 // Threads of the plugin's own may allocate, too.
 std::recursive_mutex busy;

@@ -74,10 +74,10 @@ struct Settings {
   bool pagesMissing = false;
   /// Notice pixels that change under a lock and are not followed by a clearing of the cache.
   bool watchesCaches = false;
-  /// Memory bites whoever takes it for what it is not: pixels end or begin at pages without access
-  /// and are closed while not locked, what may only be read is read-only, the plugin's own memory
-  /// is fenced, and what nobody wrote is litter that differs from call to call (needs import
-  /// hooks).
+  /// Looked at once, when the host is made. Memory bites whoever takes it for what it is not:
+  /// pixels end or begin at pages without access and are closed while not locked, what may only be
+  /// read is read-only, the plugin's own memory is fenced, and what nobody wrote is litter that
+  /// differs from call to call (needs import hooks).
   bool bites = false;
   /// Where the row of patterns begins that litter goes through.
   unsigned firstLitter = 0;

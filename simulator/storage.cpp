@@ -39,6 +39,14 @@ std::string InstallStorage(StorageKind kind) {
   return install == nullptr ? "" : install();
 }
 
+void Storage::Open() {
+  if (timesOpen_++ == 0) Reach(true);
+}
+
+void Storage::Close() {
+  if (--timesOpen_ == 0) Reach(false);
+}
+
 bool Storage::TouchesPages(uintptr_t begin, uintptr_t end) const {
   for (int y = 0; y < height_ && Words(0) != nullptr; ++y) {
     const auto row = reinterpret_cast<uintptr_t>(Words(y));

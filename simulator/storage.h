@@ -31,8 +31,11 @@ class Storage {
   /// Answers a lock for one native kind (REALpictureStorage; 0 stands for whatever this is): fills
   /// type, data, width and height and returns true, or returns false and leaves the record alone.
   virtual bool Lock(int type, REALpictureDescription& description) = 0;
-  /// Gives one successful lock back.
-  virtual void Unlock() {}
+  /// Gives one successful lock back. Returns what was not left as it was, or nothing.
+  virtual std::string Unlock() { return ""; }
+
+  /// What a plugin that has nothing locked left behind, or nothing.
+  virtual std::string Imbalance() const { return ""; }
 
   /// One row as straight RGBA, and back; converting as this storage keeps pixels (7-bit alpha,
   /// premultiplied colours, no alpha).
@@ -47,14 +50,36 @@ class Storage {
   /// last, and each holds some.
   bool CoversPages(uintptr_t begin, uintptr_t end) const;
 
+  /// Where memory bites, the pixels are closed unless somebody has them open: the plugin while it
+  /// has the picture locked, the host while it looks at them. New ones are open until they are
+  /// closed once.
+  void Open();
+  void Close();
+
   /// False once somebody wrote outside the pixels: a fence, row padding, a gap between rows.
   virtual bool GuardsIntact() const = 0;
   virtual size_t ByteCount() const = 0;
 
  private:
+  /// Lets pixels and what leads to them be reached, or not.
+  virtual void Reach(bool /*isOpen*/) {}
+
+  int timesOpen_ = 0;
   int width_;
   int height_;
   bool alpha_;
+};
+
+/// For as long as the host looks at a picture's pixels, or changes them.
+class OpenPixels {
+ public:
+  explicit OpenPixels(Storage& storage) : storage_(storage) { storage_.Open(); }
+  OpenPixels(const OpenPixels&) = delete;
+  OpenPixels& operator=(const OpenPixels&) = delete;
+  ~OpenPixels() { storage_.Close(); }
+
+ private:
+  Storage& storage_;
 };
 
 struct StorageRequest {

@@ -13,7 +13,7 @@ uint32_t MarkOf(const REALstringData* record) {
 }
 
 String* NewString(Host& host, std::string_view bytes, uint32_t encoding) {
-  return host.Own(std::make_unique<String>(bytes, encoding));
+  return host.Own(std::make_unique<String>(bytes, encoding, host.StringEdge()));
 }
 
 std::string_view BytesOf(const String* string) {
@@ -111,8 +111,8 @@ void DisposeStringData(Host& host, REALstringData* record) {
 
 MemoryBlock* NewMemoryBlock(Host& host, int size) {
   if (size < 0) return nullptr;
-  return host.Own(
-      std::make_unique<MemoryBlock>(host.OwnClass("MemoryBlock"), static_cast<size_t>(size)));
+  return host.Own(std::make_unique<MemoryBlock>(host.OwnClass("MemoryBlock"),
+                                                static_cast<size_t>(size), host.memory.NextEdge()));
 }
 
 void* GetBlockAddress(Host&, MemoryBlock* block) {

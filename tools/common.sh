@@ -53,10 +53,31 @@ follow_links() {
   done < <(grep -oHE '\]\([^)]+\)' "$@" | sed -E 's/\]\(([^)]*)\)/\1/')
 }
 
-# Configures the preset if that was not done yet and builds the given targets (all when none).
+# Configures the preset if that was not done yet and builds the given targets (all when none). Says
+# so the first time, since that takes a while; counts on a terminal.
 build_targets() {
-  local targets=()
+  local targets=() source
   [ $# = 0 ] || targets=(--target "$@")
-  [ -f "$build/build.ninja" ] || quietly cmake --preset "$preset" || die "configuring failed"
-  quietly cmake --build "$build" --parallel 2 "${targets[@]}" || die "building failed"
+  # A checkout that was copied or moved would go on building at its old place.
+  source="$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt" 2>/dev/null || true)"
+  [ -z "$source" ] || [ "$source" = "$PWD" ] || rm -rf "$build"
+  [ -f "$build/build.ninja" ] || {
+    say "building, this takes some minutes"
+    quietly cmake --preset "$preset" || die "configuring failed"
+  }
+  local counter=/dev/null
+  [ ! -t 2 ] || [ "${TERM:-dumb}" = dumb ] || counter=/dev/stderr
+  NINJA_STATUS='%f of %t ' quietly counted cmake --build "$build" --parallel 2 "${targets[@]}" \
+    3>"$counter" || die "building failed"
+}
+
+# Runs a build whose counter is shown through 3 while it goes on.
+counted() {
+  local line status=0
+  "$@" 2>&1 | while IFS= read -r line; do
+    echo "$line"
+    [[ ! $line =~ ^[0-9]+\ of\ [0-9]+ ]] || printf '\r%s\e[K' "${BASH_REMATCH[0]}" >&3
+  done || status=$?
+  printf '\r\e[K' >&3
+  return "$status"
 }

@@ -1,7 +1,9 @@
 // A plugin that does one thing that is wrong, or right but unusual: what the environment variable
 // FAULT names. Each fault is a row of one of two tables.
 
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -40,20 +42,47 @@ Result Host(const char* entry, Args... args) {
   }
 }
 
-/// Locks the picture and calls use(rows) where it is a console picture. False when it cannot lock.
+/// Locks the picture and calls use(its description). False when it cannot lock.
 template <class Use>
-bool WithRows(Picture* picture, Use use) {
+bool WithDescription(Picture* picture, Use use) {
   REALpictureDescription description;
   if (!Host("lockPictureDescription", picture, &description)) {
     if (!Is("owed") && version < 2012) Host("unlockPictureDescription", picture);
     return false;
   }
-  if (description.type == kStorageConsoleBlock) {
-    use(reinterpret_cast<uint32_t**>(static_cast<ConsolePixelBlock*>(description.data)->rowTable));
-  }
+  use(description);
   if (!Is("lock")) Host("unlockPictureDescription", picture);
   return true;
 }
+/// use(block), where it is a console picture.
+template <class Use>
+bool WithBlock(Picture* picture, Use use) {
+  return WithDescription(picture, [use](const REALpictureDescription& description) {
+    if (description.type == kStorageConsoleBlock) {
+      use(*static_cast<ConsolePixelBlock*>(description.data));
+    }
+  });
+}
+/// use(rows), where it is a console picture.
+template <class Use>
+bool WithRows(Picture* picture, Use use) {
+  return WithBlock(picture, [use](ConsolePixelBlock& block) {
+    use(reinterpret_cast<uint32_t**>(block.rowTable));
+  });
+}
+/// Calls an entry of Cairo on the context, where it is a picture of Cairo's.
+template <class... Args>
+bool CallCairo(Picture* picture, const char* name, Args... args) {
+  return WithDescription(picture, [=](const REALpictureDescription& description) {
+    if (description.type != kStorageCairoContext) return;
+    void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
+    auto* const call = reinterpret_cast<void (*)(void*, Args...)>(dlsym(library, name));
+    if (call != nullptr) call(description.data, args...);
+    if (library != nullptr) dlclose(library);
+  });
+}
+
+void* AskVersion(void*) { return Host<void*>("REALGetRBVersion"); }
 
 bool WriteCleared(Picture* picture, uint32_t word) {
   const bool done = WithRows(picture, [word](uint32_t** rows) { rows[0][0] ^= word; });
@@ -203,6 +232,66 @@ const Fault kFaults[] = {
        return room != nullptr && done;
      }},
     {"repeat", [](Picture* picture) { return WriteCleared(picture, calls == 1 ? 1 : 2); }},
+    {"overread",
+     [](Picture* picture) {
+       return WithBlock(picture, [](ConsolePixelBlock& block) {
+         static_cast<void>(
+             *static_cast<volatile uint8_t*>(block.rowTable[block.height - 1] + 4 * block.width));
+       });
+     }},
+    {"underread",
+     [](Picture* picture) {
+       return WithBlock(picture, [](ConsolePixelBlock& block) {
+         static_cast<void>(*static_cast<volatile uint8_t*>(block.rowTable[0] - 1));
+       });
+     }},
+    {"kept_pixels",
+     [](Picture* picture) {
+       static volatile uint8_t* kept = nullptr;
+       return WithBlock(picture, [](ConsolePixelBlock& block) {
+         if (kept != nullptr) static_cast<void>(*kept);
+         kept = block.rowTable[0];
+       });
+     }},
+    {"width",
+     [](Picture* picture) {
+       return WithBlock(picture, [](ConsolePixelBlock& block) { --block.width; });
+     }},
+    {"table",
+     [](Picture* picture) {
+       return WithBlock(picture, [](ConsolePixelBlock& block) {
+         block.rowTable[0] = block.rowTable[block.height - 1];
+       });
+     }},
+    {"late",
+     [](Picture* picture) {
+       static volatile uint8_t* pixels = nullptr;
+       const bool done =
+           WithBlock(picture, [](ConsolePixelBlock& block) { pixels = block.rowTable[0]; });
+       if (pixels != nullptr) *pixels = 0;
+       return done;
+     }},
+    {"cairo_reference", [](Picture* picture) { return CallCairo(picture, "cairo_reference"); }},
+    {"cairo_save", [](Picture* picture) { return CallCairo(picture, "cairo_save"); }},
+    {"cairo_translate",
+     [](Picture* picture) { return CallCairo(picture, "cairo_translate", 2.0, 3.0); }},
+    {"surface",
+     [](Picture* picture) {
+       return WithDescription(picture, [](const REALpictureDescription& description) {
+         if (description.type != kStorageCairoContext) return;
+         void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
+         using Of = void* (*)(void*);
+         auto* const target = reinterpret_cast<Of>(dlsym(library, "cairo_get_target"));
+         reinterpret_cast<Of>(dlsym(library, "cairo_surface_reference"))(target(description.data));
+         dlclose(library);
+       });
+     }},
+    {"thread",
+     [](Picture*) {
+       pthread_t thread;
+       return pthread_create(&thread, nullptr, AskVersion, nullptr) == 0 &&
+              pthread_join(thread, nullptr) == 0;
+     }},
     {"deep",
      [](Picture*) {
        // The way around a failure is not looked at.
@@ -266,6 +355,12 @@ bool Label(Picture*, REALstringStruct* text) {
   const auto* const layout = reinterpret_cast<const REALstringLegacyLayout*>(text);
   return *reinterpret_cast<const volatile uint32_t*>(&layout->lengthBytes) < 0x7FFFFFFF;
 }
+bool Scribble(Picture*, REALstringStruct* text) {
+  if (text == nullptr) return false;
+  auto* const get = reinterpret_cast<char* (*)(REALstringStruct*)>(resolve("StringGetCString"));
+  if (get != nullptr) get(text)[0] = 'x';
+  return true;
+}
 bool Combine(Picture* picture, Picture* other) {
   if (other == nullptr) return false;
   if (other == picture && Is("itself")) return CrashHere();
@@ -322,6 +417,8 @@ const Registration kRegistrations[] = {
     {"index", [] { Declare("Index(at as integer) as boolean", reinterpret_cast<void*>(Index)); }},
     {"null_text",
      [] { Declare("Label(text as string) as boolean", reinterpret_cast<void*>(Label)); }},
+    {"scribble",
+     [] { Declare("Scribble(text as string) as boolean", reinterpret_cast<void*>(Scribble)); }},
     {"itself",
      [] { Declare("Combine(other as picture) as boolean", reinterpret_cast<void*>(Combine)); }},
     {"other_cache",

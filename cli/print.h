@@ -1,0 +1,24 @@
+#pragma once
+
+// What velhost says. Names come from anywhere, and control characters in them would steer the
+// terminal: they are shown as \\x1b.
+
+#include <string>
+#include <string_view>
+
+namespace velhost {
+
+constexpr const char* kClearLine = "\r\x1b[K";
+
+/// Prints a line on standard output.
+void Print(std::string_view line);
+
+/// Prints one line about what is wrong, or worth a note, on standard error.
+void PrintError(const std::string& text);
+
+/// Whether lines on standard error can be drawn over.
+bool HasTerminal();
+
+std::string Printable(std::string_view text);
+
+}  // namespace velhost

@@ -1,0 +1,62 @@
+#include "simulator/fenced_bytes.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace sim {
+namespace {
+
+constexpr size_t kMostBytes = 0x7FFFFFFF;
+
+}  // namespace
+
+bool IsGuard(const uint8_t* bytes, size_t size) {
+  return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == kGuardByte; });
+}
+
+std::unique_ptr<FencedBytes> FencedBytes::Make(size_t size, Edge edge, size_t fenceBytes) {
+  if (size > kMostBytes) return nullptr;
+  std::unique_ptr<FencedBytes> made(new FencedBytes);
+  made->size_ = size;
+  if (edge == Edge::kFences) {
+    made->block_ = static_cast<uint8_t*>(std::calloc(1, size + 2 * fenceBytes));
+    made->before_ = made->after_ = fenceBytes;
+  } else {
+    made->pageBytes_ = std::max(size + kPageBytes - 1, kPageBytes) / kPageBytes * kPageBytes;
+    void* const pages = mmap(nullptr, made->pageBytes_ + 2 * kPageBytes, PROT_NONE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (pages == MAP_FAILED) return nullptr;
+    made->block_ = static_cast<uint8_t*>(pages);
+    made->Allow(Access::kWrite);
+    (edge == Edge::kEndsAtPage ? made->before_ : made->after_) = made->pageBytes_ - size;
+  }
+  if (made->block_ == nullptr) return nullptr;
+  uint8_t* const first = made->block_ + (made->pageBytes_ == 0 ? 0 : kPageBytes);
+  made->bytes_ = first + made->before_;
+  std::memset(first, kGuardByte, made->before_);
+  std::memset(made->bytes_ + size, kGuardByte, made->after_);
+  return made;
+}
+
+FencedBytes::~FencedBytes() {
+  if (pageBytes_ == 0) {
+    std::free(block_);
+  } else {
+    munmap(block_, pageBytes_ + 2 * kPageBytes);
+  }
+}
+
+bool FencedBytes::Intact() const {
+  return IsGuard(bytes_ - before_, before_) && IsGuard(bytes_ + size_, after_);
+}
+
+void FencedBytes::Allow(Access access) {
+  if (pageBytes_ == 0) return;
+  constexpr int kProtections[] = {PROT_NONE, PROT_READ, PROT_READ | PROT_WRITE};
+  mprotect(block_ + kPageBytes, pageBytes_, kProtections[static_cast<size_t>(access)]);
+}
+
+}  // namespace sim
