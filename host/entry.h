@@ -24,6 +24,10 @@ extern "C" VEL_EXPORT void REALPluginMain(void* (*resolver)(const char* name));
 /// of stack.
 VEL_EXPORT void PluginEntry();
 
+// Registration of a record. The host keeps its address, so the record and all that it points to
+// (tables, names, declarations) must live unchanged as long as the process: a local one crashes the
+// host later.
+
 VEL_EXPORT void MyREALRegisterClassExtension(REALclassDefinition* definition);
 /// Rounds the record's size up to a multiple of 16, in place, then registers it. A record whose
 /// size already is one is not written to.

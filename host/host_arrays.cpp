@@ -67,8 +67,8 @@ void WriteElement(REALarrayStruct* array, T value, long index) {
     if (value != nullptr && lock != nullptr) lock(value);
     // The array owns that reference even when the host throws while it destroys the old element.
     const ScopeExit store([=] { StoreElement(array, value, index); });
-    // Where nobody can add a reference, the old element may never have had one.
-    if (old != nullptr && lock != nullptr) DropReference(old);
+    // Where nobody can add a reference, the new element takes over the one that the old one has.
+    if (old != nullptr && (lock != nullptr || value == nullptr)) DropReference(old);
   } else {
     StoreElement(array, value, index);
   }

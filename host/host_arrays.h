@@ -12,13 +12,15 @@
 // Plain forwards: 0 or null when the host lacks the entry. A new array, and a string or object that
 // is read, comes with one reference for the caller.
 
+/// The index of the last element, so the 0 of a host that lacks the entry reads as one element.
 VEL_EXPORT long REALGetArrayUBound(void* array);
 VEL_EXPORT REALarrayStruct* REALCreateArray(REALArrayType type, long upperBound);
 VEL_EXPORT long REALGetArrayInt(REALintArrayStruct* array, int index);
 VEL_EXPORT REALstringStruct* REALGetArrayString(REALstringArrayStruct* array, int index);
 VEL_EXPORT REALobjectStruct* REALGetArrayObject(REALobjectArrayStruct* array, int index);
 
-// Inserts `value` so that it becomes element `index`. No built-in: without the host's provider
+// Inserts `value` so that it becomes element `index`; of a string or object the array takes a
+// reference of its own. No built-in: without the host's provider, or where that names no procedure,
 // nothing happens.
 
 VEL_EXPORT void REALInsertArrayValue(REALarrayStruct* array, long index, long long value);
@@ -47,7 +49,8 @@ VEL_EXPORT void REALGetArrayValue(REALarrayStruct* array, long index, REALstring
 VEL_EXPORT void REALGetArrayValue(REALarrayStruct* array, long index, REALobjectStruct** out);
 
 // Replaces element `index`; the array takes a reference of its own on a string or object, and gives
-// back the one on what it held before.
+// back the one on what it held before. Where the built-in can add no reference, it gives none back
+// either, except when null replaces an element.
 
 VEL_EXPORT void REALSetArrayValue(REALarrayStruct* array, long index, long long value);
 VEL_EXPORT void REALSetArrayValue(REALarrayStruct* array, long index, unsigned long long value);

@@ -11,7 +11,9 @@
 #include "host/export.h"
 #include "host/host_types.h"
 
-// Registration and runtime.
+// Registration and runtime. The host keeps the address of a record that it registers: the record
+// and all that it points to (tables, names, declarations) must live unchanged as long as the
+// process.
 
 VEL_EXPORT void REALRegisterClass(REALclassDefinition* definition);
 VEL_EXPORT void REALRegisterClassExtension(REALclassDefinition* definition);
@@ -46,7 +48,8 @@ VEL_EXPORT void* REALGetEventInstance(REALcontrolInstanceStruct* instance, REALe
 VEL_EXPORT void REALRaiseException(REALobjectStruct* exception);
 VEL_EXPORT void REALMessageBox(REALstringStruct* message);
 
-// Objects and strings.
+// Objects and strings. Each lock adds one reference, and is paired with one unlock of the same
+// kind.
 
 VEL_EXPORT void REALLockObject(REALobjectStruct* object);
 VEL_EXPORT void REALUnlockObject(REALobjectStruct* object);
@@ -57,6 +60,7 @@ VEL_EXPORT REALstringStruct* originalREALBuildString(const char* bytes, int leng
 VEL_EXPORT int REALCompareStrings(REALstringStruct* left, REALstringStruct* right);
 /// A new string, the right one's text after the left one's.
 VEL_EXPORT REALstringStruct* REALAddStrings(REALstringStruct* left, REALstringStruct* right);
+/// The 0 of a host that lacks the entry reads as kEncodingMacRoman.
 VEL_EXPORT unsigned long REALGetStringEncoding(REALstringStruct* string);
 VEL_EXPORT void REALSetStringEncoding(REALstringStruct* string, unsigned long encoding);
 /// A new string: the same text in `encoding`.
@@ -66,7 +70,8 @@ VEL_EXPORT unsigned long REALGetFontEncoding(const char* fontName);
 VEL_EXPORT REALstringStruct* REALpathFromFolderItem(REALfolderItemStruct* item);
 
 // Properties: true when the named property was read into *out, or written. A string or object that
-// is read comes with a reference for the caller; of one that is written the host takes its own.
+// is read comes with a reference for the caller; of one that is written the host takes its own. The
+// overloads for unsigned char are the host's booleans, not its bytes.
 
 VEL_EXPORT bool REALGetPropValue(REALobjectStruct* object, const char* name, long* out);
 VEL_EXPORT bool REALGetPropValue(REALobjectStruct* object, const char* name, unsigned long* out);
@@ -121,7 +126,8 @@ VEL_EXPORT REALgraphicsStruct* REALGetPictureGraphics(REALpictureStruct* picture
 /// The picture's mask; made when missing if `create` is 1.
 VEL_EXPORT REALpictureStruct* REALGetPictureMask(REALpictureStruct* picture, unsigned char create);
 VEL_EXPORT void REALPictureClearCache(REALpictureStruct* picture);
-/// Two host entries of their own: the reader locks with the three-argument one.
+/// Two host entries of their own: the reader locks with the three-argument one. Each lock that
+/// succeeded is paired with one unlock; of one that failed see pixels/picture_lock.h.
 VEL_EXPORT bool REALLockPictureDescription(REALpictureStruct* picture,
                                            REALpictureDescription* description);
 VEL_EXPORT bool REALLockPictureDescription(REALpictureStruct* picture,
@@ -137,6 +143,7 @@ VEL_EXPORT void* REALGraphicsDC(REALgraphicsStruct* graphics);
 VEL_EXPORT void REALGetGraphicsOrigin(REALgraphicsStruct* graphics, long* x, long* y);
 VEL_EXPORT void REALSetGraphicsOrigin(REALgraphicsStruct* graphics, long x, long y);
 VEL_EXPORT void REALGetControlBounds(REALcontrolInstanceStruct* control, RB::Rect* bounds);
+/// With a reference for the caller, as said above; so is the window.
 VEL_EXPORT REALgraphicsStruct* REALGetControlGraphics(REALcontrolInstanceStruct* control);
 VEL_EXPORT REALobjectStruct* REALGetControlWindow(REALcontrolInstanceStruct* control);
 VEL_EXPORT bool REALGetTabPanelVisible(REALcontrolInstanceStruct* control);

@@ -12,8 +12,9 @@ namespace velpicture {
 /// huge pages where it can spare them, and for all pages at once. Does nothing for small pictures
 /// and for memory that is there already.
 ///
-/// Only whole pages that hold nothing but pixels and the padding between rows are named. No byte
-/// changes, nor does errno; when the kernel refuses, nothing more is asked for.
+/// Only whole pages are named that hold pixels and what lies between rows less than a page apart:
+/// a surface's padding, or between console rows whatever the host has there. No byte changes, nor
+/// does errno; when the kernel refuses, nothing more is asked for.
 void RequestFreshMemory(const PictureEditor& target);
 
 }  // namespace velpicture

@@ -53,10 +53,13 @@ VEL_EXPORT inline uint8_t* RowAddress(const PictureEditor& editor, int y) {
   return editor.pixels + static_cast<ptrdiff_t>(y) * editor.rowBytes;
 }
 
-/// The pixel at (x, y), 0 <= x < width; transparent black for a format that no storage uses.
+// One pixel, 0 <= x < width, in the row that RowAddress gives for y. Both move the row cursor to
+// (0, y), except for its baseAddress.
+
+/// The pixel's channels; transparent black for a format that no storage uses.
 VEL_EXPORT velpicture::Rgba GetPixel(PictureEditor& editor, int x, int y);
 
-/// Stores channels of 0 to 255 at (x, y), 0 <= x < width, as the format keeps them.
+/// Stores channels of 0 to 255 as the format keeps them; nothing in a format that no storage uses.
 VEL_EXPORT void SetPixel(PictureEditor& editor, int x, int y, int red, int green, int blue,
                          int alpha);
 

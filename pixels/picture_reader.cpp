@@ -84,12 +84,11 @@ bool FillFromConsole(PictureEditor& editor, REALpictureStruct* picture) {
   const auto* const block = static_cast<const ConsolePixelBlock*>(description.data);
   if (!editor.hasAlpha && block->flags != 0) return false;
   if (block->rowTable == nullptr || block->storage == nullptr) return false;
-  uint8_t* const firstRow = description.height > 0 ? block->rowTable[0] : nullptr;
   // The byte width of a row wraps with the host's own 32-bit arithmetic; rows are never reached
   // through it, since the row table has their addresses.
   const auto rowBytes = static_cast<int>(static_cast<uint32_t>(description.width) * 4);
   FillEditor(editor, picture,
-             {kPixelConsole, firstRow, description.width, description.height, rowBytes});
+             {kPixelConsole, block->rowTable[0], description.width, description.height, rowBytes});
   editor.rowTable = block->rowTable;
   return true;
 }
@@ -133,8 +132,9 @@ bool OpenOpaque(PictureEditor& editor, REALpictureStruct* picture) {
   // Before the copy: a host without a Graphics would leave the copy of a console picture blank.
   if (attempt == Attempt::kNotThere && !IsDesktop) attempt = Open(kConsole, editor, picture);
   if (attempt != Attempt::kNotThere || !mayCopy) return attempt == Attempt::kOpened;
-  // The editor keeps the copy until it is closed.
-  return OpenNewPicture(editor, ClonePicture(picture), false, [] { return true; });
+  // The editor keeps the copy until it is closed. The copy was opened without leave to copy again.
+  return OpenNewPicture(editor, ClonePicture(picture), false,
+                        [&] { return editor.allowCopy = true; });
 }
 
 }  // namespace

@@ -6,11 +6,12 @@
 //
 // Each opening function clears the editor (except where noted) and returns whether it was opened; a
 // failed one holds nothing. An opened writer is rendered once with RenderPictureWriter or given up
-// once with FreePictureWriter. Sizes are in pixels.
+// once with FreePictureWriter. Sizes are in pixels. A writer on a host picture has the size that
+// the host gave that, whatever was asked for.
 
 #include "pixels/picture_editor.h"
 
-/// An opaque writer of exactly width x height, 1 to 32767 each.
+/// An opaque writer of width x height, 1 to 32767 each.
 VEL_EXPORT bool NewPictureWriter(PictureEditor& editor, int width, int height);
 
 /// Writes into `picture` itself, covering all of it, when it is at least width x height and can be

@@ -24,7 +24,8 @@ VEL_EXPORT REALpictureStruct* NewPicture(int width, int height, signed char alph
 VEL_EXPORT REALpictureStruct* ClonePicture(REALpictureStruct* picture);
 VEL_EXPORT REALpictureStruct* ClonePicture(REALpictureStruct* picture, int width, int height);
 
-/// The same, with the picture's mask, where it has one, drawn into the new picture's mask.
+/// The same, with the picture's mask, where it has one, drawn into the new picture's mask. Without
+/// a Graphics both are copied by OwnCopy, where that is possible.
 VEL_EXPORT REALpictureStruct* ClonePictureWithMask(REALpictureStruct* picture);
 VEL_EXPORT REALpictureStruct* ClonePictureWithMask(REALpictureStruct* picture, int width,
                                                    int height);
@@ -42,7 +43,8 @@ VEL_EXPORT bool GraphicsDrawPicture(REALpictureStruct* target, REALpictureStruct
                                     long y, long w, long h, long sx, long sy, long sw, long sh);
 
 /// Copies the pixels of a console picture into another of the same size; false for anything else.
-/// The rectangles must be unscaled and start at the origin; the whole picture is copied.
+/// The rectangles must be unscaled and start at the origin; the whole picture is copied. Once the
+/// source was locked, the target's cache is cleared, copied or not.
 VEL_EXPORT bool OwnCopy(REALpictureStruct* target, REALpictureStruct* source, long x, long y,
                         long w, long h, long sx, long sy, long sw, long sh);
 

@@ -12,14 +12,22 @@ namespace {
 constexpr double kFirstVersionWithCleanLocks = 2012.0;
 constexpr int kWholePicture = -10000;
 
+/// False for a size that no picture has; else the size of the host's answer to it.
+bool SizeNewPicture(const Host& host, int& width, int& height) {
+  if (width < 1 || height < 1) return false;
+  width += host.settings.surplusColumns;
+  height += host.settings.surplusRows;
+  return width >= 1 && height >= 1;
+}
+
 Picture* NewOpaquePicture(Host& host, int width, int height, int depth) {
   if (depth != 32) host.Misuse("new pictures are 32 bits deep here");
-  return width < 1 || height < 1 ? nullptr : host.NewPicture(width, height, false);
+  return SizeNewPicture(host, width, height) ? host.NewPicture(width, height, false) : nullptr;
 }
 
 void ConstructAlphaPicture(Host& host, Picture* picture, int width, int height) {
   if (picture == nullptr || picture->storage != nullptr) host.Misuse("nothing to construct");
-  if (width < 1 || height < 1) return;
+  if (!SizeNewPicture(host, width, height)) return;
   if (!host.ConstructPicture(*picture, host.NewPictureOptions(true), width, height)) return;
   if (!host.settings.warmMemory) picture->Fill(host.settings.blankWithAlpha);
 }

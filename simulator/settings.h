@@ -51,6 +51,10 @@ struct Settings {
   RowLayout rows = RowLayout::kContiguous;
   /// Bytes that a Cairo surface's stride has beyond its rows; a multiple of 4.
   int extraStrideBytes = 0;
+  /// Columns and rows that pictures have beyond those that the host is asked for; negative for
+  /// fewer.
+  int surplusColumns = 0;
+  int surplusRows = 0;
   /// Content of new pictures.
   Rgba blank = {255, 255, 255, 255};
   Rgba blankWithAlpha = {0, 0, 0, 0};

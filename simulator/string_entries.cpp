@@ -83,11 +83,17 @@ const void* GetCString(Host&, String* string) {
 
 int LenB(Host&, String* string) { return string == nullptr ? 0 : string->length(); }
 
+/// What a host that refuses makes of the record is up to it.
+bool RefuseStringData(Host&, String*, uint32_t encoding, REALstringData* out) {
+  *out = {"refused", 7, encoding, {}};
+  return false;
+}
+
 bool GetStringData(Host& host, String* string, uint32_t encoding, REALstringData* out) {
   CheckEncoding(host, encoding);
-  if (string == nullptr) return false;
+  if (string == nullptr) return RefuseStringData(host, string, encoding, out);
   const auto converted = ConvertText(string->bytes(), string->encoding, encoding);
-  if (!converted) return false;
+  if (!converted) return RefuseStringData(host, string, encoding, out);
   *out = {host.Borrow(*converted),
           static_cast<uint32_t>(ConvertedLength(*string, *converted)),
           encoding,
@@ -146,7 +152,7 @@ std::span<const EntryRow> StringEntries() {
       Row<"REALSetStringEncoding", SetEncoding>(),
       Row<"REALConvertString", ConvertString>(),
       Row<"StringGetCString", GetCString>(),
-      Row<"PluginGetStringData", GetStringData>(),
+      Row<"PluginGetStringData", GetStringData, RefuseStringData>(),
       Row<"PluginDisposeStringData", DisposeStringData>(),
       Row<"newMemoryBlock", NewMemoryBlock>(),
       Row<"memoryBlockGetPtr", GetBlockAddress>(),

@@ -44,7 +44,9 @@ rbData::rbData(REALstringStruct* viewed) : rbData() {
   velpicture::TextBytes bytes;
   if (velpicture::BorrowsStringData()) {
     ownsStringData = REALGetStringData(viewed, kEncodingUndefined, &stringData);
-    if (ownsStringData) bytes = velpicture::LentBytes(stringData);
+    // A host that refuses may have written there all the same.
+    if (!ownsStringData) stringData = {};
+    bytes = velpicture::LentBytes(stringData);
   } else {
     unreferenced = !AddReference(viewed);
     string = viewed;

@@ -9,8 +9,9 @@
 class VEL_EXPORT rbData {
  public:
   /// `length` bytes of `block` from `offset` on; length 0 stands for all that follows `offset`.
-  /// Otherwise keeping inside the block is the caller's duty.
+  /// Otherwise keeping inside the block is the caller's duty. Empty for null.
   rbData(REALmemoryBlockStruct* block, unsigned int offset, unsigned int length);
+  /// All bytes of the string; empty for null and where the host does not lend them.
   explicit rbData(REALstringStruct* string);
   rbData(const rbData&) = delete;
   rbData& operator=(const rbData&) = delete;
@@ -18,7 +19,8 @@ class VEL_EXPORT rbData {
   ~rbData() noexcept(false);
 
   // The fields are read by callers, so their order is part of the interface. An empty view has all
-  // of them zero; a view of a block without an address still holds the block.
+  // of them zero, except that one of a block without an address, or that ends before `offset`,
+  // still holds the block.
 
   REALstringStruct* string = nullptr;      ///< one reference; below version 2012.0 only
   REALmemoryBlockStruct* block = nullptr;  ///< one reference

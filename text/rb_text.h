@@ -5,8 +5,9 @@
 // around a call that needs a terminated text.
 //
 // Every encoding has a slot: converted once, or failed once and then empty for good. Text handed
-// out stays valid until the view is destroyed; where a host string is read in place, whether a
-// terminator follows is up to the host. UTF-16 text may lie at an odd address.
+// out stays valid until the view is destroyed or assigned to, even by itself; where a host string
+// is read in place, whether a terminator follows is up to the host. UTF-16 text may lie at an odd
+// address.
 
 #include "host/export.h"
 #include "host/host_types.h"

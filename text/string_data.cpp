@@ -80,8 +80,8 @@ bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstr
 }
 
 // A record does not say who filled it, but the host's entries do: a host that has the get entry
-// fills every record, one that lacks it none. So a host with only one of the two is never handed
-// our copy, and what it lent is never freed here.
+// from its start fills every record, one that lacks it none. So a host with only one of the two is
+// never handed our copy, and what it lent is never freed here.
 void REALDisposeStringData(REALstringData* data) {
   if (hostDispose.Address() != nullptr && hostGet.Address() != nullptr) {
     hostDispose(data);

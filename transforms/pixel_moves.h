@@ -3,11 +3,11 @@
 // Pixel moves: every pixel of one picture goes to another place, in the same picture or in another
 // one, and nothing is blended. The mirrors and the quarter turns are made of these.
 //
-// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. Only pixels are
-// read and written, padding stays. Exception: rows that move whole. Formats (kPixelConsole,
-// kPixelRgb24, kPixelArgb32, kPixelRgb32) may differ between source and target; a pixel is
-// converted as GetPixel and SetPixel would, which leave bits that mean nothing as the target's
-// format wants them.
+// Origin is the top left pixel, y grows downwards. Rows are found with RowAddress. A target may be
+// larger than what is moved into it, which then lies at its top left. Only pixels are read and
+// written, padding stays. Exception: rows that move whole. Formats (kPixelConsole, kPixelRgb24,
+// kPixelArgb32, kPixelRgb32) may differ between source and target; a pixel is converted as GetPixel
+// and SetPixel would, which leave bits that mean nothing as the target's format wants them.
 
 #include <cstdint>
 
@@ -15,7 +15,7 @@
 
 namespace velpicture {
 
-/// Copies every pixel of `source` to `target`, which is of the same size and shares no memory with
+/// Copies every pixel of `source` to `target`, which is at least as large and shares no memory with
 /// it: column x goes to width − 1 − x where `flipColumns`, row y to height − 1 − y where
 /// `flipRows`. Rows of one four-byte format in both that keep their columns move whole, byte by
 /// byte: as much of them, padding included, as the smaller stride holds.
@@ -27,8 +27,8 @@ enum class QuarterTurn {
   kClockwise,         ///< (x, y) goes to (height − 1 − y, x)
 };
 
-/// Copies every pixel of `source` to `target`, whose sides are the source's swapped and which
-/// shares no memory with it.
+/// Copies every pixel of `source` to `target`, whose sides are at least the source's swapped and
+/// which shares no memory with it.
 void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn turn);
 
 /// Mirrors a picture of a four-byte format left to right where it stands. It has pixels, and words

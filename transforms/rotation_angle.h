@@ -15,8 +15,8 @@ struct AngleReduction {
 
 /// Splits an angle; false, with nothing told, for one that is not finite. It is brought to [0, 360]
 /// first, 360 itself coming from negative angles too small to change it; at once for every double,
-/// since the remainder is exact and equals what repeated subtraction would give. Comparisons are
-/// exact; 45, 135, 225 and 315 are sheared by 45.
+/// since the remainder is exact: what repeated subtraction would give below 2^56, from where on
+/// that rounds. Comparisons are exact; 45, 135, 225 and 315 are sheared by 45.
 bool ReduceAngle(double angleDegrees, AngleReduction& reduction);
 
 /// The factors of a rotation by three shears: by the tangent of half the angle along the rows, by

@@ -77,10 +77,13 @@ class Arrays : public testing::TestWithParam<bool>, protected Session {
       EXPECT_EQ(out[1], second) << "written beyond the value";
       expectReferences(3, 1);
       if constexpr (std::is_pointer_v<T>) Own<sim::Handle>(out[0]);
+      // The provider is asked all the same.
+      host.log.Clear();
       element.get(array->handle(), 1, nullptr);
+      EXPECT_EQ(host.log.Sequence(), builtIn ? "" : kGetProvider);
       element.get(array->handle(), 0, out);
       EXPECT_EQ(out[0], T());
-      EXPECT_EQ(host.log.Lookups(kGetProvider), readable ? 1 : 3 * round);
+      EXPECT_EQ(host.log.Lookups(kGetProvider), readable ? 0 : 2);
     }
 
     if (inserts) {
@@ -139,24 +142,48 @@ INSTANTIATE_TEST_SUITE_P(By, Arrays, testing::Bool(), [](const auto& param) {
   return std::string(param.param ? "BuiltIn" : "Host");
 });
 
+TEST(ArrayProviders, NullReleasesAnElementEvenWhereNobodyCanAddReferences) {
+  Session session({.missing = {kSetProvider, "REALLockString"}});
+  const auto set = Element<REALstringStruct*>(session.plugin).set;
+  const auto array = session.host.MakeArray(ElementType::kString, 1);
+  const auto filled = session.host.MakeString("a", kEncodingUtf8);
+  const auto other = session.host.MakeString("b", kEncodingUtf8);
+  session.host.Lock(filled.get());
+  array->At<void*>(0) = filled.get();
+  set(array->handle(), 0, other->handle());
+  EXPECT_EQ(array->At<void*>(0), other.get());
+  EXPECT_EQ(std::pair(filled->references(), other->references()), std::pair(2, 1));
+  set(array->handle(), 0, filled->handle());
+  set(array->handle(), 0, nullptr);
+  EXPECT_EQ(array->At<void*>(0), nullptr);
+  EXPECT_EQ(filled->references(), 1);
+}
+
 TEST(ArrayProviders, ABuiltInIsKeptWhenTheHostGainsItsOwn) {
   Session session;
   session.host.settings.missing = {kGetProvider};
   const Element<long> element(session.plugin);
-  const auto array = session.host.MakeArray(ElementType::kInt32, 1);
+  const auto array = session.host.MakeArray(ElementType::kUInt32, 1);
   long out = 0;
   element.get(array->handle(), 0, &out);
   session.host.settings.missing.clear();
-  array->withoutProcedures = true;
   array->At<long>(0) = 8;
   element.get(array->handle(), 0, &out);
   EXPECT_EQ(out, 8);
-  // The overload beside it has not settled yet: it finds the host's provider, which offers nothing.
-  unsigned long untouched = 3;
-  Element<unsigned long>(session.plugin).get(array->handle(), 0, &untouched);
-  EXPECT_EQ(untouched, 3U);
-  element.set(array->handle(), 0, 9);
-  EXPECT_EQ(array->At<long>(0), 8);
+  // The overload beside it has not settled yet: it finds the host's provider, which is asked each
+  // time, and may offer nothing.
+  const Element<unsigned long> beside(session.plugin);
+  for (const bool offers : {true, false}) {
+    array->withoutProcedures = !offers;
+    array->At<long>(0) = 8;
+    unsigned long read = 3;
+    beside.get(array->handle(), 0, &read);
+    EXPECT_EQ(read, offers ? 8U : 3U);
+    beside.set(array->handle(), 0, 9);
+    EXPECT_EQ(array->At<long>(0), offers ? 9 : 8);
+    beside.insert(array->handle(), 0, 7);
+    EXPECT_EQ(array->count(), 2U);
+  }
 }
 
 }  // namespace

@@ -76,11 +76,19 @@ TEST(Editor, PixelsAreReadAndWrittenAsEachFormatKeepsThem) {
       access();
       EXPECT_EQ(std::pair(editor.accessX, editor.accessY), std::pair(0, 1));
     };
-
-    moveCursor([&] {
-      const velpicture::Rgba read = session.Get(editor, 1, 1);
+    const auto expectRead = [&](PictureEditor& from, int y) {
+      const velpicture::Rgba read = session.Get(from, 1, y);
       EXPECT_EQ(std::memcmp(&read, &each.read, sizeof read), 0);
-    });
+      EXPECT_EQ(from.baseAddress, from.pixels);
+    };
+    // Below the last row lies the first.
+    PictureEditor last = editor;
+    last.height = 1;
+    last.baseAddress = last.pixels = rows[1];
+    last.rowTable = isConsole ? &rows[1] : nullptr;
+    for (const int y : {0, 1}) expectRead(last, y);
+
+    moveCursor([&] { expectRead(editor, 1); });
     moveCursor([&] {
       session.Call<void(PictureEditor&, int, int, int, int, int, int)>("SetPixel", editor, 1, 1,
                                                                        0x12, 0x34, 0x56, 0x81);
@@ -126,9 +134,14 @@ TEST(Editor, ClosesInOrderAndOnlyOnce) {
   static std::vector<void*> released;
   for (const bool known : {false, true}) {
     Variable<void (*)(void*)>(session.plugin, "_gdk_pixbuf_unref") =
-        known ? +[](void* pixbuf) { released.push_back(pixbuf); } : nullptr;
-    PictureEditor editor{};
+        known ? +[](void* pixbuf) {
+          released.push_back(pixbuf);
+          EXPECT_EQ(sim::Host::Current().log.CallCount(), 0) << "before all else";
+        } : nullptr;
+    PictureEditor editor;
+    ASSERT_TRUE(session.Read(editor, picture->handle()));
     editor.pixbuf = &editor;
+    session.Steps();
     for (int i = 0; i < 2; ++i) session.Close(editor);
     EXPECT_EQ(released, std::vector<void*>(known ? 1 : 0, &editor));
     EXPECT_EQ(editor.pixbuf, nullptr);

@@ -1,6 +1,8 @@
 // Fresh memory: what the kernel is asked about the pages of new pictures. That every such call
 // names pages of pixels only is the simulated host's to check: it stops the process otherwise.
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cerrno>
 
@@ -14,8 +16,9 @@ using sim::StorageKind;
 
 constexpr int kPopulateWrite = 23;
 constexpr int kPageBytes = sim::kPageBytes;
-// Half of these pixels are a large block too.
-constexpr int kWidth = 601, kHeight = 603;
+// Whole, they hold a huge page wherever they lie; half the sides make a large block, but not so
+// large.
+constexpr int kWidth = 1201, kHeight = 1203;
 
 /// The common set-ups, and two whose pictures lie in more than one range of memory.
 std::vector<PictureSetup> Setups() {
@@ -89,7 +92,21 @@ TEST_P(FreshMemory, IsAskedForWhereItIsMissing) {
     EXPECT_GE(asked, ranges == 0 ? 0 : call.newPictures * least);
     // The host fills its pictures, nobody the plugin's own buffers.
     EXPECT_EQ(filled.Count(PageCall::kAsk) == filled.calls.size(), !ownBuffers);
-    EXPECT_TRUE(Run(call, true, "", 6).calls.empty()) << "a small picture";
+    // For huge pages first.
+    for (size_t i = 0; i < fresh.calls.size(); ++i) {
+      if (fresh.calls[i].advice != MADV_HUGEPAGE) continue;
+      EXPECT_EQ(fresh.calls.at(i + 1).advice, kPopulateWrite);
+      EXPECT_EQ(fresh.calls.at(i + 1).byteCount, fresh.calls[i].byteCount);
+    }
+    if (ranges < 2) {
+      EXPECT_EQ(fresh.Count(MADV_HUGEPAGE), ranges * call.newPictures);
+    }
+    if (call.newPictures == 1) {
+      const Outcome large = Run(call, true, "", 2);
+      EXPECT_EQ(large.Count(MADV_HUGEPAGE), 0);
+      EXPECT_EQ(large.Count(kPopulateWrite), ranges);
+    }
+    EXPECT_TRUE(Run(call, true, "", 12).calls.empty()) << "a small picture";
 
     // Once where the kernel refuses.
     for (const auto& [failing, refusedCall] :

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "tests/pixels/picture_functions.h"
 
 namespace {
@@ -36,6 +38,7 @@ const CloneCase kClones[] = {
     {"", true, 2012.0, " method? draw drop", true, 0},
     {"", false, 2012.0, "", false, 0},
     {kDrawPicture, true, 2012.0, " method? 10 10 unlock unlock clear drop", true, 0},
+    {kDrawPicture, true, std::nan(""), " method? 10 10 unlock unlock clear drop", true, 0},
     {kDrawPicture, true, 2011.99, " method? 10 10 unlock unlock clear drop", true, 1},
     {"REALLoadObjectMethod", true, 0.0, " 10 10 unlock unlock clear drop", true, 1},
 };
@@ -109,6 +112,7 @@ TEST(Helpers, WhatIsNoPictureHasNoSizeAndNoClone) {
   }
   for (const bool alpha : {false, true}) {
     const auto picture = session.host.MakePicture(sim::Image(2, 2), alpha);
+    if (alpha) picture->properties["HasAlphaChannel"].bits = 2;  // true all the same
     EXPECT_EQ(session.Call<bool(Picture*)>("PictureHasAlphaChannel", picture->handle()), alpha);
   }
   session.Steps();
@@ -173,6 +177,8 @@ TEST(Helpers, OwnCopyIsParticular) {
       {"SourceFlags", kBoth, false, [](Copy& c) { c.from->flags = 2; }},
       {"TargetRows", kBoth, false, [](Copy& c) { c.to->rowTable = nullptr; }},
       {"SourceRows", kBoth, false, [](Copy& c) { c.from->rowTable = nullptr; }},
+      {"NoWidth", kBoth, true, [](Copy& c) { c.to->width = c.from->width = 0; }},
+      {"NegativeWidth", kBoth, true, [](Copy& c) { c.to->width = c.from->width = -1; }},
       {"NoStorage", kBoth, true, [](Copy& c) { c.to->storage = c.from->storage = nullptr; }},
   };
   for (const CopyCase& each : kCases) {
@@ -191,7 +197,7 @@ TEST(Helpers, OwnCopyIsParticular) {
     EXPECT_FALSE(own(nullptr, source->handle()) || own(target->handle(), nullptr));
     EXPECT_EQ(own(target->handle(), source->handle()), each.copied);
     EXPECT_EQ(session.Steps(), each.steps);
-    EXPECT_EQ(target->Read(), each.copied ? image : before);
+    EXPECT_EQ(target->Read(), each.copied && copy.to->width > 0 ? image : before);
   }
 }
 

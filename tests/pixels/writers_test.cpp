@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "tests/pixels/picture_functions.h"
@@ -90,7 +91,8 @@ TEST(WritersTest, AlphaNeedsAHostThatCan) {
   };
   for (const AlphaCase& each :
        {AlphaCase{2011.04, "", kAlphaOpened}, AlphaCase{2011.03, "", ""}, AlphaCase{0.0, "", ""},
-        AlphaCase{2012.0, "PluginNewInstance", ""}, AlphaCase{2012.0, "Picture", "instance"},
+        AlphaCase{std::nan(""), "", ""}, AlphaCase{2012.0, "PluginNewInstance", ""},
+        AlphaCase{2012.0, "Picture", "instance"},
         AlphaCase{2012.0, "Constructor(width as integer, height as integer)",
                   "instance method? drop"}}) {
     SCOPED_TRACE(std::to_string(each.version) + " without " + each.missing);
@@ -184,6 +186,10 @@ TEST(WritersTest, OwnBuffersBecomePicturesOrGo) {
       EXPECT_EQ(session.Steps(), "build clear");
       EXPECT_EQ(rendered->Read().At(9, 3), (sim::Rgba{117, 118, 119, 255}));
     } else {
+      for (const char* name : {"ClosePictureReader", "ClosePictureEditor"}) {
+        session.Call<void(PictureEditor&)>(name, editor);
+        EXPECT_EQ(editor.ownedBuffer, buffer) << "given up by the writers' name alone";
+      }
       for (int i = 0; i < 2; ++i) session.Free(editor);
       EXPECT_EQ(session.Steps(), "");
     }

@@ -1,6 +1,8 @@
 // Host values built from plain data, codes and encodings told from strings, and the recognisers.
 
 #include <gtest/gtest.h>
+#include <stdio_ext.h>
+#include <sys/mman.h>
 
 #include "tests/text/views.h"
 
@@ -35,8 +37,11 @@ TEST_P(Builders, StringsFromUnits) {
     return Build<const void*, int, unsigned long>("REALBuildUnicodeString", data, length, encoding);
   };
   EXPECT_EQ(build("ab\0c", 4, kEncodingWindowsLatin1), Built("ab\0c"s, kEncodingWindowsLatin1));
+  EXPECT_EQ(build("abc", 3, kEncodingUtf32), Built("", kEncodingUtf16));
+  host.log.Clear();
   EXPECT_EQ(build("abc", 0, kEncodingUtf8), kNull);
   EXPECT_EQ(build(nullptr, 3, kEncodingUtf8), kNull);
+  EXPECT_EQ(host.log.CallCount(), 0);
   // Either side of the work area on the stack.
   for (const int units : {1, 199, 200, 1000}) {
     std::u32string wide;
@@ -56,7 +61,13 @@ TEST_P(Builders, StringsFromUnits) {
     return Build<const char*, unsigned long, int>("CString2RBmax", text, kEncodingAscii, most)
         .first;
   };
-  for (const int most : {0, 6, 9}) EXPECT_EQ(bounded("sixsix", most), "sixsix");
+  for (const int most : {-1, 0, 6, 9}) EXPECT_EQ(bounded("sixsix", most), "sixsix");
+  // Nothing behind the bytes that may be taken is read.
+  auto* const page = static_cast<char*>(
+      mmap(nullptr, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  mprotect(page + 4096, 4096, PROT_NONE);
+  EXPECT_EQ(bounded(static_cast<char*>(std::memset(page + 4093, 'x', 3)), 3), "xxx");
+  munmap(page, 8192);
   EXPECT_EQ(bounded("sixsix", 1), "s");
   EXPECT_EQ(bounded("", 3), "null");
   EXPECT_EQ(bounded(nullptr, 3), "null");
@@ -78,8 +89,14 @@ TEST_P(Builders, FourCharacterCodes) {
   EXPECT_EQ(Ask(toCode, nullptr, 0), 0x20202020U);
   EXPECT_EQ(Build<unsigned long>("REALBuildOSTypeString", 0x54455854UL),
             Built("TEXT", kEncodingAscii));
-  EXPECT_EQ(Build<unsigned long>("REALBuildOSTypeString", 0x00450080UL),
-            Built("\0\x45\0\x80"s, kEncodingMacRoman));
+  for (size_t i = 0; i < 4; ++i) {
+    std::string bytes = "\0\x45\0\x7F"s;
+    bytes[i] = '\x80';
+    EXPECT_EQ(
+        Build<unsigned long>("REALBuildOSTypeString",
+                             (0x0045007FUL & ~(0xFFUL << (24 - 8 * i))) | 0x80UL << (24 - 8 * i)),
+        Built(bytes, kEncodingMacRoman));
+  }
 }
 
 TEST_P(Builders, LowestEncodings) {
@@ -96,6 +113,25 @@ TEST_P(Builders, LowestEncodings) {
   EXPECT_EQ(Ask(lowest, "x", kEncodingUtf16), kEncodingUtf16);
   EXPECT_EQ(Ask(lowest, "\xFF", kEncodingAscii), kEncodingAscii);
   EXPECT_EQ(host.log.Calls("PluginGetStringData") > 0, GetParam().name == "Lending"s);
+}
+
+TEST_P(Builders, NullIsTheHostsToJudge) {
+  const auto expect = [&](const char* entry, auto call) {
+    host.log.Clear();
+    call();
+    EXPECT_EQ(host.log.Sequence(), entry);
+  };
+  expect("REALConvertString", [&] { Ask("REALstringToOSType", nullptr, 0); });
+  expect("REALGetStringEncoding", [&] { Ask("REALGetLowestStringEncoding", nullptr, 0); });
+  expect("REALGetStringEncoding", [&] { Text(plugin, nullptr).Length("UTF8"); });
+  for (const char* name : {"IsMemoryBlock", "IsFolderItem"}) {
+    expect("REALLoadObjectMethod", [&] { EXPECT_FALSE(Call<bool(Object*)>(name, nullptr)); });
+  }
+  // A string that the host does not build.
+  host.settings.missing = {"REALBuildString"};
+  expect("REALSetStringEncoding", [&] {
+    EXPECT_EQ((Build<const void*, int, unsigned long>("REALBuildUnicodeString", "a", 1, 0)), kNull);
+  });
 }
 
 TEST_P(Builders, BytesAreReadAsTheyAreWhereNothingConvertsOrLends) {
@@ -125,23 +161,34 @@ TEST_P(Builders, MemoryBlocksAndRecognisers) {
     EXPECT_EQ(Call<bool(Object*, const char*)>("REALObjectIsA", exception->object(), name),
               name == "RuntimeException"s);
   }
+  host.log.Clear();
   EXPECT_FALSE(Call<bool(Object*, const char*)>("REALObjectIsA", nullptr, "Picture"));
+  EXPECT_FALSE(Call<bool(Object*, const char*)>("REALObjectIsA", item->object(), "NoSuchClass"));
+  EXPECT_EQ(host.log.Sequence(), "pluginObjectType");
 }
 
 TEST_P(Builders, RaisesWithAMessageSetAfterwards) {
   const auto raise = [&](const char* name, const char* message) {
     Call<void(const char*, const char*)>("RaiseException", name, message);
   };
+  const std::string build = "PluginNewInstance REALBuildString REALSetStringEncoding ",
+                    set = "REALSetPropValueString", drop = " REALUnlockString";
+  const auto expect = [&](const std::string& calls) {
+    EXPECT_EQ(host.log.Sequence(), calls);
+    host.log.Clear();
+  };
   host.log.Clear();
   host.settings.missing.insert("RuntimeRaiseException");
   raise("RuntimeException", "kept");
-  EXPECT_EQ(host.log.Lookups("RuntimeRaiseException"), 1);
+  expect(build + set + drop + " REALUnlockObject");
   host.settings.missing.erase("RuntimeRaiseException");
   raise("RuntimeException", "too \xE9");
-  host.log.Clear();
-  raise("NoSuchClass", nullptr);
-  EXPECT_EQ(host.log.Calls("REALUnlockString"), 0);
-  ASSERT_EQ(host.raised.size(), 2U);
+  expect(build + "RuntimeRaiseException " + set + drop);
+  for (const char* nothing : {static_cast<const char*>(nullptr), ""}) {
+    raise("NoSuchClass", nothing);
+    expect("PluginNewInstance PluginNewInstance RuntimeRaiseException " + set);
+  }
+  ASSERT_EQ(host.raised.size(), 3U);
   const sim::Object &told = *host.raised[0], &silent = *host.raised[1];
   EXPECT_EQ(told.classRef->info().name, "RuntimeException");
   const auto* message = reinterpret_cast<const sim::String*>(
@@ -152,15 +199,22 @@ TEST_P(Builders, RaisesWithAMessageSetAfterwards) {
 
   host.settings.missing.insert("NilObjectException");
   raise("NoSuchClass", "lost");
-  EXPECT_EQ(host.raised.size(), 2U);
+  EXPECT_EQ(host.raised.size(), 3U);
 }
 
 TEST_P(Builders, DebugLogWritesALineOfUtf8) {
   const auto string = host.MakeString("caf\xE9 \0 cut"s, kEncodingWindowsLatin1);
+  // As long as the host says, with no terminator behind.
+  const auto longer = host.MakeString("threefold", kEncodingUtf8);
+  longer->Claim(5);
   testing::internal::CaptureStderr();
-  Call<void(String*)>("DebugLog", string->handle());
-  Call<void(String*)>("DebugLog", nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "caf\xC3\xA9 \n\n");
+  setvbuf(stderr, nullptr, _IOFBF, 4096);
+  for (String* const each : {string->handle(), static_cast<String*>(nullptr), longer->handle()}) {
+    Call<void(String*)>("DebugLog", each);
+    EXPECT_EQ(__fpending(stderr), 0U) << "not written at once";
+  }
+  setvbuf(stderr, nullptr, _IONBF, 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "caf\xC3\xA9 \n\nthree\n");
 }
 
 TEST_P(Builders, TicksAreSixtiethsOfASecond) {

@@ -134,7 +134,9 @@ TEST_P(RbText, CopiesAndAssignmentsStandAlone) {
   text.Length("UTF32");
   {
     Text other(plugin, second.get());
+    ExpectText(other, kSamples[2]);
     Text copy(plugin, other);
+    for (size_t slot = 0; slot < 6; ++slot) EXPECT_EQ(copy.At<int32_t>(24 + 4 * slot), -1);
     ExpectText(copy, kSamples[2]);
     text.Assign(other);
     EXPECT_EQ(first->references(), 1);
@@ -142,6 +144,7 @@ TEST_P(RbText, CopiesAndAssignmentsStandAlone) {
   EXPECT_EQ(text.At<int32_t>(44), -1);
   ExpectText(text, kSamples[2]);
   text.Assign(text);
+  EXPECT_EQ(text.At<int32_t>(24), -1);
   ExpectText(text, kSamples[2]);
 }
 
@@ -163,6 +166,19 @@ TEST(RbTextRelease, FollowsTheFieldOrder) {
   EXPECT_EQ(released,
             "REALUnlockString(string#1) REALUnlockString(string#4) REALUnlockString(string#5) "
             "REALUnlockString(string#3) REALUnlockString(string#2) REALUnlockString(string#6) ");
+}
+
+TEST(RbTextRelease, GivesRecordsBackInTheirOrder) {
+  Session session({.allowLeaks = true});
+  const sim::Recorder& disposals = session.host.Record("PluginDisposeStringData");
+  const auto string = session.host.MakeString("A", kEncodingUtf8);
+  Text text(session.plugin, string.get());
+  for (const Encoding& encoding : kEncodings) text.Length(encoding.name);
+  text.Destroy();
+  ASSERT_EQ(disposals.calls.size(), 5U);
+  for (size_t i = 1; i < 5; ++i) {
+    EXPECT_EQ(disposals.calls[i][0], disposals.calls[0][0] + sizeof(REALstringData) * i);
+  }
 }
 
 TEST(RbTextLimits, TextWhoseUtf32SizeWrapsAroundIsEmpty) {

@@ -40,6 +40,14 @@ TEST(StringData, IsLeftToAHostThatLendsIt) {
   EXPECT_EQ(l.log.Lookups("StringGetCString"), 0);
 }
 
+TEST(StringData, IsLentWhereTheLowestByteOfTheAnswerSaysSo) {
+  Lending l({}, "a", kEncodingUtf8);
+  for (const bool lent : {true, false}) {
+    l.host.Record(kGet, lent ? 0x1202 : 0x1200);
+    EXPECT_EQ(l.Get(kEncodingUtf8), lent);
+  }
+}
+
 TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
   const std::string bytes = "a\0\xC3\xA9"s;
   Lending l({kGet, kDispose}, bytes, kEncodingUtf8);
@@ -62,8 +70,10 @@ TEST(StringData, IsCopiedInAFixedOrderOfCalls) {
     EXPECT_EQ(l.bytes(), expected);
     EXPECT_EQ(std::memcmp(l.bytes().end(), "\0\0\0", 4), 0);
     EXPECT_EQ(l.record.encoding, encoding);
+    const REALstringData filled = l.record;
     l.Dispose();
-    EXPECT_TRUE(l.record.reserved[0] == 79 && l.record.reserved[1] == 80);
+    EXPECT_EQ(std::memcmp(&l.record, &filled, sizeof filled), 0) << "cleared";
+    EXPECT_TRUE(filled.reserved[0] == 79 && filled.reserved[1] == 80);
     EXPECT_EQ(l.host.Imbalance(), "");
   }
 }
@@ -80,6 +90,8 @@ TEST(StringData, AFailureLeavesTheRecordAlone) {
     l.host.faults.failing = {failing};
     l.string->Claim(claim);
     EXPECT_FALSE(l.Get(kEncodingWindowsLatin1));
+    EXPECT_EQ(l.log.Lookups("StringGetCString"), 1);
+    EXPECT_EQ(l.log.Calls("REALLoadGlobalMethod"), 1) << "whatever else is missing";
     EXPECT_EQ(l.record.data, nullptr);
     EXPECT_EQ(l.record.length, 77U);
   }
@@ -166,6 +178,10 @@ TEST_P(RbDataOfStrings, HoldTheStringOrItsBytes) {
     EXPECT_EQ(data.At<uint8_t>(28), borrows ? 1 : 0);
     ExpectToEnd(data);
   }
+  if (!borrows) return;
+  session.host.faults.failing = {GetParam().conversion};
+  const auto string = session.host.MakeString("refused", kEncodingUtf8);
+  EXPECT_EQ(Data(session.plugin, string.get()).Words(), (std::array<uint32_t, 10>()));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, RbDataOfStrings, testing::ValuesIn(kTextHosts),

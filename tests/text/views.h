@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -114,6 +115,7 @@ struct TextHost {
 };
 inline constexpr TextHost kTextHosts[] = {
     {"NoVersion", 0.0, true, "REALConvertString"},
+    {"NotANumber", std::numeric_limits<double>::quiet_NaN(), true, "REALConvertString"},
     {"Before2012", 2011.99, false, "REALConvertString"},
     {"Lending", 2012.0, true, "PluginGetStringData"},
     {"Copying", 2012.0, false, "StringGetCString"},

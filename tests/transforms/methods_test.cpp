@@ -16,6 +16,10 @@ class Methods : public testing::TestWithParam<PictureSetup> {
     if (const std::string why = Install(GetParam()); !why.empty()) GTEST_SKIP() << why;
   }
 
+  static model::Format FormatOfResults() {
+    return model::FormatOf(GetParam().target, GetParam().alpha);
+  }
+
   /// Calls a method that makes a picture, and checks what must hold for all of them.
   sim::Ref<sim::Picture> Make(Session& session, const char* method, sim::Picture* source,
                               const std::vector<sim::Argument>& arguments = {}) {
@@ -33,9 +37,9 @@ class Methods : public testing::TestWithParam<PictureSetup> {
     return std::move(result.picture);
   }
 
-  void Compare(Session& session, sim::Picture* source, bool possible) {
+  void Compare(Session& session, sim::Picture* source, bool possible,
+               const model::Canvas& format = FormatOfResults()) {
     const Raster before = Raster::Of(*source);
-    const model::Format format = model::FormatOf(GetParam().target, GetParam().alpha);
     const auto expect = [&](const char* method, const Raster& expected,
                             const std::vector<sim::Argument>& arguments = {}) {
       const auto made = Make(session, method, source, arguments);
@@ -44,7 +48,16 @@ class Methods : public testing::TestWithParam<PictureSetup> {
         EXPECT_EQ(Difference(Raster::Of(*made), expected), "") << method;
       }
     };
-    for (const auto& [method, move] : kMoves) expect(method, Moved(before, format, move));
+    for (const auto& [method, move] : kMoves) {
+      Raster expected = Moved(before, format, move);
+      // Rows that move whole take their padding along, into pixels that nobody asked for.
+      const bool isWhole = move == model::kFlipRows && GetParam().source == GetParam().target;
+      const int padding = isWhole ? GetParam().extraStrideBytes / 4 : 0;
+      for (int x = before.width; x < std::min(before.width + padding, expected.width); ++x) {
+        for (int y = 0; y < before.height; ++y) expected.Word(x, y) = sim::kGuardByte * 0x01010101U;
+      }
+      expect(method, expected);
+    }
     for (const double angle : {-630.0, 180.0, -90.0, 30.0, -44.5, 100.0, 135.0, 225.5, 1e-7}) {
       expect("RotateVel", Rotated(before, format, angle, 0x80FF4011).result,
              {angle, sim::Color{0x80FF4011}});
@@ -134,10 +147,83 @@ TEST_P(Methods, RotateRandomPicturesByRandomAngles) {
     const auto source = RandomPicture(session.host, GetParam(), width, height, random);
     const auto made = Make(session, "RotateVel", source.get(), {angle, sim::Color{background}});
     ASSERT_TRUE(made);
-    const model::Format format = model::FormatOf(GetParam().target, GetParam().alpha);
-    const Raster expected = Rotated(Raster::Of(*source), format, angle, background).result;
+    const Raster expected =
+        Rotated(Raster::Of(*source), FormatOfResults(), angle, background).result;
     ASSERT_EQ(Difference(Raster::Of(*made), expected), "");
   }
+}
+
+TEST_P(Methods, FillLargerPicturesFromTheTopLeftAndRefuseSmallerOnes) {
+  for (const model::Size surplus :
+       {model::Size{3, 2}, {0, 2}, {3, 0}, {-1, 0}, {0, -1}, {3, -1}, {-1, 2}}) {
+    SCOPED_TRACE(testing::Message() << surplus.width << " x " << surplus.height);
+    sim::Settings settings = GetParam().SettingsAt(2012.0);
+    settings.surplusColumns = surplus.width, settings.surplusRows = surplus.height;
+    Session session(settings);
+    std::mt19937 random(4);
+    const auto source = RandomPicture(session.host, GetParam(), 9, 6, random);
+    // A buffer of the plugin's own has the size that it wants.
+    if (GetParam().target == StorageKind::kGdk) {
+      Compare(session, source.get(), true);
+      continue;
+    }
+    uint32_t blank = 0;
+    {
+      const auto fresh =
+          sim::Ref<sim::Picture>::Adopt(session.host.NewPicture(1, 1, GetParam().alpha));
+      blank = Raster::Of(*fresh).Word(0, 0);
+    }
+    const bool isLarger = surplus.width >= 0 && surplus.height >= 0;
+    Compare(session, source.get(), isLarger,
+            {FormatOfResults(), isLarger ? surplus : model::Size{}, blank});
+  }
+}
+
+TEST(Mirrors, MoveRowsWholeWhereFormatsAgreeAndPaddingAsFarAsItFits) {
+  if (const std::string why = sim::InstallStorage(StorageKind::kCairo); !why.empty()) {
+    GTEST_SKIP() << why;
+  }
+  Session session({.application = sim::AppKind::kDesktop});
+  ASSERT_TRUE(session.Call<bool()>("LoadCairo"));
+  // Four columns and one that is none.
+  Variable<int (*)(void*)>(session.plugin, "_cairo_image_surface_get_width") = [](void*) {
+    return 4;
+  };
+  const auto picture = session.host.MakePicture(sim::PatternImage(5, 3), {StorageKind::kCairo});
+  for (const auto& [method, move] : kMovesInPlace) {
+    const Raster before = Raster::Of(*picture);
+    Raster expected = before;
+    const bool isWhole = move == model::kFlipRows;
+    move.ForEachPixel({isWhole ? 5 : 4, 3}, [&](int x, int y, int toX, int toY) {
+      expected.Word(toX, toY) = before.Word(x, y);
+    });
+    EXPECT_TRUE(session.plugin.Call(method, picture.get()).boolean);
+    EXPECT_EQ(Difference(Raster::Of(*picture), expected), "") << method;
+  }
+  // The new picture's rows are shorter, and have no room for a fifth.
+  const Raster source = Raster::Of(*picture);
+  Raster expected(source.format, {4, 3});
+  model::kFlipRows.ForEachPixel(expected.size(), [&](int x, int y, int toX, int toY) {
+    expected.Word(toX, toY) = source.Word(x, y);
+  });
+  sim::Settings& settings = session.host.settings;
+  settings.newPictures = settings.newAlphaPictures = StorageKind::kCairo;
+  const auto made = session.plugin.Call("VMirrorVel", picture.get()).picture;
+  ASSERT_TRUE(made);
+  EXPECT_EQ(Difference(Raster::Of(*made), expected), "");
+
+  // Once the source is open, nothing is said to have an alpha channel: the formats differ.
+  using Target = void*(void*);
+  static Target* target;
+  target = std::exchange(Variable<Target*>(session.plugin, "_cairo_get_target"), [](void* context) {
+    sim::Host::Current().settings.missing = {"HasAlphaChannel"};
+    return target(context);
+  });
+  const auto alpha = session.host.MakePicture(sim::PatternImage(4, 3), {StorageKind::kCairo, true});
+  const auto opaque = session.plugin.Call("VMirrorVel", alpha.get()).picture;
+  ASSERT_TRUE(opaque);
+  EXPECT_EQ(Raster::Of(*opaque).words,
+            Moved(Raster::Of(*alpha), model::Format::kRgb, model::kFlipRows).words);
 }
 
 TEST_P(Methods, PutPixelsWhereTheyBelong) {

@@ -49,11 +49,12 @@ void Raster::Store(int x, int y, const Channels& channels) {
                                          : word(alpha / 2, red, green, blue);
 }
 
-Raster Moved(const Raster& source, Format format, const Move& move) {
-  if (move == kFlipRows && format == source.format) return MovedInPlace(source, move);
-  Raster result(format, move.Of(source.size()));
+Raster Moved(const Raster& source, const Canvas& canvas, const Move& move) {
+  const bool keepsWords = move == kFlipRows && canvas.format == source.format;
+  Raster result(canvas, move.Of(source.size()));
   move.ForEachPixel(source.size(), [&](int x, int y, int toX, int toY) {
     result.Store(toX, toY, source.Load(x, y));
+    if (keepsWords) result.Word(toX, toY) = source.Word(x, y);
   });
   return result;
 }
@@ -71,10 +72,10 @@ std::optional<int> QuarterTurnsOf(double angle) {
   return static_cast<int>(std::fmod(angle, 360.0) / 90.0 + 4) % 4;
 }
 
-Rotation Rotated(const Raster& source, Format format, double angle, uint32_t background) {
+Rotation Rotated(const Raster& source, const Canvas& canvas, double angle, uint32_t background) {
   if (const auto turns = QuarterTurnsOf(angle)) {
-    Raster turned = Moved(source, format, kTurns[*turns]);
-    return {turned, {turned.size()}};
+    const Move& turn = kTurns[*turns];
+    return {Moved(source, canvas, turn), {turn.Of(source.size())}};
   }
   const auto channel = [background](int shift) {
     return static_cast<int>(background >> shift & 255);
@@ -86,8 +87,8 @@ Rotation Rotated(const Raster& source, Format format, double angle, uint32_t bac
   Raster work = source;
   if (angle > 45.0 && angle <= 315.0) {
     const int turns = angle <= 135.0 ? 1 : angle <= 225.0 ? 2 : 3;
-    work = Moved(source, format, kTurns[turns]);
-    rotation.sizes.push_back(work.size());
+    work = Moved(source, canvas, kTurns[turns]);
+    rotation.sizes.push_back(kTurns[turns].Of(source.size()));
     angle -= turns * 90.0;
   }
   const int w = work.width, h = work.height;
@@ -97,8 +98,8 @@ Rotation Rotated(const Raster& source, Format format, double angle, uint32_t bac
   const double t = std::tan(radians * 0.5);
 
   const auto shear = [&](const Raster& from, bool rows, Size size, auto offset) {
-    Raster to(format, size);
-    for (int u = 0; u < (rows ? to.height : to.width); ++u) {
+    Raster to(canvas, size);
+    for (int u = 0; u < (rows ? size.height : size.width); ++u) {
       const double o = offset(u);
       const int k = static_cast<int>(std::floor(o));
       Skew(
@@ -111,13 +112,13 @@ Rotation Rotated(const Raster& source, Format format, double angle, uint32_t bac
   };
   const Raster first = shear(work, true, {w + static_cast<int>(h * std::abs(t)), h},
                              [&](int u) { return t >= 0 ? (u + 0.5) * t : (u - h + 0.5) * t; });
+  const int height = static_cast<int>(w * std::abs(sine) + h * cosine) + 1;
   double o = sine > 0 ? (w - 1) * sine : -sine * (w - first.width);
   const Raster second =
-      shear(first, false, {first.width, static_cast<int>(w * std::abs(sine) + h * cosine) + 1},
-            [&](int) { return std::exchange(o, o - sine); });
-  o = sine >= 0 ? (w - 1) * sine * -t : ((1 - second.height) - (w - 1) * sine) * t;
+      shear(first, false, {first.width, height}, [&](int) { return std::exchange(o, o - sine); });
+  o = sine >= 0 ? (w - 1) * sine * -t : ((1 - height) - (w - 1) * sine) * t;
   rotation.result =
-      shear(second, true, {static_cast<int>(h * std::abs(sine) + w * cosine) + 1, second.height},
+      shear(second, true, {static_cast<int>(h * std::abs(sine) + w * cosine) + 1, height},
             [&](int) { return std::exchange(o, o + t); });
   return rotation;
 }

@@ -18,13 +18,24 @@ enum class Format { kConsole, kBytes, kArgb, kRgb };
 /// How a storage keeps its pixels.
 Format FormatOf(sim::StorageKind kind, bool alpha);
 
+/// How a host answers when it is asked for a picture.
+struct Canvas {
+  Canvas(Format canvasFormat, Size canvasSurplus = {}, uint32_t canvasBlank = 0)
+      : format(canvasFormat), surplus(canvasSurplus), blank(canvasBlank) {}
+  Format format;
+  /// Columns and rows beyond those asked for.
+  Size surplus;
+  /// What all its pixels are at first.
+  uint32_t blank;
+};
+
 struct Raster {
   Raster() = default;
-  Raster(Format rasterFormat, Size size)
-      : format(rasterFormat),
-        width(size.width),
-        height(size.height),
-        words(static_cast<size_t>(width) * static_cast<size_t>(height)) {}
+  Raster(const Canvas& canvas, Size size)
+      : format(canvas.format),
+        width(size.width + canvas.surplus.width),
+        height(size.height + canvas.surplus.height),
+        words(static_cast<size_t>(width) * static_cast<size_t>(height), canvas.blank) {}
   /// The picture's stored pixels, bit by bit (three-byte pixels as red, green, blue from bit 0 on).
   static Raster Of(const sim::Picture& picture);
 
@@ -43,19 +54,19 @@ struct Raster {
 };
 
 /// Rows that stay whole and keep their format move bit by bit.
-Raster Moved(const Raster& source, Format format, const Move& move);
+Raster Moved(const Raster& source, const Canvas& canvas, const Move& move);
 /// The same with stored words kept as they are.
 Raster MovedInPlace(const Raster& source, const Move& move);
 
 /// How many quarter turns (0 to 3, counter-clockwise) an angle is, if it is just that.
 std::optional<int> QuarterTurnsOf(double angle);
 
-/// A rotation, with the sizes of all pictures that are made for it, in order.
+/// A rotation, with the sizes of all pictures that are asked for it, in order.
 struct Rotation {
   Raster result;
   std::vector<Size> sizes;
 };
 /// By any finite angle; 0 degrees are kTurns[0].
-Rotation Rotated(const Raster& source, Format format, double angle, uint32_t background);
+Rotation Rotated(const Raster& source, const Canvas& canvas, double angle, uint32_t background);
 
 }  // namespace model

@@ -1,6 +1,7 @@
 // Rotation figure by figure: the pictures it asks for, in which order it lets them go, angles and
 // sizes at the edge, and independence of the caller's floating-point and stack habits.
 
+#include <cfenv>
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -128,6 +129,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
     double weight;
     int background;
     std::vector<uint32_t> expected;
+    uint32_t sourceType = kPixelArgb32, targetType = kPixelArgb32;
   };
   const Line kLines[] = {
       {{10, 10}, 3, 0.25, 0, {0, 0, 0, 8, 10, 2, 0}},
@@ -139,6 +141,13 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       {{100, 50, 0}, -2, 0.5, 9, {25, 5, 9}},
       {{100}, 0, 0.5, 101, {100, 101}},  // rounded towards the current pixel
       {{101}, 0, 0.5, 100, {101, 100}},
+      {{}, 0, 0.5, 9, {9, 9}},
+      {{5, 6}, 0, 0.5, 9, {}},
+      {{5, 6}, INT_MIN, 0.5, 9, {9, 9}},
+      {{5, 6}, INT_MAX, 0.5, 9, {9, 9}},
+      // A format that no storage uses reads as zeros, and nothing is written in one.
+      {{5, 6}, 0, 0.0, 9, {0, 0, 9}, 9},
+      {{5, 6}, 0, 0.0, 9, {0x55, 0x55, 0x55}, kPixelArgb32, 9},
       {{255, 0}, 0, 1 - 0x1p-53, 255, {255, 254, 1}},
   };
   const Session session;
@@ -154,7 +163,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
         made.width = made.height = 1;
         (name == std::string("SkewRow") ? made.width : made.height) = length;
         made.pixels = reinterpret_cast<uint8_t*>(pixels.data());
-        made.rowBytes = made.width * 4, made.bytesPerPixel = 4, made.pixelType = kPixelArgb32;
+        made.rowBytes = made.width * 4, made.bytesPerPixel = 4;
         made.accessX = made.accessY = 99;
         return made;
       };
@@ -163,15 +172,25 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
         return channels;
       };
       std::vector<uint32_t> from = words(line.source), to(line.expected.size(), 0x55555555);
+      from.reserve(9), to.reserve(9);  // Lines without pixels lie somewhere, too.
       PictureEditor source = editor(from), target = editor(to);
+      source.pixelType = line.sourceType, target.pixelType = line.targetType;
       const int back = line.background;
       skew(source, target, 0, line.offset, line.weight, back, back, back, back);
       EXPECT_EQ(to, words(line.expected));
       // As reading and writing pixel by pixel leaves the cursors, up to the trailing one.
-      const int last =
-          target.height == 1 ? 0 : std::min(source.height + line.offset, target.height - 1);
-      EXPECT_EQ(std::tuple(source.accessX, source.accessY, target.accessX, target.accessY),
-                std::tuple(0, source.height - 1, 0, last));
+      const auto expectCursor = [](const PictureEditor& moved, bool hasPixels, int y) {
+        EXPECT_EQ(std::pair(moved.accessX, moved.accessY),
+                  hasPixels ? std::pair(0, y) : std::pair(99, 99));
+      };
+      expectCursor(source, !from.empty(), source.height - 1);
+      const int64_t trailing = int64_t{source.height} + line.offset;
+      const bool isInside = trailing >= 0 && trailing < target.height;
+      const bool isRow = name == std::string("SkewRow");
+      expectCursor(target, !to.empty(),
+                   isRow      ? 0
+                   : isInside ? static_cast<int>(trailing)
+                              : target.height - 1);
     }
   }
 }
@@ -251,6 +270,16 @@ TEST(Rotation, DoesNotDependOnItsCallersHabits) {
       ASSERT_TRUE(made.picture);
       EXPECT_EQ(Difference(Raster::Of(*made.picture), expected), "");
     }
+    // What calculations have met so far is the caller's to know as well.
+    for (const int met : {0, FE_ALL_EXCEPT}) {
+      std::feclearexcept(FE_ALL_EXCEPT);
+      std::feraiseexcept(met);
+      session.Own<sim::Picture>(session.Call<Picture*(Picture*, double, unsigned long)>(
+          "rbRotate", source->handle(), angle, 0UL));
+      session.Call<long long(Picture*, double)>("rbRotateMemory", source->handle(), angle);
+      EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), met);
+    }
+    std::feclearexcept(FE_ALL_EXCEPT);
   }
 }
 
