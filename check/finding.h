@@ -45,7 +45,7 @@ const char* NameOf(Level level);
 Level LevelOf(Kind kind);
 
 struct Finding {
-  Kind kind;
+  Kind kind = Kind::kMisuse;
   /// What is wrong, in words that are the same in every case that it is wrong in.
   std::string text;
   /// In the plugin's file, as "Sign.so+0x11d3"; empty when it is not known.
