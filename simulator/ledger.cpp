@@ -97,7 +97,8 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
   const auto isMixed = [first, last](const auto& handle) {
     const auto* const picture = dynamic_cast<const Picture*>(handle.get());
     return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->TouchesPages(first, (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
+           picture->storage->TouchesPages(first,
+                                          (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
            !picture->storage->CoversPages(first, last);
   };
   const auto found = std::ranges::find_if(handles_, isMixed);
