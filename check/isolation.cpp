@@ -92,7 +92,7 @@ std::string Joined(std::initializer_list<std::string> parts) {
 }
 
 /// "when malloc (call 2, at Sign.so+0x11d3) failed, after "call  …""
-std::string Circumstances() {
+std::string WhatWasGoingOn() {
   const std::string fault =
       sim::Host::Exists() ? DescribeFault(sim::Host::Current(), "") : std::string();
   return Joined({fault, LastOfLog()});
@@ -112,11 +112,11 @@ void OnCrash(int number, siginfo_t* signal, void* context) {
   std::signal(number, SIG_DFL);
   const Finding finding = CrashFinding(number, *signal, *static_cast<ucontext_t*>(context));
   if (isChild) {
-    Tell(finding, Circumstances());
+    Tell(finding, WhatWasGoingOn());
   } else {
     if (sim::Host::Exists()) sim::Host::Current().log.EndEchoedLine();
     std::fprintf(stderr, "%s\n",
-                 Joined({finding.text, "at " + finding.place, Circumstances()}).c_str());
+                 Joined({finding.text, "at " + finding.place, WhatWasGoingOn()}).c_str());
   }
   raise(number);
 }
@@ -124,7 +124,7 @@ void OnCrash(int number, siginfo_t* signal, void* context) {
 void OnTimeUp(int, siginfo_t*, void* context) {
   Tell({Kind::kTimeOut, "does not come to its end",
         CrashFinding(0, {}, *static_cast<ucontext_t*>(context)).place},
-       Circumstances());
+       WhatWasGoingOn());
   _exit(0);
 }
 
@@ -132,7 +132,7 @@ void OnMisuse(const sim::MisuseReport& report) {
   Tell({Kind::kMisuse, report.text,
         report.site != nullptr ? PlaceOfCall(report.site)
                                : PlaceOnStack(nullptr, __builtin_frame_address(0))},
-       Circumstances());
+       WhatWasGoingOn());
   _exit(0);
 }
 
