@@ -1,9 +1,9 @@
 #pragma once
 
 // The host's functions as free functions of the same names and types. Each is looked up by a fixed
-// entry name on first use and then called directly; arguments and result pass through unchanged. No
-// wrapper tests its arguments. When the host lacks the entry, a wrapper returns zero in its
-// result's form (null, false, 0) and writes nothing; exceptions to that stand beside the
+// entry name on first use and then called directly; arguments and result pass through unchanged.
+// The wrappers do not test their arguments. When the host lacks the entry, a wrapper returns zero
+// in its result's form (null, false, 0) and writes nothing; exceptions to all this stand beside the
 // declaration. A string, object, picture, Graphics or memory block that is returned comes with one
 // reference for the caller, who gives it back with REALUnlockString or REALUnlockObject; arguments
 // keep theirs.

@@ -1,7 +1,7 @@
 #pragma once
 
 // The way into the host: the resolver it hands over at start-up, and its version. Both are set once
-// by REALPluginMain, before any other host call, and never change afterwards.
+// by REALPluginMain, before anything is registered, and never change afterwards.
 
 #include "host/export.h"
 

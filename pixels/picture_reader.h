@@ -10,9 +10,10 @@
 
 #include "pixels/picture_editor.h"
 
-/// Opens `picture`. With `allowCopy`, an opaque desktop picture whose storage cannot be locked is
-/// read through a temporary 32-bit copy, which lives until the editor is closed; a copy is never
-/// copied again. `writable` rules the copy out and makes closing clear the picture's cache.
+/// Opens `picture`. With `allowCopy`, an opaque picture whose storage cannot be locked is, in all
+/// but console applications, read through a temporary 32-bit copy, which lives until the editor is
+/// closed; a copy is never copied again. `writable` rules the copy out and makes closing clear the
+/// picture's cache.
 VEL_EXPORT bool GetPictureReader(PictureEditor& editor, REALpictureStruct* picture,
                                  signed char allowCopy, signed char writable);
 

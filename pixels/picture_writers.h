@@ -15,7 +15,8 @@
 VEL_EXPORT bool NewPictureWriter(PictureEditor& editor, int width, int height);
 
 /// Writes into `picture` itself, covering all of it, when it is at least width x height and can be
-/// written to; else as the opaque writer.
+/// written to; into an own buffer of width x height when the host would only give a copy of its
+/// pixels; else as the opaque writer.
 VEL_EXPORT bool NewPictureWriter(PictureEditor& editor, REALpictureStruct* picture, int width,
                                  int height);
 

@@ -14,5 +14,6 @@ VEL_EXPORT bool IsFolderItem(REALobjectStruct* object);
 
 /// False for a null object and for a class the host does not know.
 VEL_EXPORT bool REALObjectIsA(REALobjectStruct* object, const char* className);
-/// ASCII when the string holds nothing beyond it (UTF-16 is not examined), else its own encoding.
+/// ASCII when the string holds nothing beyond it, else its own encoding. Only Mac Roman, UTF-8,
+/// Windows Latin-1 and bytes without a defined encoding are examined.
 VEL_EXPORT unsigned long REALGetLowestStringEncoding(REALstringStruct* string);

@@ -1,7 +1,8 @@
 #pragma once
 
 // A view of raw bytes that the host holds: a stretch of a MemoryBlock, or all bytes of a string
-// whatever its encoding. The view keeps the host's object alive and lives in one scope.
+// whatever its encoding. The view keeps the bytes alive, by a reference on the host's object or by
+// a record that the host filled, and lives in one scope.
 
 #include "host/export.h"
 #include "host/host_types.h"
@@ -18,9 +19,8 @@ class VEL_EXPORT rbData {
   /// Releases what the view holds and leaves it empty: destroying it again has no effect.
   ~rbData() noexcept(false);
 
-  // The fields are read by callers, so their order is part of the interface. An empty view has all
-  // of them zero, except that one of a block without an address, or that ends before `offset`,
-  // still holds the block.
+  // The fields are read by callers, so their order is part of the interface. A view of null has all
+  // of them zero. One of a block or string that has no bytes to show may hold it all the same.
 
   REALstringStruct* string = nullptr;      ///< one reference; below version 2012.0 only
   REALmemoryBlockStruct* block = nullptr;  ///< one reference

@@ -20,7 +20,7 @@ constinit HostEntry<HostBool(REALstringStruct*, unsigned long, REALstringData*)>
     "PluginGetStringData");
 constinit HostEntry<void(REALstringData*)> hostDispose("PluginDisposeStringData");
 
-/// The host has lent string data, and so always will: its entry stays cached.
+/// The host was asked to lend string data, and always will be: its entry stays cached.
 constinit bool hostLends = false;
 
 using ByteLengthMethod = long (*)(REALstringStruct*);

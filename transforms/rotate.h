@@ -11,8 +11,8 @@
 /// canvas just large enough for it: (floor(H|sin| + W cos) + 1) x (floor(W|sin| + H cos) + 1)
 /// pixels, of the sides and the angle that the turns leave. `background` (alpha in bits 24 to 31,
 /// red, green, blue below) fills what the picture does not cover, and its edges blend into it. Each
-/// intermediate is a host picture, released as soon as the next one stands. The result has an alpha
-/// channel when the picture has one.
+/// intermediate is a host picture, released as soon as the next one stands; that of the quarter
+/// turns stays until the end. The result has an alpha channel when the picture has one.
 ///
 /// Exact multiples of 90 degrees show no background: a quarter, half or three-quarter turn is
 /// rbRotate90, rbRotate180 or rbRotate270. A whole number of full turns, 0 included, is
