@@ -19,13 +19,12 @@ constexpr Word kWords[] = {{FaultKind::kCall, "call "},
 constexpr std::string_view kWithout = "without ";
 
 // Entries that came with some version of the host, or belong to kinds of it. Every host has the
-// others that there are.
+// others that there are, or lacks them along with these.
 constexpr std::string_view kOptionalEntries[] = {
     "REALGetRBVersion",
     "REALLockPictureDescription",
     "RuntimeGraphicsDrawPicture",
     "PluginGetStringData",
-    "PluginDisposeStringData",
     "StringGetCString",
     "RuntimeArrayDirectGetInsertProc",
     "RuntimeArrayDirectGetGetProc",

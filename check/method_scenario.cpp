@@ -59,7 +59,9 @@ class PluginScenario : public Scenario {
   std::vector<Finding> Compare(const std::string&, const Usual&) override { return {}; }
 
   std::vector<Finding> LookRound() override {
-    std::vector<Finding> findings = ProcessState::Now().Changes(process_);
+    // As of memory, what the first time keeps is no matter; what comes with every time is.
+    std::vector<Finding> findings =
+        ProcessState::Now().Changes(process_, std::exchange(isFirst_, false));
     if (TakeOutput()) findings.push_back({Kind::kOutput, "prints to standard output"});
     for (const sim::LogLine& line : host_.log.lines) {
       const bool unknown = line.kind == sim::LogLine::kLookup && line.failed &&
@@ -96,6 +98,7 @@ class PluginScenario : public Scenario {
   }
 
   ProcessState process_;
+  bool isFirst_ = true;
   std::set<std::string> namesTold_;
 };
 

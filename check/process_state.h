@@ -14,8 +14,8 @@ class ProcessState {
  public:
   /// As things are now.
   static ProcessState Now();
-  /// What is no longer as it was.
-  std::vector<Finding> Changes(const ProcessState& before) const;
+  /// What is no longer as it was; of open files and threads only where more are not allowed.
+  std::vector<Finding> Changes(const ProcessState& before, bool mayKeepMore) const;
 
  private:
   /// By what it is called: "the locale", "the working folder", "the handler of SIGINT".

@@ -127,6 +127,12 @@ class CaseRun {
       if (outcome != shown_.outcome) Find(scenario_.Compare(outcome, shown_));
       kept.push_back(WhatIsKept(host_));
     }
+    // A cache of some entries has all of them at some time; a leak goes on.
+    constexpr int kMostTimes = 40;
+    for (int time = 0; time < kMostTimes && Grows(kept) && scenario_.Renew(); ++time) {
+      Once();
+      kept = {kept[1], kept[2], WhatIsKept(host_)};
+    }
     if (kept.size() == 3) {
       FindMore(kept[2], kept[1], std::max(kept[0].BlockCount(), kept[1].BlockCount()),
                std::max(kept[0].ReferenceCount(), kept[1].ReferenceCount()));
@@ -135,6 +141,14 @@ class CaseRun {
       shown_.memory = std::max(shown_.memory, each.BlockCount());
       shown_.references = std::max(shown_.references, each.ReferenceCount());
     }
+  }
+
+  static bool Grows(const std::vector<Kept>& kept) {
+    if (kept.size() != 3) return false;
+    const auto most = [&kept](auto count) { return std::max(count(kept[0]), count(kept[1])); };
+    const auto blocks = [](const Kept& each) { return each.BlockCount(); };
+    const auto references = [](const Kept& each) { return each.ReferenceCount(); };
+    return blocks(kept[2]) > most(blocks) || references(kept[2]) > most(references);
   }
 
   /// What `now` has more than `before`, where it has more than may be.

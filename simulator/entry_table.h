@@ -49,10 +49,12 @@ using velpicture::EntryName;
 /// called (which the host's own calls of its entries leave as it is).
 class CallScope {
  public:
-  CallScope(Host& host, const char* name, const void* site) : now_(host.now), outer_(host.now) {
+  /// With `anyThread`, also for what is no entry, such as a function of the C library.
+  CallScope(Host& host, const char* name, const void* site, bool anyThread = false)
+      : now_(host.now), outer_(host.now) {
     now_.entry = name;
     if (now_.site == nullptr) now_.site = site;
-    if (pthread_equal(host.thread, pthread_self()) == 0) {
+    if (!anyThread && pthread_equal(host.thread, pthread_self()) == 0) {
       now_.site = site;
       host.Misuse("called from another thread than the host's");
     }

@@ -98,7 +98,7 @@ void* Allocate(const char* name, size_t size, Site site, bool isZero, Make make)
 void Forget(const char* name, void* address, Site site) {
   if (!Host::Exists()) return;
   Host& host = Host::Current();
-  const CallScope scope(host, name, site);
+  const CallScope scope(host, name, site, /*anyThread=*/true);
   Show(name, Describe(address), false, "");
   const auto former = host.ledger.pluginAllocations.extract(address);
   if (!former) return;
@@ -123,7 +123,7 @@ void* Reallocate(const char* name, void* address, size_t size, Site site) {
   if (Fails(name, arguments, site)) return nullptr;
   if (!Host::Exists()) return std::realloc(address, size);
   Host& host = Host::Current();
-  const CallScope scope(host, name, site);
+  const CallScope scope(host, name, site, /*anyThread=*/true);
   auto former = host.ledger.pluginAllocations.extract(address);
   if (former) host.CheckFence(address, former.mapped());
   const size_t kept = former               ? former.mapped().size
@@ -205,7 +205,7 @@ ssize_t ReadPart(const char* name, char** line, size_t* size, int end, FILE* fil
   if (Fails(name, "*", site)) return -1;
   if (!Host::Exists()) return getdelim(line, size, end, file);
   Host& host = Host::Current();
-  const CallScope scope(host, name, site);
+  const CallScope scope(host, name, site, /*anyThread=*/true);
   if (const auto former = host.ledger.pluginAllocations.extract(*line)) {
     host.CheckFence(*line, former.mapped());
   }

@@ -236,6 +236,29 @@ const Fault kFaults[] = {
        if (kept == nullptr) kept = std::malloc(100);
        return true;
      }},
+    {"keeps_some",
+     [](Picture*) {
+       static void* ring[6];
+       void*& oldest = ring[calls % 6];
+       std::free(oldest);
+       oldest = std::malloc(100);
+       return true;
+     }},
+    {"keeps_file",
+     [](Picture*) {
+       static const int file = open("/dev/null", O_RDONLY);
+       return file >= 0;
+     }},
+    {"frees_in_thread",
+     [](Picture*) {
+       pthread_t thread;
+       const auto release = [](void* block) -> void* {
+         std::free(block);
+         return nullptr;
+       };
+       return pthread_create(&thread, nullptr, release, std::malloc(9)) == 0 &&
+              pthread_join(thread, nullptr) == 0;
+     }},
     {"own_pages",
      [](Picture*) {
        constexpr size_t kSize = 1 << 16;
