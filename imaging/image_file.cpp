@@ -138,7 +138,7 @@ Image ReadImage(const std::string& path) {
     DropPreview(image.metadata.exif);
     return image;
   } catch (const TooLarge&) {
-    throw FileError(path + " is too large to decode in 32 bits: give 16384 x 16384 at most");
+    throw FileError(path + " is too large to decode in 32 bits: give 268 million pixels at most");
   } catch (const CodecError& error) {
     throw FileError(path + " is cut off or damaged (" + error.what() + "): give a whole picture");
   }

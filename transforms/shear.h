@@ -14,8 +14,7 @@
 // Formats may differ between source and destination: channels are read as GetPixel reads them and
 // stored as SetPixel stores them. Lines are found in both pictures at the same index, which lies
 // inside both; the two share no memory. Destination lines may be longer or shorter than the
-// source's; nothing but their pixels is written, and all of these, the last ones perhaps
-// twice.
+// source's; nothing but their pixels is written, and all of these, the last ones perhaps twice.
 
 #include "host/export.h"
 #include "pixels/picture_editor.h"
