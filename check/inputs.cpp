@@ -98,6 +98,11 @@ sim::String* Inputs::TextFor(TextChoice choice) {
   return nullptr;
 }
 
+void Inputs::Release() {
+  pictures_.clear();
+  texts_.clear();
+}
+
 std::vector<sim::Argument> Inputs::Arguments(const sim::Method& method, const ArgumentSet& set) {
   using sim::Type;
   std::vector<sim::Argument> arguments;

@@ -49,6 +49,8 @@ class Inputs {
   /// A picture with a mask, always of the same pixels; null where there can be none.
   sim::Picture* NewReceiver();
   std::vector<sim::Argument> Arguments(const sim::Method& method, const ArgumentSet& set);
+  /// Gives up what was made so far: whoever kept an address without a reference has nothing then.
+  void Release();
 
  private:
   sim::Picture* NewPicture(Size size, const sim::PictureOptions& options, const char* title);

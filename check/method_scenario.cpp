@@ -189,7 +189,14 @@ class MethodScenario final : public PluginScenario {
 
   std::string Title() const override { return case_.method; }
   std::string Subject() override { return receiver_->Describe(); }
-  bool Renew() override { return (receiver_ = inputs_.NewReceiver()) != nullptr; }
+  bool Renew() override {
+    // What was left locked cannot be released, as has been told by then.
+    if (host_.Account().empty()) {
+      results_.clear();
+      inputs_.Release();
+    }
+    return (receiver_ = inputs_.NewReceiver()) != nullptr;
+  }
 
   std::string Run() override {
     threw_ = true;

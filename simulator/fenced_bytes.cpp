@@ -45,7 +45,10 @@ FencedBytes::~FencedBytes() {
   if (pageBytes_ == 0) {
     std::free(block_);
   } else {
-    munmap(block_, pageBytes_ + 2 * kPageBytes);
+    // Closed for good: were the pages given back, the next picture might open them again to whoever
+    // kept an address.
+    madvise(block_, pageBytes_ + 2 * kPageBytes, MADV_DONTNEED);
+    mprotect(block_, pageBytes_ + 2 * kPageBytes, PROT_NONE);
   }
 }
 

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "tests/check/broken_host.h"
 
@@ -154,6 +155,12 @@ const Fault kFaults[] = {
        return WithBlock(picture, [](ConsolePixelBlock& block) {
          static_cast<void>(*static_cast<volatile uint8_t*>(block.rowTable[0] - 1));
        });
+     }},
+    {"kept_picture",
+     [](Picture* picture) {
+       static Picture* kept = nullptr;
+       Picture* const former = std::exchange(kept, picture);
+       return former == nullptr || WithRows(former, [](uint32_t**) {});
      }},
     {"kept_pixels",
      [](Picture* picture) {
