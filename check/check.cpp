@@ -249,11 +249,15 @@ CaseResult RunOneCase(const CheckOptions& options, const std::string& name) {
     undisturbed.variant.disturbance = {};
     usual = Learn(loaded, undisturbed, options.seconds);
   }
+  // Asked before this process has the plugin started.
+  const bool isLitter =
+      !isDisturbed && each.method != kStartUp && DependsOnLitter(loaded, each, options.seconds);
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   ExplainCrashes();
   LimitTime(options.seconds);
-  const CaseReport report = RunCase(loaded, each, isDisturbed ? &usual : nullptr, stdout);
+  CaseReport report = RunCase(loaded, each, isDisturbed ? &usual : nullptr, stdout);
   alarm(0);
+  if (isLitter) BlameLitter(report.findings);
   return {each.Name(), report.findings, report.skipped};
 }
 

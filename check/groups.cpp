@@ -131,25 +131,13 @@ class GroupRun {
     return last_;
   }
 
-  /// A result that differs from call to call may be a counter or a clock. When it is the same in
-  /// two processes, and another in one where other litter lies around, it is the litter's.
-  void LookForLitter(Variant variant) {
-    const auto differs =
-        std::find_if(last_.findings.begin(), last_.findings.end(),
-                     [](const Finding& finding) { return finding.kind == Kind::kOtherResult; });
-    if (differs == last_.findings.end()) return;
-    const auto outcome = [&](unsigned litter) {
-      variant.litter = litter;
-      const Case each{group_.method, group_.setup, group_.version, variant};
-      const Ending ending = RunIsolated(
-          [&] { return RunCase(loaded_, each, nullptr).shown.outcome; }, limits_.seconds);
-      return ending.returned ? ending.text : "";
-    };
-    const std::string& first = report_.shown.outcome;
-    if (outcome(0) != first || (outcome(1) == first && outcome(2) == first)) return;
-    differs->kind = Kind::kLitter;
-    differs->text = "depends on what nobody wrote";
-    differs->level = LevelOf(Kind::kLitter);
+  void LookForLitter(const Variant& variant) {
+    const bool differs =
+        std::any_of(last_.findings.begin(), last_.findings.end(),
+                    [](const Finding& finding) { return finding.kind == Kind::kOtherResult; });
+    const Case each{group_.method, group_.setup, group_.version, variant};
+    if (!differs || !DependsOnLitter(loaded_, each, limits_.seconds)) return;
+    BlameLitter(last_.findings);
     result_.cases.back() = last_;
   }
 
@@ -244,6 +232,26 @@ Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds) {
     throw Refused("the undisturbed case does not come to its end: --case '" + each.Name() + "'");
   }
   return nlohmann::json::parse(ending.text).get<CaseReport>().shown;
+}
+
+bool DependsOnLitter(LoadedPlugin& loaded, Case each, double seconds) {
+  const auto outcome = [&](unsigned litter) {
+    each.variant.litter = litter;
+    const Ending ending =
+        RunIsolated([&] { return RunCase(loaded, each, nullptr).shown.outcome; }, seconds);
+    return ending.returned ? ending.text : "";
+  };
+  const std::string first = outcome(0);
+  return outcome(0) == first && (outcome(1) != first || outcome(2) != first);
+}
+
+void BlameLitter(std::vector<Finding>& findings) {
+  for (Finding& finding : findings) {
+    if (finding.kind != Kind::kOtherResult) continue;
+    finding.kind = Kind::kLitter;
+    finding.text = "depends on what nobody wrote";
+    finding.level = LevelOf(Kind::kLitter);
+  }
 }
 
 std::string Packed(const GroupResult& result) { return Dumped(result); }

@@ -43,6 +43,12 @@ GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits&
 /// What an undisturbed case shows; throws Refused when it does not come to its end.
 Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds);
 
+/// Whether what an undisturbed case gives is the same in two processes, and another in one where
+/// other litter lies around: then it is the litter's, and no counter's or clock's.
+bool DependsOnLitter(LoadedPlugin& loaded, Case each, double seconds);
+/// Says so of a finding that a result differs.
+void BlameLitter(std::vector<Finding>& findings);
+
 /// For the way from one process to another.
 std::string Packed(const GroupResult& result);
 GroupResult Unpacked(const std::string& text);

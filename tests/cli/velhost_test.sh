@@ -356,6 +356,7 @@ CASES
   sed -n "s/^    .* --case //p" "$said" | sort -u >repeats
   [ -s repeats ] || fail "no lines to repeat"
   while read -r each; do eval "expect 1 --check '$PLUGIN' --case $each"; done <repeats
+  FAULT=parameter expect 1 --check "$PLUGIN" --case "$case"
   FAULT=hang expect 1 --check "$PLUGIN" --case "$case" --case-seconds 1
   says "^timed out"
 }
