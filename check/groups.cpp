@@ -2,6 +2,7 @@
 
 #include <fnmatch.h>
 
+#include <algorithm>
 #include <chrono>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -49,8 +50,8 @@ class GroupRun {
 
   GroupResult Run() {
     Variant first;
-    CaseResult& usual = Try(first, nullptr);
-    if (usual.findings.size() == 1 && usual.findings[0].kind == Kind::kAlignment) {
+    Try(first, nullptr);
+    if (last_.findings.size() == 1 && last_.findings[0].kind == Kind::kAlignment) {
       // Whatever else there is to find is found for a caller that it gets along with.
       first.aligned = true;
       Try(first, nullptr);
@@ -97,7 +98,7 @@ class GroupRun {
   }
 
   /// Runs a case; afterwards last_ is its result, and report_ what it showed if it returned.
-  CaseResult& Try(const Variant& variant, const Usual* usual) {
+  void Try(const Variant& variant, const Usual* usual) {
     const Case each{group_.method, group_.setup, group_.version, variant};
     last_ = {each.Name(), {}};
     const auto start = std::chrono::steady_clock::now();
@@ -128,7 +129,6 @@ class GroupRun {
     if (!returned_ && ending.finding.kind == Kind::kTimeOut) ++timeOuts_;
     result_.cases.push_back(last_);
     if (usual == nullptr && returned_) LookForLitter(variant);
-    return last_;
   }
 
   void LookForLitter(const Variant& variant) {

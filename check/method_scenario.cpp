@@ -10,7 +10,6 @@
 #include "check/isolation.h"
 #include "check/places.h"
 #include "check/process_state.h"
-#include "check/refused.h"
 
 namespace check {
 namespace {
