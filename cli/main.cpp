@@ -2,6 +2,8 @@
 // picture or a check failed, 2 when the command line is not right or would replace a file, 130
 // after Ctrl-C.
 
+#include <dlfcn.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -18,7 +20,12 @@
 namespace velhost {
 namespace {
 
+// This program has its C++ run-time library within, plugins may bring the shared one. Opened along
+// with a plugin, that would take names from it, stay, and so keep the plugin from being unloaded.
+void OpenSharedRunTime() { dlopen("libstdc++.so.6", RTLD_LAZY | RTLD_GLOBAL); }
+
 int Run(const Options& options) {
+  OpenSharedRunTime();
   if (!options.check.plugin.empty()) return CheckPlugin(options);
   if (options.output == imaging::kStandardOutput) imaging::KeepStandardOutput();
   MethodRunner runner(options);

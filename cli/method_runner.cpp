@@ -52,10 +52,14 @@ std::string NameOf(const Options& options) {
 
 std::string PluginPath(const Options& options) {
   namespace fs = std::filesystem;
-  const fs::path path = options.plugin.empty()
-                            ? fs::read_symlink("/proc/self/exe").replace_filename("VelPicture.so")
-                            : fs::absolute(options.plugin);
   std::error_code error;
+  fs::path path = options.plugin;
+  if (path.empty()) {
+    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
+    path = folder / "VelPicture.so";
+    if (!fs::exists(path, error)) path = folder / VELHOST_PLUGIN_FOLDER / "VelPicture.so";
+  }
+  path = fs::absolute(path);
   if (!fs::exists(path, error)) {
     throw UserError("there is no plugin " + path.string() +
                     ": build it, or name one with --plugin FILE");

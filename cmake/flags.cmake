@@ -7,6 +7,9 @@
 # must not depend on the compiler.
 add_compile_options(-msse2 -mfpmath=sse -ffp-contract=off)
 
+# What is built knows no folder of the machine.
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+
 # Timing where no 32-bit program can run: the plugin and the benchmark as 64-bit code, whose kernels
 # do without the registers that 32-bit code lacks (GCC only: see transforms/kernels/kernels.cmake).
 option(VEL_STAND_IN "Build the 64-bit stand-in for timing: benchmark and kernel tests alone" OFF)
@@ -59,4 +62,26 @@ function(velpicture_plugin target)
     -include ${PROJECT_SOURCE_DIR}/cmake/passing_exceptions.h)
   target_link_options(${target} PRIVATE -nodefaultlibs -Wl,-z,defs)
   target_link_libraries(${target} PRIVATE -lm -lc -lgcc)
+endfunction()
+
+# Makes `target` a program that runs where a C library is: the C++ run-time library is within. What
+# plugins need of it to let exceptions pass is shown to them.
+function(velpicture_standalone target)
+  if(VEL_SANITIZE OR VEL_FUZZ)
+    return()
+  endif()
+  set(shown ${PROJECT_SOURCE_DIR}/cmake/exceptions.list)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${shown})
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -m32 -print-file-name=libgcc_eh.a
+    OUTPUT_VARIABLE unwinder OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  set(renamed ${CMAKE_CURRENT_BINARY_DIR}/unwinder.a)
+  add_custom_command(OUTPUT ${renamed} COMMAND ${CMAKE_OBJCOPY}
+    --redefine-sym _Unwind_Resume=velpicture_unwind_resume ${unwinder} ${renamed})
+  target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/shown_resume.cpp ${renamed})
+  # The names after -u may be wanted by a plugin alone.
+  target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc -Wl,--gc-sections
+    -Wl,--dynamic-list=${shown} -Wl,-u,__cxa_rethrow -Wl,-u,_ZSt17current_exceptionv
+    -Wl,-u,_ZSt19uncaught_exceptionsv -Wl,-u,__cxa_current_exception_type
+    -Wl,-u,__cxa_call_unexpected)
+  target_link_libraries(${target} PRIVATE ${renamed})
 endfunction()

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -26,7 +25,7 @@ struct TableRow {
 
 inline std::vector<TableRow> ReadExportTable() {
   std::vector<TableRow> rows;
-  std::ifstream table(std::filesystem::path(__FILE__).replace_filename("exported_names.txt"));
+  std::ifstream table(VEL_PROJECT "/tests/host/exported_names.txt");
   const std::regex form(R"(([^#].*?)(?: = (\w+) (\w+)| : (\d+) (.+))?)");
   for (std::string line; std::getline(table, line);) {
     std::smatch parts;

@@ -4,13 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <set>
 #include <sstream>
 
 namespace {
 
-const std::filesystem::path kProject =
-    std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
+const std::filesystem::path kProject = VEL_PROJECT;
 
 class SharedObject : public testing::Test {
  protected:
