@@ -28,8 +28,7 @@ const sim::HostKind& KindOf(const Options& options) {
 void InstallStorage(const Options& options) {
   const std::string missing = sim::InstallStorage(KindOf(options).opaque);
   if (missing.empty()) return;
-  throw UserError("--host " + options.host + " cannot start: " + missing +
-                  " (./run fetches the 32-bit libraries and starts a display)");
+  throw UserError("--host " + options.host + " cannot start: " + missing);
 }
 
 sim::Settings SettingsFor(const Options& options) {

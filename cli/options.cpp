@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <iterator>
+#include <sstream>
+
 #include "cli/method_runner.h"
 #include "cli/user_error.h"
 #include "transforms/kernels/variant_names.h"
@@ -9,15 +12,36 @@
 namespace velhost {
 namespace {
 
+const std::vector<std::string> kFormats = {"png", "jpg", "bmp"};
+
 constexpr const char* kAbout =
     "Loads VelPicture.so into a simulated host and runs its Picture methods on\n"
     "picture files.";
 
-constexpr const char* kExamples =
+constexpr const char* kFooter =
     "Examples:\n"
     "  velhost photo.jpg -m Rotate90Vel -o turned.png\n"
     "  velhost -m \"RotateVel(30, &cFFFFFFFF)\" -m HMirrorVel photo.png -o both.png\n"
-    "  velhost *.jpg -m \"CloneVel(320, 240)\" -o thumbnails/\n";
+    "  velhost *.jpg -m \"CloneVel(320, 240)\" -o thumbnails/\n"
+    "  velhost --check MyPlugin.so --quick\n\n"
+    "Exit status:\n"
+    "    0  all went well\n"
+    "    1  a picture or the check failed\n"
+    "    2  the command line is wrong, or a file would be replaced: nothing was done\n"
+    "  130  ended by Ctrl-C\n";
+
+/// What --help shows in the place of an option's value: its choices, of which completions know,
+/// too.
+std::string Choices(const std::vector<std::string>& words) {
+  std::string choices;
+  for (const std::string& word : words) choices += (choices.empty() ? "" : "|") + word;
+  return choices;
+}
+
+std::vector<std::string> KernelNames() {
+  std::istringstream list(velpicture::kVariantList);
+  return {std::istream_iterator<std::string>(list), {}};
+}
 
 // What can be seen to be missing before any work is done.
 void Complete(Options& options) {
@@ -63,10 +87,10 @@ sim::Rgba ParseBackground(const std::string& text) {
 
 }  // namespace
 
-std::optional<Options> ParseOptions(int argc, const char* const* argv) {
-  Options options;
-  CLI::App app(kAbout, "velhost");
-  app.footer(kExamples);
+void DeclareOptions(CLI::App& app, Options& options) {
+  app.name("velhost");
+  app.description(kAbout);
+  app.footer(kFooter);
   app.get_formatter()->column_width(24);
   app.set_help_flag("-h,--help", "show this");
   app.set_version_flag("-V,--version", "velhost " VELPICTURE_VERSION, "show the version");
@@ -79,16 +103,16 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
                  "several are called in order, each with an -m of its own")
       ->option_text("CALL")
       ->allow_extra_args(false);
-  auto* const output = app.add_option("-o,--output", options.output,
-                                      "file to write (.png, .jpg, .bmp), a folder for files of\n"
-                                      "the same names (FOLDER/), or - for standard output")
-                           ->option_text("FILE");
+  app.add_option("-o,--output", options.output,
+                 "file to write (.png, .jpg, .bmp), a folder for files of\n"
+                 "the same names (FOLDER/), or - for standard output")
+      ->option_text("FILE");
   app.add_flag("--force", options.force, "replace files, also the pictures themselves");
   app.add_option("--format", options.write.format,
-                 "png, jpg or bmp, whatever the names say; without it the\n"
-                 "ending tells, and - is written as PNG")
-      ->option_text("FORMAT")
-      ->check(CLI::IsMember({"png", "jpg", "bmp"}));
+                 "whatever the names say; without it the ending tells, and\n"
+                 "- is written as PNG")
+      ->option_text(Choices(kFormats))
+      ->check(CLI::IsMember(kFormats));
   app.add_option("--quality", options.write.quality,
                  "of JPEG files, 1 to 100; without it JPEG pictures keep\n"
                  "theirs, others get 95")
@@ -126,9 +150,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
       ->option_text("PATTERN");
   app.add_flag("--quick", check.quick, "one console and one desktop set-up at the newest version");
   app.add_flag("--list-cases", check.listed, "name the cases of the check instead");
-  app.add_option("--level", options.telling.level,
-                 "what counts as a failure: error, warning or pedantic\n[warning]")
-      ->option_text("LEVEL")
+  app.add_option("--level", options.telling.level, "what counts as a failure [warning]")
+      ->option_text("error|warning|pedantic")
       ->transform(CLI::CheckedTransformer(
           std::map<std::string, check::Level>{{"error", check::Level::kError},
                                               {"warning", check::Level::kWarning},
@@ -147,21 +170,22 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
       ->option_text("FILE");
   app.add_option("--junit", options.junit, "the same as XML, which CI systems read")
       ->option_text("FILE");
-  std::string hosts;
-  for (const std::string& name : HostNames()) hosts += (hosts.empty() ? "" : ", ") + name;
-  app.add_option("--host", options.host, "kind of host: " + hosts + " [console]")
-      ->option_text("KIND")
+  app.add_option("--host", options.host, "kind of host [console]")
+      ->option_text(Choices(HostNames()))
       ->check(CLI::IsMember(HostNames()));
   app.add_option("--host-version", options.hostVersion, "what the host says it is [2012.01]")
       ->option_text("NUMBER")
       ->check(CLI::Range(0.0, 9999.0));
   app.add_option("--plugin", options.plugin, "plugin to load [VelPicture.so beside velhost]")
       ->option_text("FILE");
-  app.add_option("--kernels", options.kernels,
-                 "pixel kernels to use, of" + std::string(velpicture::kVariantList) +
-                     "\n[the fastest that the processor has]")
-      ->option_text("NAME");
+  app.add_option("--kernels", options.kernels, "pixel kernels to use [the fastest that can run]")
+      ->option_text(Choices(KernelNames()));
+}
 
+std::optional<Options> ParseOptions(int argc, const char* const* argv) {
+  Options options;
+  CLI::App app;
+  DeclareOptions(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {
@@ -171,7 +195,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
     throw UserError(std::string(error.what()) + " (velhost --help shows what there is)");
   }
   CheckCompany(app);
-  if (options.sheet && output->empty()) options.output = "out/sheet.png";
+  if (options.sheet && app.count("--output") == 0) options.output = "out/sheet.png";
   Complete(options);
   return options;
 }

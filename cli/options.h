@@ -9,6 +9,10 @@
 #include "check/check.h"
 #include "imaging/image_file.h"
 
+namespace CLI {
+class App;
+}
+
 namespace velhost {
 
 /// What the command line asks for.
@@ -35,6 +39,10 @@ struct Options {
   std::string json;           ///< file for them; empty for none
   std::string junit;
 };
+
+/// Tells `app` all that a command line may hold, and to write it into `options`, which must outlive
+/// it. The text in the place of a value is its choices (png|jpg|bmp), or in capitals what it is.
+void DeclareOptions(CLI::App& app, Options& options);
 
 /// Reads the command line. Empty when only help was asked for (and given); throws UserError when
 /// the options cannot be understood or lack something.

@@ -1,4 +1,4 @@
-# What is installed, and where: by default in the folders of the system (GNUInstallDirs), as the
+# The plugin as it is installed: by default in the folders of the system (GNUInstallDirs), as the
 # component `release` flat, which tools/release packs. The headers are those that the plugin is built
 # from. They must stand without the rest, from C++11 on: tools/check-release looks.
 include(GNUInstallDirs)
@@ -47,7 +47,7 @@ set(own_folder ${CMAKE_INSTALL_LIBDIR}/velpicture)
 install(TARGETS VelPicture LIBRARY DESTINATION ${own_folder} ${file_mode})
 install_headers(${CMAKE_INSTALL_INCLUDEDIR}/velpicture)
 install_packages(${own_folder} ${CMAKE_INSTALL_INCLUDEDIR}/velpicture ${CMAKE_INSTALL_LIBDIR})
-install(FILES CHANGELOG.md LICENSE ${pages} docs/velhost.md docs/check.md docs/sample.png
+install(FILES CHANGELOG.md LICENSE ${pages} docs/sample.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/example docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
@@ -55,7 +55,7 @@ set(release COMPONENT release EXCLUDE_FROM_ALL)
 install(TARGETS VelPicture LIBRARY DESTINATION . ${file_mode} ${release})
 install_headers(include ${release})
 install_packages(. include lib ${release})
-install(FILES docs/release.md DESTINATION . RENAME README.md ${release})
+install(FILES docs/archives/VelPicture.md DESTINATION . RENAME README.md ${release})
 install(FILES CHANGELOG.md LICENSE DESTINATION . ${release})
 install(FILES ${pages} docs/sample.png DESTINATION docs ${release})
 install(DIRECTORY docs/example docs/pictures DESTINATION docs ${release}

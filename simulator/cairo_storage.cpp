@@ -42,7 +42,7 @@ struct Cairo {
   std::string problem;
 
   Cairo() {
-    SharedLibrary library("libcairo.so.2");
+    SharedLibrary library("libcairo.so.2", "libcairo2");
     library.Find(surfaceCreate, "cairo_image_surface_create_for_data");
     library.Find(surfaceStatus, "cairo_surface_status");
     library.Find(surfaceFlush, "cairo_surface_flush");

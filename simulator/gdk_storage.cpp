@@ -34,7 +34,7 @@ struct Gdk {
   std::string problem;
 
   Gdk() {
-    SharedLibrary library("libgdk-x11-2.0.so.0");
+    SharedLibrary library("libgdk-x11-2.0.so.0", "libgtk2.0-0");
     library.Find(initCheck, "gdk_init_check");
     library.Find(rootWindow, "gdk_get_default_root_window");
     library.Find(drawableDepth, "gdk_drawable_get_depth");

@@ -11,8 +11,11 @@ namespace sim {
 
 class SharedLibrary {
  public:
-  explicit SharedLibrary(const char* name) : library_(dlopen(name, RTLD_NOW)) {
-    if (library_ == nullptr) problem_ = dlerror();
+  /// `package`: what Debian calls the one that brings it.
+  SharedLibrary(const char* name, const char* package) : library_(dlopen(name, RTLD_NOW)) {
+    if (library_ != nullptr) return;
+    const char* const architecture = sizeof(void*) == 4 ? ":i386" : "";
+    problem_ = std::string(dlerror()) + " (Debian's package " + package + architecture + ")";
   }
 
   /// Points `function` to the library's entry of that name; null when the library or the entry is

@@ -19,7 +19,7 @@ struct GdkPixbuf {
   std::string problem;
 
   GdkPixbuf() {
-    sim::SharedLibrary library("libgdk_pixbuf-2.0.so.0");
+    sim::SharedLibrary library("libgdk_pixbuf-2.0.so.0", "libgdk-pixbuf-2.0-0");
     library.Find(newFromData, "gdk_pixbuf_new_from_data");
     library.Find(flip, "gdk_pixbuf_flip");
     library.Find(rotateSimple, "gdk_pixbuf_rotate_simple");

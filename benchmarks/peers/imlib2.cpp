@@ -27,7 +27,7 @@ struct Imlib2 {
   std::string problem;
 
   Imlib2() {
-    sim::SharedLibrary library("libImlib2.so.1");
+    sim::SharedLibrary library("libImlib2.so.1", "libimlib2");
     library.Find(createImage, "imlib_create_image");
     library.Find(getData, "imlib_image_get_data");
     library.Find(putBackData, "imlib_image_put_back_data");

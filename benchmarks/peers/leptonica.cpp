@@ -27,7 +27,7 @@ struct Leptonica {
   std::string problem;
 
   Leptonica() {
-    sim::SharedLibrary library("liblept.so.5");
+    sim::SharedLibrary library("liblept.so.5", "liblept5");
     library.Find(create, "pixCreate");
     library.Find(data, "pixGetData");
     library.Find(destroy, "pixDestroy");

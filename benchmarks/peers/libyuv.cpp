@@ -20,7 +20,7 @@ struct Libyuv {
   std::string problem;
 
   Libyuv() {
-    sim::SharedLibrary library("libyuv.so.0");
+    sim::SharedLibrary library("libyuv.so.0", "libyuv0");
     library.Find(copy, "ARGBCopy");
     library.Find(mirror, "ARGBMirror");
     library.Find(mirrorThreeBytes, "RGB24Mirror");

@@ -27,7 +27,7 @@ struct Pixman {
   std::string problem;
 
   Pixman() {
-    sim::SharedLibrary library("libpixman-1.so.0");
+    sim::SharedLibrary library("libpixman-1.so.0", "libpixman-1-0");
     library.Find(createBits, "pixman_image_create_bits_no_clear");
     library.Find(setTransform, "pixman_image_set_transform");
     library.Find(setFilter, "pixman_image_set_filter");

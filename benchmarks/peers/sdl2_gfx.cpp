@@ -16,7 +16,7 @@ struct Sdl2Gfx {
   std::string problem;
 
   Sdl2Gfx() {
-    sim::SharedLibrary library("libSDL2_gfx-1.0.so.0");
+    sim::SharedLibrary library("libSDL2_gfx-1.0.so.0", "libsdl2-gfx-1.0-0");
     // The first two are of the library beneath.
     library.Find(createSurfaceFrom, "SDL_CreateRGBSurfaceFrom");
     library.Find(freeSurface, "SDL_FreeSurface");
