@@ -12,7 +12,7 @@ using imaging::FillRectangle;
 
 constexpr int kWidth = 960, kLeft = 180, kRight = 940, kTop = 108, kDot = 10, kLane = kDot + 2;
 constexpr int kRowGap = 14;
-constexpr int kTextHeight = 8;
+constexpr int kTextSize = 13, kTextHeight = imaging::TextHeight(kTextSize);
 constexpr sim::Rgba kInk = {40, 40, 40}, kGrid = {225, 225, 225};
 constexpr sim::Rgba kOurs = {214, 39, 40};
 constexpr sim::Rgba kPeerColors[] = {{31, 119, 180},  {255, 127, 14}, {44, 160, 44},
@@ -59,8 +59,8 @@ class Axis {
       const int x = PlaceOf(std::exp2(doubling));
       FillRectangle(image, x, kTop - 4, 1, image.height - kTop, doubling == 0 ? kInk : kGrid);
       const std::string text = (doubling < 0 ? "1/" : "") + std::to_string(1 << std::abs(doubling));
-      DrawText(image, x - imaging::TextWidth(1, text) / 2, kTop - 4 - 2 * kTextHeight, 1, text,
-               kInk);
+      DrawText(image, x - imaging::TextWidth(kTextSize, text) / 2, kTop - 5 - kTextHeight,
+               kTextSize, text, kInk);
     }
   }
 
@@ -127,8 +127,8 @@ void DrawLegend(imaging::Image& image, const Report& report) {
   int x = kLeft;
   const auto entry = [&](const std::string& name, sim::Rgba color) {
     DrawDot(image, x, kTop - 46, color);
-    DrawText(image, x + kDot, kTop - 46 - kTextHeight / 2, 1, name, kInk);
-    x += imaging::TextWidth(1, name) + 4 * kDot;
+    DrawText(image, x + kDot, kTop - 46 - kTextHeight / 2, kTextSize, name, kInk);
+    x += imaging::TextWidth(kTextSize, name) + 4 * kDot;
   };
   entry("VelPicture", kOurs);
   for (size_t i = 0; i < report.peers.size(); ++i) {
@@ -146,21 +146,21 @@ imaging::Image Plot(const Report& report) {
   imaging::Image image(kWidth, height, {255, 255, 255});
   if (rows.empty()) return image;
   const Row& first = *rows.front();
-  DrawText(image, 16, 14, 2,
+  DrawText(image, 16, 12, 19,
            "Times as long as memcpy of the source: " + NameOf(first.size) + ", " +
                first.storage->name + ", " + NameOf(first.condition) + ", " + report.kernels,
            kInk);
-  DrawText(image, 16, 36, 1,
+  DrawText(image, 16, 36, kTextSize,
            "Lower is better: the further to the left, the faster. Hollow: not quite the same work.",
            kInk);
-  DrawText(image, kLeft * 3, 36, 1, report.machine.caveat, kOurs);
+  DrawText(image, kLeft, 50, kTextSize, report.machine.caveat, kOurs);
   axis.Draw(image);
   DrawLegend(image, report);
   int y = kTop;
   for (const Row* const row : rows) {
     const std::vector<Marker> markers = Markers(*row, axis);
     const int lanes = LaneCount(markers);
-    DrawText(image, 16, y + (lanes * kLane - kTextHeight) / 2, 1, row->method->call, kInk);
+    DrawText(image, 16, y + (lanes * kLane - kTextHeight) / 2, kTextSize, row->method->call, kInk);
     for (const Marker& marker : markers) {
       DrawDot(image, marker.x, y + marker.lane * kLane + kLane / 2, marker.color, marker.hollow);
     }
