@@ -15,11 +15,14 @@ using imaging::DrawImage;
 using imaging::DrawText;
 using imaging::FillCheckerboard;
 using imaging::FillRectangle;
+using imaging::TextHeight;
 using imaging::TextWidth;
 
-constexpr int kRowWidth = 1280;  // a sheet is not wider, unless one picture is
-constexpr int kSmallSide = 304;  // pictures are made smaller only while one is longer
-constexpr int kCaption = 58;
+constexpr int kRowWidth = 1024;  // a sheet is not wider, unless one picture is
+constexpr int kSmallSide = 200;  // pictures are made smaller only while one is longer
+constexpr int kTitleSize = 15;
+constexpr int kDetailSize = 13;
+constexpr int kGap = 6;  // from a picture to its title
 constexpr int kMargin = 12;
 constexpr int kFrame = 3;
 constexpr sim::Rgba kPaper{226, 228, 231};
@@ -27,32 +30,30 @@ constexpr sim::Rgba kInk{30, 34, 40};
 constexpr sim::Rgba kFaint{92, 98, 106};
 constexpr sim::Rgba kInPlace{196, 84, 16};
 
-// Half the size; each pixel is the average of four, weighted by their alphas.
-Image Halved(const Image& image) {
-  Image half(std::max(image.width / 2, 1), std::max(image.height / 2, 1));
-  half.hasAlpha = image.hasAlpha;
-  for (int y = 0; y < half.height; ++y) {
-    for (int x = 0; x < half.width; ++x) {
-      uint32_t red = 0, green = 0, blue = 0, alpha = 0;
-      for (int i = 0; i < 4; ++i) {
-        const sim::Rgba& pixel = image.At(std::min(2 * x + i % 2, image.width - 1),
-                                          std::min(2 * y + i / 2, image.height - 1));
+// Each pixel is the average of a square of the image's, weighted by their alphas.
+Image Reduced(const Image& image, int divisor) {
+  Image reduced(std::max(image.width / divisor, 1), std::max(image.height / divisor, 1));
+  reduced.hasAlpha = image.hasAlpha;
+  const auto count = static_cast<uint64_t>(divisor) * divisor;
+  for (int y = 0; y < reduced.height; ++y) {
+    for (int x = 0; x < reduced.width; ++x) {
+      uint64_t red = 0, green = 0, blue = 0, alpha = 0;
+      for (int i = 0; i < divisor * divisor; ++i) {
+        const sim::Rgba& pixel = image.At(std::min(divisor * x + i % divisor, image.width - 1),
+                                          std::min(divisor * y + i / divisor, image.height - 1));
         red += pixel.red * pixel.alpha;
         green += pixel.green * pixel.alpha;
         blue += pixel.blue * pixel.alpha;
         alpha += pixel.alpha;
       }
-      if (alpha == 0) {
-        half.At(x, y) = {0, 0, 0, 0};
-        continue;
-      }
-      const auto mean = [alpha](uint32_t sum) {
-        return static_cast<uint8_t>((sum + alpha / 2) / alpha);
+      const auto mean = [](uint64_t sum, uint64_t of) {
+        return static_cast<uint8_t>(of == 0 ? 0 : (sum + of / 2) / of);
       };
-      half.At(x, y) = {mean(red), mean(green), mean(blue), static_cast<uint8_t>((alpha + 2) / 4)};
+      reduced.At(x, y) = {mean(red, alpha), mean(green, alpha), mean(blue, alpha),
+                          mean(alpha, count)};
     }
   }
-  return half;
+  return reduced;
 }
 
 /// How a picture is best asked for a method: with its defaults, and otherwise with these.
@@ -74,8 +75,10 @@ struct Cell {
 
 /// How pictures are shown: one scale for all, so that sizes can be compared.
 struct Scale {
-  int halvings = 0;
+  int divisor = 1;
   int multiple = 1;
+
+  int Of(int side) const { return std::max(side / divisor, side > 0 ? 1 : 0) * multiple; }
 };
 
 int LongestSide(const std::vector<Cell>& cells) {
@@ -87,12 +90,12 @@ int LongestSide(const std::vector<Cell>& cells) {
 }
 
 int CellWidth(const Cell& cell, Scale scale) {
-  return std::max({(cell.shown.width >> scale.halvings) * scale.multiple, TextWidth(2, cell.title),
-                   TextWidth(2, cell.detail)});
+  return std::max({scale.Of(cell.shown.width), TextWidth(kTitleSize, cell.title),
+                   TextWidth(kDetailSize, cell.detail)});
 }
 
 int CellHeight(const Cell& cell, Scale scale) {
-  return (cell.shown.height >> scale.halvings) * scale.multiple + kCaption;
+  return scale.Of(cell.shown.height) + kGap + TextHeight(kTitleSize) + TextHeight(kDetailSize);
 }
 
 // As large as they are where they fit into one row. A photograph is made smaller, until it fits or
@@ -105,19 +108,17 @@ Scale ScaleFor(const std::vector<Cell>& cells) {
     return width;
   };
   Scale scale;
-  while (longest >> scale.halvings > kSmallSide && rowWidth(scale) > kRowWidth) ++scale.halvings;
+  while (longest / scale.divisor > kSmallSide && rowWidth(scale) > kRowWidth) ++scale.divisor;
   if (longest < kSmallSide) scale.multiple = kSmallSide / longest;
   return scale;
 }
 
 Image Scaled(const Image& image, Scale scale) {
-  Image half = image;
-  for (int i = 0; i < scale.halvings; ++i) half = Halved(half);
-  if (scale.multiple == 1) return half;
-  Image larger(half.width * scale.multiple, half.height * scale.multiple);
+  if (scale.multiple == 1) return Reduced(image, scale.divisor);
+  Image larger(scale.Of(image.width), scale.Of(image.height));
   for (int y = 0; y < larger.height; ++y) {
     for (int x = 0; x < larger.width; ++x) {
-      larger.At(x, y) = half.At(x / scale.multiple, y / scale.multiple);
+      larger.At(x, y) = image.At(x / scale.multiple, y / scale.multiple);
     }
   }
   return larger;
@@ -134,8 +135,10 @@ void DrawCell(Image& sheet, int x, int y, const Cell& cell, Scale scale) {
     DrawImage(sheet, shown, x, y);
     y += shown.height;
   }
-  DrawText(sheet, x, y + 8, 2, cell.title, kInk);
-  DrawText(sheet, x, y + 32, 2, cell.detail, cell.inPlace ? kInPlace : kFaint);
+  y += kGap;
+  DrawText(sheet, x, y, kTitleSize, cell.title, kInk);
+  DrawText(sheet, x, y + TextHeight(kTitleSize), kDetailSize, cell.detail,
+           cell.inPlace ? kInPlace : kFaint);
 }
 
 /// Where the cells go, row by row, and how large that makes the sheet.
@@ -159,7 +162,7 @@ Layout Arrange(const std::vector<Cell>& cells, Scale scale) {
     x += width + kMargin;
     rowHeight = std::max(rowHeight, CellHeight(cell, scale));
     layout.width = std::max(layout.width, x);
-    layout.height = y + rowHeight;
+    layout.height = y + rowHeight + kMargin;
   }
   return layout;
 }

@@ -14,6 +14,13 @@ foreach(need stb/stb_image.h=libstb-dev CLI/CLI.hpp=libcli11-dev
   endif()
 endforeach()
 
+# For labels; one file, so that they look the same everywhere.
+find_file(VEL_FONT Vera.ttf NO_DEFAULT_PATH
+  PATHS ${folder} / PATH_SUFFIXES usr/share/fonts/truetype/ttf-bitstream-vera)
+if(NOT VEL_FONT)
+  list(APPEND missing ttf-bitstream-vera)
+endif()
+
 get_target_property(CMAKE_REQUIRED_INCLUDES unpacked_libraries INTERFACE_INCLUDE_DIRECTORIES)
 set(CMAKE_REQUIRED_LIBRARIES -L${folder}/usr/lib/${triplet} ${VEL_PICTURE_LIBRARIES})
 check_cxx_source_compiles("
