@@ -132,6 +132,6 @@ reroot_links() {
   local link target
   find "$1" -type l -lname '/*' | while read -r link; do
     target="$(readlink "$link")"
-    [[ $target == "$1"/* || ! -e "$1$target" ]] || ln -sfn "$1$target" "$link"
+    [ ! -e "$1$target" ] || ln -sfnr "$1$target" "$link"
   done
 }
