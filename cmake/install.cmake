@@ -14,7 +14,7 @@ set(VEL_PUBLIC_HEADERS
   transforms/mirror.h transforms/quarter_turns.h transforms/rotate.h transforms/rotate_memory.h
   transforms/select_kernels.h transforms/shear.h)
 
-set(pages docs/methods.md docs/support.md)
+set(pages docs/methods.md docs/recipes.md docs/support.md)
 set(file_mode PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 function(install_headers folder)

@@ -24,7 +24,9 @@ uint32_t Number(std::string_view file, size_t at) {
 bool IsWhole(std::string_view file) {
   const bool isShort = Number(file, 14) == 12;
   const uint64_t width = Number(file, 18) & (isShort ? 0xFFFF : ~0u);
-  const int64_t height = isShort ? Number(file, 18) >> 16 : static_cast<int>(Number(file, 22));
+  // Negative where the first row comes first.
+  const int64_t height =
+      isShort ? int64_t{Number(file, 18) >> 16} : static_cast<int>(Number(file, 22));
   const uint64_t bits = Number(file, isShort ? 24 : 28) & 0xFFFF;
   return file.size() >= 26 && width < 1 << 24 &&
          Number(file, 10) + (width * bits + 31) / 32 * 4 * std::abs(height) <= file.size();
