@@ -12,9 +12,9 @@
 #include "host/scope_exit.h"
 
 using velpicture::AddReference;
+using velpicture::CallHost;
 using velpicture::DropReference;
 using velpicture::HostEntry;
-using velpicture::hostEntry;
 using velpicture::LockEntry;
 using velpicture::Promoted;
 using velpicture::ScopeExit;
@@ -111,21 +111,18 @@ void SetValue(REALarrayStruct* array, long index, T value) {
 
 }  // namespace
 
-long REALGetArrayUBound(void* array) { return hostEntry<"RuntimeUBound", long(void*)>(array); }
+long REALGetArrayUBound(void* array) { return CallHost<"RuntimeUBound", long>(array); }
 REALarrayStruct* REALCreateArray(REALArrayType type, long upperBound) {
-  return hostEntry<"RuntimeArrayCreateSingleDimBoundedArray",
-                   REALarrayStruct*(REALArrayType, long)>(type, upperBound);
+  return CallHost<"RuntimeArrayCreateSingleDimBoundedArray", REALarrayStruct*>(type, upperBound);
 }
 long REALGetArrayInt(REALintArrayStruct* array, int index) {
-  return hostEntry<"RuntimeDirectReadIntArray", long(REALintArrayStruct*, int)>(array, index);
+  return CallHost<"RuntimeDirectReadIntArray", long>(array, index);
 }
 REALstringStruct* REALGetArrayString(REALstringArrayStruct* array, int index) {
-  return hostEntry<"RuntimeDirectReadStringArray", REALstringStruct*(REALstringArrayStruct*, int)>(
-      array, index);
+  return CallHost<"RuntimeDirectReadStringArray", REALstringStruct*>(array, index);
 }
 REALobjectStruct* REALGetArrayObject(REALobjectArrayStruct* array, int index) {
-  return hostEntry<"RuntimeDirectReadObjectArray", REALobjectStruct*(REALobjectArrayStruct*, int)>(
-      array, index);
+  return CallHost<"RuntimeDirectReadObjectArray", REALobjectStruct*>(array, index);
 }
 
 #define VEL_INSERT(Type)                                                      \
