@@ -19,7 +19,7 @@ enum class Attempt {
 };
 
 struct PixelBuffer {
-  PixelType type;
+  PixelType format;
   uint8_t* pixels;
   int width;
   int height;
@@ -29,7 +29,7 @@ struct PixelBuffer {
 void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
   editor.unreferenced = !AddReference(picture);
   editor.picture = picture;
-  editor.pixelType = buffer.type;
+  editor.pixelType = buffer.format;
   editor.bytesPerPixel = GetBytesPerPixel(editor);
   editor.baseAddress = buffer.pixels;
   editor.pixels = buffer.pixels;
@@ -57,7 +57,7 @@ bool DescribeSurface(void* context, PixelBuffer& buffer) {
 bool FillFromCairo(PictureEditor& editor, REALpictureStruct* picture) {
   if (!LoadCairo()) return false;
   PixelBuffer buffer{};
-  buffer.type = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
+  buffer.format = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
   if (!DescribeSurface(editor.description.data, buffer)) return false;
   FillEditor(editor, picture, buffer);
   return true;
