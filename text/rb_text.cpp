@@ -8,10 +8,9 @@
 #include "host/scope_exit.h"
 #include "host/versions.h"
 #include "text/builders.h"
-#include "text/filled_record.h"
 #include "text/keep_stores.h"
-#include "text/legacy_string.h"
 #include "text/rb_data.h"
+#include "text/string_bytes.h"
 
 using velpicture::LoadUnaligned;
 using velpicture::ScopeExit;

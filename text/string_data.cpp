@@ -6,7 +6,7 @@
 #include "host/host_calls.h"
 #include "host/host_entry.h"
 #include "host/host_references.h"
-#include "text/heap_bytes.h"
+#include "text/string_bytes.h"
 
 using velpicture::HeapBytes;
 using velpicture::HostEntry;
