@@ -10,10 +10,6 @@
 
 namespace {
 
-constexpr char kDrawPicture[] =
-    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
-    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
-
 /// What a host may lack besides its entries.
 constexpr const char* kOtherNames[] = {"Picture",
                                        "Width",
