@@ -3,7 +3,6 @@
 // angles, colours, strings and encodings. Results are compared with a plain model wherever nothing
 // was disturbed, and the host's account must be even after every call.
 
-#include "fuzz/calls.h"
 #include "fuzz/fuzz_case.h"
 #include "simulator/plugin_snapshot.h"
 #include "tests/session.h"

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "fuzz/calls.h"
+#include "fuzz/fuzz_case.h"
 #include "fuzz/picture_model.h"
 #include "transforms/kernels/variant_names.h"
 
