@@ -249,7 +249,7 @@ CaseResult RunOneCase(const CheckOptions& options, const std::string& name) {
   if (isDisturbed && each.method != kStartUp) {
     Case undisturbed = each;
     undisturbed.details.disturbance = {};
-    usual = Learn(loaded, undisturbed, options.seconds);
+    usual = UsualOf(loaded, undisturbed, options.seconds);
   }
   // Asked before this process has the plugin started.
   const bool isLitter =

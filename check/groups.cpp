@@ -225,7 +225,7 @@ GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits&
   return GroupRun(loaded, group, limits).Run();
 }
 
-Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds) {
+Usual UsualOf(LoadedPlugin& loaded, const Case& each, double seconds) {
   const Ending ending =
       RunIsolated([&] { return Dumped(RunCase(loaded, each, nullptr)); }, seconds);
   if (!ending.returned) {
