@@ -151,8 +151,8 @@ inline PixelBlock LoadBlock(const uint8_t* pixels) {
     if constexpr (kBytes == 4) {
       block.vectors[i] = Vector::Load(pixels + i * Vector::kBytes);
     } else {
-      // Sixteen bytes are loaded for four pixels and the four bytes behind them; for the last four
-      // pixels, and the four bytes in front of them.
+      // Of the sixteen bytes that are loaded four pixels are the first twelve, in the last load the
+      // last twelve: nothing behind the block is read.
       const Words bytes = Vector::LoadLanes([=](int lane) {
         const int fours = i * kLanes + lane;
         return pixels + fours * 12 - (fours == 3 ? 4 : 0);

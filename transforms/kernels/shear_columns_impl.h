@@ -45,7 +45,7 @@ struct ColumnGroup {
   int greatestLag;
   int laneLags[kGroupLanes];            ///< the least lag of each lane
   uint32_t extraLags[kGroupColumns];    ///< how much more a column lags: 0 to kMostExtraLag
-  uint16_t multipliers[kGroupColumns];  ///< 0, which leaves pixels alone, in lanes inDoubles
+  uint16_t multipliers[kGroupColumns];  ///< 0, which leaves pixels as they are, where inDoubles
   bool inDoubles[kGroupLanes];          ///< some column of the lane has no multiplier
 
   int ColumnAt(int i) const { return i < size ? i : size - 1; }
