@@ -41,7 +41,7 @@ struct GroupResult {
 GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits& limits);
 
 /// What an undisturbed case shows; throws Refused when it does not come to its end.
-Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds);
+Usual UsualOf(LoadedPlugin& loaded, const Case& each, double seconds);
 
 /// Whether what an undisturbed case gives is the same in two processes, and another in one where
 /// other litter lies around: then it is the litter's, and no counter's or clock's.
