@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <new>
 
 #include "simulator/entry_table.h"
 #include "simulator/nearest.h"
@@ -297,7 +296,6 @@ Ref<Object> Host::MakeObject(std::string_view className) {
 char* Host::Borrow(std::string_view bytes) {
   // A single NUL follows: more is not promised.
   auto buffer = FencedBytes::Make(bytes.size() + 1, StringEdge(), 0);
-  if (buffer == nullptr) throw std::bad_alloc();
   auto* const data = reinterpret_cast<char*>(buffer->bytes());
   std::memcpy(data, bytes.data(), bytes.size());
   buffer->Allow(FencedBytes::Access::kRead);

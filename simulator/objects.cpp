@@ -1,7 +1,6 @@
 #include "simulator/objects.h"
 
 #include <cstring>
-#include <new>
 
 namespace sim {
 namespace {
@@ -29,7 +28,6 @@ String::String(std::string_view bytes, uint32_t textEncoding, Edge edge)
     : encoding(textEncoding),
       size_(bytes.size()),
       text_(FencedBytes::Make(bytes.size() + 2, edge, 0)) {
-  if (text_ == nullptr) throw std::bad_alloc();
   text_->bytes()[0] = kGuardByte;
   std::memcpy(text_->bytes() + 1, bytes.data(), bytes.size());
   text_->Allow(FencedBytes::Access::kRead);
@@ -82,9 +80,9 @@ void Picture::Fill(Rgba colour) {
 }
 
 MemoryBlock::MemoryBlock(const ClassRef& blockClass, size_t blockSize, Edge edge)
-    : Object(blockClass), size(blockSize), bytes_(FencedBytes::Make(blockSize, edge, kBlockFence)) {
-  if (bytes_ == nullptr) throw std::bad_alloc();
-}
+    : Object(blockClass),
+      size(blockSize),
+      bytes_(FencedBytes::Make(blockSize, edge, kBlockFence)) {}
 
 Array::Array(const ClassRef& arrayClass, ElementType elementType, size_t count)
     : Object(arrayClass), type(elementType), elements_(count * elementSize()) {
