@@ -80,7 +80,7 @@ void Disturbance::Arm(sim::Faults& faults) const {
 bool Disturbance::IsOfNoRealHost() const {
   const bool isOptional = std::find(std::begin(kOptionalEntries), std::end(kOptionalEntries),
                                     missing) != std::end(kOptionalEntries);
-  return !isOptional && sim::EntryAddress(missing.c_str()) != nullptr;
+  return !isOptional && sim::EntryAddress(missing) != nullptr;
 }
 
 }  // namespace check

@@ -19,7 +19,7 @@
 namespace sim {
 
 struct EntryRow {
-  const char* name;
+  std::string_view name;
   void* function;
 };
 
@@ -30,10 +30,12 @@ std::span<const EntryRow> PropertyEntries();
 std::span<const EntryRow> PictureEntries();
 std::span<const EntryRow> StringEntries();
 std::span<const EntryRow> ArrayEntries();
-/// The entry of that name in any of the tables, or null.
-void* EntryAddress(const char* name);
-/// The function of a recorder, the same for a name in every host.
-void* RecorderAddress(const Recorder& recorder);
+/// The rows of all of them.
+std::span<const EntryRow> AllEntries();
+/// The entry of that name, or null.
+void* EntryAddress(std::string_view name);
+/// The function of the recorder of that name, the same in every host.
+void* RecorderAddress(std::string_view name);
 
 /// Methods of the host's own classes, by declaration.
 MethodTable PictureMethods();
@@ -120,6 +122,15 @@ struct Incoming<T*> {
   static std::string Text(const Host& host, void* raw) { return host.Describe(raw); }
 };
 
+/// Null is refused.
+template <std::derived_from<Handle> T>
+struct Incoming<T&> : Incoming<T*> {
+  static T& Get(Host& host, void* raw) {
+    if (raw == nullptr) host.Misuse("was given null");
+    return *host.Live<T>(raw);
+  }
+};
+
 template <std::unsigned_integral T>
 requires(sizeof(T) < 4) struct Incoming<T> {
   using Raw = uint32_t;
@@ -167,6 +178,30 @@ struct Outgoing<Taken> {
 [[noreturn]] inline void Throw(Host& host, size_t line) {
   host.log.Return(line, "an exception");
   throw HostException{host.faults.calls()};
+}
+
+/// Of a value that is kept or handed out: a handle carries a reference.
+template <class T>
+void LockValue(Host& host, T value) {
+  if constexpr (std::is_pointer_v<T>) {
+    if (value != nullptr) host.Lock(value);
+  }
+}
+template <class T>
+void UnlockValue(Host& host, T value) {
+  if constexpr (std::is_pointer_v<T>) {
+    if (value != nullptr) host.Unlock(value);
+  }
+}
+/// Entries that are nothing else.
+template <class T>
+Taken LockHandle(Host& host, T& handle) {
+  host.Lock(&handle);
+  return {};
+}
+template <class T>
+void UnlockHandle(Host& host, T& handle) {
+  host.Unlock(&handle);
 }
 
 template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>

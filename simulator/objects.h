@@ -53,13 +53,17 @@ class Handle {
 
  private:
   friend class Host;
+  void AddReferences(int change) {
+    references_ += change;
+    if (ShowsReferences()) word3_ = references_;
+  }
   /// True where word 3 repeats the number of references.
   virtual bool ShowsReferences() const { return true; }
   /// Frees the content; what it held is released by the host.
   virtual void Clear() = 0;
 
   uint32_t serial_ = 0;
-  int references_ = 1;
+  int references_ = 0;
   int heldOutside_ = 0;             // by tests and tools
   const void* lockedAt_ = nullptr;  // the place in the plugin that took the last reference
   bool live_ = true;
