@@ -67,7 +67,7 @@ class Check {
   }
 
  private:
-  using Place = std::pair<const sim::PictureSetup*, double>;
+  using HostOfGroup = std::pair<const sim::PictureSetup*, double>;
 
   static bool NeedsDesktop(const Group& group) {
     const sim::AppKind kind = group.setup->application;
@@ -153,8 +153,8 @@ class Check {
   /// All methods in one process, at the newest version.
   std::vector<Group> Together() const {
     std::vector<Group> groups;
-    for (const auto& [place, outcomes] : outcomes_) {
-      const auto& [setup, version] = place;
+    for (const auto& [host, outcomes] : outcomes_) {
+      const auto& [setup, version] = host;
       if (version != kNewest || outcomes.size() < 2) continue;
       groups.push_back({kTogether, setup, version, false, outcomes});
     }
@@ -182,7 +182,7 @@ class Check {
   std::vector<CaseResult> results_;
   std::vector<std::string> methods_;
   std::map<std::string, std::set<std::pair<sim::AppKind, double>>> starts_;
-  std::map<Place, std::map<std::string, std::string>> outcomes_;
+  std::map<HostOfGroup, Outcomes> outcomes_;
   std::set<std::string> withParameters_;
   std::set<std::string> hangs_;
   std::set<std::string> skipped_;

@@ -25,7 +25,7 @@ struct Group {
   double version;
   bool hasParameters = false;
   /// For all methods together: what each gave alone.
-  std::map<std::string, std::string> outcomes = {};
+  Outcomes outcomes = {};
 };
 
 struct GroupResult {

@@ -3,9 +3,8 @@
 // What methods are called on and with: sizes of pictures and values of arguments, tame ones and
 // others. All of it is in tables: the same plugin gives the same findings.
 
-#include <optional>
 #include <span>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "simulator/declaration.h"
@@ -23,7 +22,6 @@ constexpr Size kUsualSize = {5, 3};
 /// counts.
 constexpr Size kOtherSizes[] = {{1, 1}, {1, 7}, {17, 1}, {33, 16}, {300, 2}, {2, 300}};
 
-enum class TextChoice { kUsual, kNull, kEmpty, kLong, kWithNul, kOtherScripts };
 enum class PictureChoice { kUsual, kNull, kReceiver, kOtherSize, kOtherStorage, kOtherAlpha };
 
 /// One value for each type that a parameter can have.
@@ -32,7 +30,7 @@ struct ArgumentSet {
   double number;
   int64_t whole;
   uint32_t color;
-  TextChoice text;
+  std::string_view text;  ///< without any address for a null string
   PictureChoice picture;
 };
 /// The usual one first.
@@ -55,7 +53,7 @@ class Inputs {
  private:
   sim::Picture* NewPicture(Size size, const sim::PictureOptions& options, const char* title);
   sim::Picture* PictureFor(PictureChoice choice);
-  sim::String* TextFor(TextChoice choice);
+  sim::String* NewText(std::string_view bytes);
 
   sim::Host& host_;
   const sim::PictureSetup& setup_;

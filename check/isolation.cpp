@@ -192,9 +192,8 @@ std::string LastWords() {
   return line == std::string::npos ? text : text.substr(line + 1);
 }
 
-}  // namespace
-
-Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
+/// Nothing is told, nothing printed, and the signal of a child's end waits until it is asked for.
+void PrepareForChild() {
   Shared& exchange = MapShared();
   exchange.state = Shared::kRunning;
   exchange.when[0] = exchange.text[0] = exchange.place[0] = exchange.details[0] = '\0';
@@ -202,14 +201,14 @@ Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
     if (ftruncate(file, 0) != 0) throw std::runtime_error("no file for what a case prints");
     lseek(file, 0, SEEK_SET);
   }
-  // Blocked, the signal of a child's end waits until it is asked for.
   sigset_t childEnded;
   sigemptyset(&childEnded);
   sigaddset(&childEnded, SIGCHLD);
   sigprocmask(SIG_BLOCK, &childEnded, nullptr);
-  const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("no process for a case");
-  if (child == 0) RunChild(work);
+}
+
+/// The status of the child, which is ended when time is up.
+int StatusOf(pid_t child, double seconds) {
   int status = 0;
   bool ended = WaitFor(child, seconds, status);
   if (!ended) {
@@ -221,16 +220,16 @@ Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
   kill(-child, SIGKILL);
   if (!ended) {
     waitpid(child, &status, 0);
-    exchange.state = Shared::kFound;
-    exchange.kind = Kind::kTimeOut;
-    Keep(exchange.text, sizeof exchange.text, "does not come to its end");
+    Tell({Kind::kTimeOut, "does not come to its end"}, "");
   }
-  if (exchange.state == Shared::kReturned) {
-    return {true, {exchange.returned, exchange.returnedSize}, {}};
-  }
-  Finding finding{exchange.kind, exchange.text, exchange.place,
-                  Joined({exchange.when, exchange.details})};
-  if (exchange.state == Shared::kRunning) {
+  return status;
+}
+
+/// What ended a child that returned nothing.
+Finding WhatEnded(int status) {
+  Finding finding{shared->kind, shared->text, shared->place,
+                  Joined({shared->when, shared->details})};
+  if (shared->state == Shared::kRunning) {
     // A signal that nobody looks at, or an end of its own.
     finding.kind = WIFSIGNALED(status) ? Kind::kCrash : Kind::kExit;
     finding.text = WIFSIGNALED(status) ? SignalName(WTERMSIG(status)) : "ends the process";
@@ -238,7 +237,19 @@ Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
   finding.level = LevelOf(finding.kind);
   const std::string words = LastWords();
   if (!words.empty()) finding.text += " (\"" + words + "\")";
-  return {false, "", std::move(finding)};
+  return finding;
+}
+
+}  // namespace
+
+Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
+  PrepareForChild();
+  const pid_t child = fork();
+  if (child < 0) throw std::runtime_error("no process for a case");
+  if (child == 0) RunChild(work);
+  const int status = StatusOf(child, seconds);
+  if (shared->state != Shared::kReturned) return {false, "", WhatEnded(status)};
+  return {true, {shared->returned, shared->returnedSize}, {}};
 }
 
 void Enter(const std::string& when) {

@@ -40,6 +40,17 @@ std::string ChangeIn(const std::string& outcome) {
   return at == std::string::npos ? "" : outcome.substr(at);
 }
 
+/// What each of several methods gave, by its name, from lines such as "Break: true".
+Outcomes OutcomesIn(const std::string& text) {
+  Outcomes outcomes;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const size_t colon = line.find(": ");
+    if (colon != std::string::npos) outcomes[line.substr(0, colon)] = line.substr(colon + 2);
+  }
+  return outcomes;
+}
+
 /// A plugin in a host. What it does to the process is looked at whatever it is made to do.
 class PluginScenario : public Scenario {
  public:
@@ -49,13 +60,6 @@ class PluginScenario : public Scenario {
   }
 
   sim::Host& host() override { return host_; }
-  bool Renew() override { return false; }
-  std::string Subject() override { return ""; }
-  std::vector<Finding> Judge(const std::string&, const Usual&,
-                             const std::set<std::string>&) override {
-    return {};
-  }
-  std::vector<Finding> Compare(const std::string&, const Usual&) override { return {}; }
 
   std::vector<Finding> LookRound() override {
     // As of memory, what the first time keeps is no matter; what comes with every time is.
@@ -222,7 +226,7 @@ class MethodScenario final : public PluginScenario {
   }
 
   std::vector<Finding> Compare(const std::string& outcome, const Usual& usual) override {
-    if (methods_.size() > 1) return CompareEach(outcome, usual.outcome);
+    if (methods_.size() > 1) return CompareEach(outcome, OutcomesIn(usual.outcome), "");
     const std::string when = outcome + " instead of " + usual.outcome;
     if (ChangeIn(outcome) != ChangeIn(usual.outcome)) {
       return {{Kind::kRepeat, "changes its picture in another way", "", when}};
@@ -247,21 +251,6 @@ class MethodScenario final : public PluginScenario {
   }
 
  private:
-  /// Of several methods, whose outcomes are lines.
-  static std::vector<Finding> CompareEach(const std::string& outcomes, const std::string& usual) {
-    std::vector<Finding> findings;
-    std::istringstream now(outcomes), before(usual);
-    for (std::string line, former; std::getline(now, line) && std::getline(before, former);) {
-      if (line == former) continue;
-      const bool isPicture = line.find(" pixels ") != std::string::npos;
-      findings.push_back(
-          {isPicture ? Kind::kRepeat : Kind::kOtherResult,
-           line.substr(0, line.find(": ")) + " gives another " + (isPicture ? "picture" : "result"),
-           "", line + " instead of " + former});
-    }
-    return findings;
-  }
-
   bool GivesPicture() const { return methods_.front()->result == sim::Type::kPicture; }
 
   /// Calls the method; what comes back is kept alive.
@@ -319,6 +308,20 @@ CaseReport Start(LoadedPlugin& loaded, const Case& each, const Usual* usual, std
 }
 
 }  // namespace
+
+std::vector<Finding> CompareEach(const std::string& text, const Outcomes& former,
+                                 const std::string& when) {
+  std::vector<Finding> findings;
+  for (const auto& [method, outcome] : OutcomesIn(text)) {
+    const auto before = former.find(method);
+    if (before == former.end() || before->second == outcome) continue;
+    const bool isPicture = outcome.find(" pixels ") != std::string::npos;
+    findings.push_back({isPicture ? Kind::kRepeat : Kind::kOtherResult,
+                        method + " gives another " + (isPicture ? "picture" : "result") + when, "",
+                        outcome + " instead of " + before->second});
+  }
+  return findings;
+}
 
 LoadedPlugin::LoadedPlugin(const std::string& path) : plugin(path) {
   for (const std::string& neighbour : plugin.Neighbours()) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <set>
+#include <sstream>
 
 #include "check/case_name.h"
 #include "check/places.h"
@@ -75,20 +75,18 @@ std::vector<Fault> Faults(const std::vector<CaseResult>& results) {
   return faults;
 }
 
-/// "console, web; 2012.01; 5x3, call 1, call 2 …": the storages, versions and variants.
-std::string Circumstances(const std::vector<const CaseResult*>& cases) {
+/// "console, web; 2012.01; 5x3, call 1, call 2 …": the set-ups, versions and variants.
+std::string WhereFound(const std::vector<const CaseResult*>& cases) {
   constexpr size_t kMostOfEach = 6;
   std::vector<std::string> parts[3];
   for (const CaseResult* const each : cases) {
-    std::string_view rest = each->name;
-    for (int part = -1; part < 3 && !rest.empty(); ++part) {
-      const size_t end = part == 2 ? std::string_view::npos : rest.find('/');
-      if (part >= 0) {
-        const std::string word(rest.substr(0, end));
-        auto& words = parts[part];
-        if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
-      }
-      rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    std::istringstream name(each->name);
+    std::string word;
+    std::getline(name, word, '/');  // The method, which they have in common.
+    for (auto& words : parts) {
+      const char end = &words == &parts[2] ? '\n' : '/';
+      if (!std::getline(name, word, end)) break;
+      if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
     }
   }
   std::string text;
@@ -113,8 +111,8 @@ std::string TextOf(const Telling& telling, const Fault& fault) {
   }
   if (!finding.when.empty()) text += "    " + finding.when + "\n";
   if (fault.cases.size() > 1) {
-    text += "    in " + std::to_string(fault.cases.size()) +
-            " cases: " + Circumstances(fault.cases) + "\n";
+    text += "    in " + std::to_string(fault.cases.size()) + " cases: " + WhereFound(fault.cases) +
+            "\n";
   }
   return text + "    " + CommandFor(telling, fault.first->name) + "\n";
 }
@@ -142,22 +140,12 @@ bool CanBeRepeated(const CaseResult& result) { return result.skipped.empty(); }
 std::string XmlText(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        if (static_cast<unsigned char>(c) >= ' ') {
-          escaped += c;
-        } else {
-          escaped += c == '\n' ? ' ' : '?';
-        }
+    if (c == '&' || c == '<' || c == '"') {
+      escaped += "&#" + std::to_string(c) + ";";
+    } else if (static_cast<unsigned char>(c) >= ' ') {
+      escaped += c;
+    } else {
+      escaped += c == '\n' ? ' ' : '?';
     }
   }
   return escaped;

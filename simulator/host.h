@@ -259,6 +259,8 @@ class Host {
   friend class Ref;
   void HoldOutside(Handle* handle);
   void DropOutside(Handle* handle);
+  std::unordered_map<const Handle*, int> ExpectedReferences() const;
+  static void AccountFor(const Handle& handle, int expected, std::vector<Discrepancy>& all);
   static bool GuardsIntact(const Handle& handle);
   Handle* Find(const void* address) const;
   void Register(std::unique_ptr<Handle> handle);

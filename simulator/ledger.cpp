@@ -17,9 +17,27 @@ std::string Counted(int count, const char* what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+/// What of a picture's locks was not given back.
+void AccountForLocks(const Picture& picture, std::vector<Discrepancy>& all) {
+  const std::string name = picture.Name() + ": ";
+  const int locks = picture.descriptionLocks;
+  if (locks != 0) {
+    all.push_back({Discrepancy::kLock,
+                   name + "description left locked" + (locks == 1 ? "" : ", more than once"), locks,
+                   picture.descriptionLockedAt});
+  }
+  const std::string more = picture.storage == nullptr ? "" : picture.storage->Imbalance();
+  if (!more.empty()) all.push_back({Discrepancy::kLock, name + more});
+  if (picture.owedUnlocks != 0) {
+    all.push_back({Discrepancy::kLock,
+                   name + "no unlock after a failed lock, which this host wants",
+                   picture.owedUnlocks, picture.descriptionLockedAt});
+  }
+}
+
 }  // namespace
 
-std::vector<Discrepancy> Host::Account() const {
+std::unordered_map<const Handle*, int> Host::ExpectedReferences() const {
   std::unordered_map<const Handle*, int> expected;
   for (const auto& handle : handles_) {
     if (!handle->live()) continue;
@@ -28,40 +46,34 @@ std::vector<Discrepancy> Host::Account() const {
       if (held != nullptr) ++expected[held];
     });
   }
+  return expected;
+}
 
+void Host::AccountFor(const Handle& handle, int expected, std::vector<Discrepancy>& all) {
+  const std::string name = handle.Name() + ": ";
+  if (handle.references_ != expected) {
+    all.push_back({Discrepancy::kReferences,
+                   name + Counted(handle.references_, "reference") + ", " +
+                       std::to_string(expected) + " expected",
+                   handle.references_ - expected, handle.lockedAt_});
+  }
+  if (!GuardsIntact(handle)) {
+    all.push_back({Discrepancy::kBounds, name + "written outside its bounds"});
+  }
+  if (handle.ShowsReferences() && handle.word3_ != handle.references_) {
+    all.push_back({Discrepancy::kBounds, name + "its count of references was written to"});
+  }
+  if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
+    AccountForLocks(*picture, all);
+  }
+}
+
+std::vector<Discrepancy> Host::Account() const {
   std::vector<Discrepancy> all;
+  auto expected = ExpectedReferences();
   for (const auto& handle : handles_) {
     const bool isClass = dynamic_cast<const ClassRef*>(handle.get()) != nullptr;
-    if (!handle->live() || isClass) continue;
-    const std::string name = handle->Name();
-    const int surplus = handle->references_ - expected[handle.get()];
-    if (surplus != 0) {
-      all.push_back({Discrepancy::kReferences,
-                     name + ": " + Counted(handle->references_, "reference") + ", " +
-                         std::to_string(expected[handle.get()]) + " expected",
-                     surplus, handle->lockedAt_});
-    }
-    if (!GuardsIntact(*handle)) {
-      all.push_back({Discrepancy::kBounds, name + ": written outside its bounds"});
-    }
-    if (handle->ShowsReferences() && handle->word3_ != handle->references_) {
-      all.push_back({Discrepancy::kBounds, name + ": its count of references was written to"});
-    }
-    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
-    if (picture == nullptr) continue;
-    if (picture->descriptionLocks != 0) {
-      all.push_back({Discrepancy::kLock,
-                     name + ": description left locked" +
-                         (picture->descriptionLocks == 1 ? "" : ", more than once"),
-                     picture->descriptionLocks, picture->descriptionLockedAt});
-    }
-    const std::string more = picture->storage == nullptr ? "" : picture->storage->Imbalance();
-    if (!more.empty()) all.push_back({Discrepancy::kLock, name + ": " + more});
-    if (picture->owedUnlocks != 0) {
-      all.push_back({Discrepancy::kLock,
-                     name + ": no unlock after a failed lock, which this host wants",
-                     picture->owedUnlocks, picture->descriptionLockedAt});
-    }
+    if (handle->live() && !isClass) AccountFor(*handle, expected[handle.get()], all);
   }
   if (ledger.borrowedStrings != 0) {
     all.push_back({Discrepancy::kBorrowed,
