@@ -27,16 +27,16 @@ bool IsNumber(std::string_view text, Number& number) {
 }
 
 /// "5x3" or "5x3 zero"
-bool TakeInputs(std::string_view& text, Variant& variant) {
+bool TakeInputs(std::string_view& text, Details& details) {
   std::string_view rest = text;
   std::string_view words = Take(rest, kApart);
   std::string_view size = Take(words, " ");
   Size parsed = {};
   if (!IsNumber(Take(size, "x"), parsed.width) || !IsNumber(size, parsed.height)) return false;
-  const ArgumentSet* const set = words.empty() ? variant.arguments : ArgumentSetNamed(words);
+  const ArgumentSet* const set = words.empty() ? details.arguments : ArgumentSetNamed(words);
   if (parsed.width < 1 || parsed.height < 1 || set == nullptr) return false;
-  variant.size = parsed;
-  variant.arguments = set;
+  details.size = parsed;
+  details.arguments = set;
   text = rest;
   return true;
 }
@@ -50,7 +50,7 @@ bool TakeWord(std::string_view& text, std::string_view word) {
 
 }  // namespace
 
-std::string Variant::Name() const {
+std::string Details::Name() const {
   std::string name;
   const auto add = [&name](std::string_view part) {
     if (!part.empty()) name.append(name.empty() ? "" : kApart).append(part);
@@ -67,17 +67,17 @@ std::string Variant::Name() const {
   return name;
 }
 
-std::optional<Variant> Variant::Parse(std::string_view text) {
-  Variant variant;
+std::optional<Details> Details::Parse(std::string_view text) {
+  Details details;
   if (text.empty()) return std::nullopt;
-  TakeInputs(text, variant);
-  variant.reversed = TakeWord(text, kReversed);
-  variant.aligned = TakeWord(text, kAligned);
-  if (text.empty()) return variant;
+  TakeInputs(text, details);
+  details.reversed = TakeWord(text, kReversed);
+  details.aligned = TakeWord(text, kAligned);
+  if (text.empty()) return details;
   const auto disturbance = Disturbance::Parse(text);
   if (!disturbance) return std::nullopt;
-  variant.disturbance = *disturbance;
-  return variant;
+  details.disturbance = *disturbance;
+  return details;
 }
 
 const sim::PictureSetup* SetupNamed(std::string_view name) {
@@ -91,7 +91,7 @@ std::string Case::Name() const {
   if (setup == nullptr) return method;
   char number[32];
   std::snprintf(number, sizeof number, "%.7g", version);
-  return method + "/" + setup->name + "/" + number + "/" + variant.Name();
+  return method + "/" + setup->name + "/" + number + "/" + details.Name();
 }
 
 Case Case::Parse(const std::string& name) {
@@ -100,13 +100,13 @@ Case Case::Parse(const std::string& name) {
   const std::string_view method = Take(rest, "/"), setup = Take(rest, "/");
   const std::string_view version = Take(rest, "/");
   Case parsed{std::string(method), SetupNamed(setup), 0, {}};
-  const auto variant = Variant::Parse(rest);
-  if (parsed.setup == nullptr || !IsNumber(version, parsed.version) || !variant) {
+  const auto details = Details::Parse(rest);
+  if (parsed.setup == nullptr || !IsNumber(version, parsed.version) || !details) {
     throw Refused("--case '" + name +
                   "' is no case: give one as the check names it, such as "
                   "'HMirrorVel/console/2012.01/call 3'");
   }
-  parsed.variant = *variant;
+  parsed.details = *details;
   return parsed;
 }
 

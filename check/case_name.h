@@ -18,7 +18,7 @@ constexpr const char* kTogether = "together";
 
 /// What distinguishes the cases of one method in one host: "5x3", "33x16", "5x3 zero", "call 3",
 /// "5x3 zero, call 3", "aligned, without newPicture".
-struct Variant {
+struct Details {
   Size size = kUsualSize;
   const ArgumentSet* arguments = ArgumentSets().data();
   bool aligned = false;   ///< the caller's stack to 16 bytes, for plugins that need it
@@ -28,15 +28,15 @@ struct Variant {
   unsigned litter = 0;
 
   std::string Name() const;
-  /// Empty when the text is no variant.
-  static std::optional<Variant> Parse(std::string_view text);
+  /// Empty when the text does not name any.
+  static std::optional<Details> Parse(std::string_view text);
 };
 
 struct Case {
   std::string method;
   const sim::PictureSetup* setup;
   double version;
-  Variant variant;
+  Details details;
 
   /// "HMirrorVel/cairo/2011.5/call 3"
   std::string Name() const;

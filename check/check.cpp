@@ -244,11 +244,11 @@ CaseResult RunOneCase(const CheckOptions& options, const std::string& name) {
   if (each.method == kLoading) return TryLoading(path, options.seconds).result;
   // Not unloaded: what its destructors do is another case.
   LoadedPlugin& loaded = *new LoadedPlugin(path);
-  const bool isDisturbed = !each.variant.disturbance.IsNone();
+  const bool isDisturbed = !each.details.disturbance.IsNone();
   Usual usual;
   if (isDisturbed && each.method != kStartUp) {
     Case undisturbed = each;
-    undisturbed.variant.disturbance = {};
+    undisturbed.details.disturbance = {};
     usual = Learn(loaded, undisturbed, options.seconds);
   }
   // Asked before this process has the plugin started.

@@ -38,7 +38,7 @@ bool Matches(const std::string& name, const std::string& pattern) {
 
 /// One way that a method takes, which an undisturbed case showed.
 struct Way {
-  Variant variant;
+  Details details;
   Usual usual;
 };
 
@@ -48,7 +48,7 @@ class GroupRun {
       : loaded_(loaded), group_(group), limits_(limits) {}
 
   GroupResult Run() {
-    Variant first;
+    Details first;
     Try(first, nullptr);
     if (last_.findings.size() == 1 && last_.findings[0].kind == Kind::kAlignment) {
       // Whatever else there is to find is found for a caller that it gets along with.
@@ -77,8 +77,8 @@ class GroupRun {
   }
 
  private:
-  Case CaseOf(const Variant& variant) const {
-    return {group_.method, group_.setup, group_.version, variant};
+  Case CaseOf(const Details& details) const {
+    return {group_.method, group_.setup, group_.version, details};
   }
 
   GroupResult Done() {
@@ -101,8 +101,8 @@ class GroupRun {
   }
 
   /// Runs a case; afterwards last_ is its result, and report_ what it showed if it returned.
-  void Try(const Variant& variant, const Usual* usual) {
-    const Case each = CaseOf(variant);
+  void Try(const Details& details, const Usual* usual) {
+    const Case each = CaseOf(details);
     last_ = {each.Name(), {}};
     const auto start = std::chrono::steady_clock::now();
     const Ending ending = RunIsolated(
@@ -124,46 +124,46 @@ class GroupRun {
     } else {
       last_.findings = {ending.finding};
     }
-    if (variant.disturbance.IsOfNoRealHost()) {
+    if (details.disturbance.IsOfNoRealHost()) {
       for (Finding& finding : last_.findings) {
         finding.level = std::min(finding.level, Level::kPedantic);
       }
     }
     if (!returned_ && ending.finding.kind == Kind::kTimeOut) ++timeOuts_;
     result_.cases.push_back(last_);
-    if (usual == nullptr && returned_) LookForLitter(variant);
+    if (usual == nullptr && returned_) LookForLitter(details);
   }
 
-  void LookForLitter(const Variant& variant) {
+  void LookForLitter(const Details& details) {
     const bool differs =
         std::any_of(last_.findings.begin(), last_.findings.end(),
                     [](const Finding& finding) { return finding.kind == Kind::kOtherResult; });
-    if (!differs || !DependsOnLitter(loaded_, CaseOf(variant), limits_.seconds)) return;
+    if (!differs || !DependsOnLitter(loaded_, CaseOf(details), limits_.seconds)) return;
     BlameLitter(last_.findings);
     result_.cases.back() = last_;
   }
 
   /// Other sizes, and other arguments. Those that lead to other calls are ways of their own.
-  void TryOthers(const Variant& first) {
-    std::vector<Variant> variants;
+  void TryOthers(const Details& first) {
+    std::vector<Details> others;
     for (const Size size : kOtherSizes) {
-      variants.push_back(first);
-      variants.back().size = size;
+      others.push_back(first);
+      others.back().size = size;
     }
     if (group_.hasParameters) {
       for (const ArgumentSet& set : ArgumentSets().subspan(1)) {
-        variants.push_back(first);
-        variants.back().arguments = &set;
+        others.push_back(first);
+        others.back().arguments = &set;
       }
     }
-    for (const Variant& variant : variants) {
+    for (const Details& details : others) {
       if (timeOuts_ >= kMostTimeOuts) return;
-      Try(variant, nullptr);
+      Try(details, nullptr);
       if (!returned_ || !last_.skipped.empty() || !IsWell()) continue;
       const bool isKnown = std::any_of(ways_.begin(), ways_.end(), [this](const Way& way) {
         return way.usual.calls == report_.shown.calls;
       });
-      if (!isKnown) ways_.push_back({variant, report_.shown});
+      if (!isKnown) ways_.push_back({details, report_.shown});
     }
   }
 
@@ -173,15 +173,15 @@ class GroupRun {
     // Grows while it is worked on: what failures lead to is disturbed, too.
     for (size_t i = 0; i < all.size(); ++i) {
       if (timeOuts_ >= kMostTimeOuts) return false;
-      Variant variant = way.variant;
-      variant.disturbance = all[i];
-      const std::string name = CaseOf(variant).Name();
+      Details details = way.details;
+      details.disturbance = all[i];
+      const std::string name = CaseOf(details).Name();
       if (!limits_.only.empty() && !Matches(name, limits_.only)) continue;
       if (limits_.listed) {
         result_.cases.push_back({name, {}});
         continue;
       }
-      Try(variant, &way.usual);
+      Try(details, &way.usual);
       if (!returned_) continue;
       for (const Disturbance& deeper : Deeper(all[i], report_, way.usual)) {
         if (deeperTold_.insert(deeper.missing).second) all.push_back(deeper);
@@ -227,7 +227,7 @@ Usual Learn(LoadedPlugin& loaded, const Case& each, double seconds) {
 
 bool DependsOnLitter(LoadedPlugin& loaded, Case each, double seconds) {
   const auto outcome = [&](unsigned litter) {
-    each.variant.litter = litter;
+    each.details.litter = litter;
     const Ending ending =
         RunIsolated([&] { return RunCase(loaded, each, nullptr).shown.outcome; }, seconds);
     return ending.returned ? ending.text : "";

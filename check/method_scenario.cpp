@@ -56,7 +56,7 @@ class PluginScenario : public Scenario {
  public:
   PluginScenario(LoadedPlugin& loaded, const Case& each)
       : loaded_(loaded), case_(each), host_(SettingsOf(each)) {
-    loaded_.plugin.habits.misalignment = each.variant.aligned ? 0 : 12;
+    loaded_.plugin.habits.misalignment = each.details.aligned ? 0 : 12;
   }
 
   sim::Host& host() override { return host_; }
@@ -93,8 +93,8 @@ class PluginScenario : public Scenario {
     settings.allowLeaks = true;
     settings.watchesCaches = true;
     settings.bites = true;
-    settings.firstLitter = each.variant.litter;
-    if (const std::string& missing = each.variant.disturbance.missing; !missing.empty()) {
+    settings.firstLitter = each.details.litter;
+    if (const std::string& missing = each.details.disturbance.missing; !missing.empty()) {
       settings.missing = {missing};
     }
     return settings;
@@ -170,7 +170,7 @@ class StartScenario final : public PluginScenario {
 class MethodScenario final : public PluginScenario {
  public:
   MethodScenario(LoadedPlugin& loaded, const Case& each)
-      : PluginScenario(loaded, each), inputs_(host_, *each.setup, each.variant.size) {}
+      : PluginScenario(loaded, each), inputs_(host_, *each.setup, each.details.size) {}
 
   /// Starts the plugin and finds the methods. Why there is nothing to try; empty when there is.
   std::string Prepare() {
@@ -184,7 +184,7 @@ class MethodScenario final : public PluginScenario {
       if (obstacle.empty()) methods_.push_back(&method);
       if (case_.method != kTogether && !obstacle.empty()) return obstacle;
     }
-    if (case_.variant.reversed) std::reverse(methods_.begin(), methods_.end());
+    if (case_.details.reversed) std::reverse(methods_.begin(), methods_.end());
     if (methods_.empty()) return "the plugin registers no " + case_.method + " here";
     receiver_ = inputs_.NewReceiver();
     return receiver_ == nullptr ? "there are no such pictures" : "";
@@ -256,7 +256,7 @@ class MethodScenario final : public PluginScenario {
   /// Calls the method; what comes back is kept alive.
   std::string Call(const sim::Method& method) {
     const std::vector<sim::Argument> arguments =
-        inputs_.Arguments(method, *case_.variant.arguments);
+        inputs_.Arguments(method, *case_.details.arguments);
     const std::string before = receiver_->Describe();
     results_.push_back(loaded_.plugin.Call(method, receiver_, arguments));
     if (const auto& picture = results_.back().picture; picture && picture->title.empty()) {
@@ -287,9 +287,9 @@ CaseReport Start(LoadedPlugin& loaded, const Case& each, const Usual* usual, std
   auto& scenario = *new StartScenario(loaded, each);
   scenario.host().log.echo = echo;
   const Usual none;
-  const bool disturbed = !each.variant.disturbance.IsNone();
+  const bool disturbed = !each.details.disturbance.IsNone();
   CaseReport report =
-      TryCase(scenario, each.variant.disturbance, disturbed && usual == nullptr ? &none : usual);
+      TryCase(scenario, each.details.disturbance, disturbed && usual == nullptr ? &none : usual);
   if (disturbed) return report;
   for (const Finding& finding : scenario.LookAtDeclarations()) report.findings.push_back(finding);
   if (methods == nullptr) return report;
@@ -345,7 +345,7 @@ CaseReport RunCase(LoadedPlugin& loaded, const Case& each, const Usual* usual, s
   scenario.host().log.echo = echo;
   report.skipped = scenario.Prepare();
   if (!report.skipped.empty()) return report;
-  return TryCase(scenario, each.variant.disturbance, usual);
+  return TryCase(scenario, each.details.disturbance, usual);
 }
 
 }  // namespace check

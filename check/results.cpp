@@ -75,7 +75,7 @@ std::vector<Fault> Faults(const std::vector<CaseResult>& results) {
   return faults;
 }
 
-/// "console, web; 2012.01; 5x3, call 1, call 2 …": the set-ups, versions and variants.
+/// "console, web; 2012.01; 5x3, call 1, call 2 …": the set-ups, versions and details.
 std::string WhereFound(const std::vector<const CaseResult*>& cases) {
   constexpr size_t kMostOfEach = 6;
   std::vector<std::string> parts[3];

@@ -1,7 +1,7 @@
 #pragma once
 
-// One fuzz input's host and plugin, and the complaint that ends the process when the two disagree
-// with what they ought to do.
+// One fuzz input's host and plugin, what it calls, and the complaint that ends the process when the
+// two disagree with what they ought to do.
 
 #include <string>
 
@@ -39,3 +39,8 @@ struct FuzzCase {
  private:
   void ArmFaults();
 };
+
+/// One picture and up to three methods called on it.
+void FuzzPictures(FuzzCase& fuzzCase);
+/// One call of the text and data functions.
+void FuzzText(FuzzCase& fuzzCase);

@@ -3,16 +3,11 @@
 // angles, colours, strings and encodings. Results are compared with a plain model wherever nothing
 // was disturbed, and the host's account must be even after every call.
 
-#include "fuzz/calls.h"
 #include "fuzz/fuzz_case.h"
 #include "simulator/plugin_snapshot.h"
 #include "tests/session.h"
 
 namespace {
-
-constexpr char kDrawPicture[] =
-    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
-    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
 
 /// What a host may lack besides its entries.
 constexpr const char* kOtherNames[] = {"Picture",

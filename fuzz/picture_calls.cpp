@@ -2,29 +2,11 @@
 
 #include <random>
 
-#include "fuzz/calls.h"
+#include "fuzz/fuzz_case.h"
 #include "fuzz/picture_model.h"
 #include "transforms/kernels/variant_names.h"
 
 namespace {
-
-enum Operation {
-  kRotate,
-  kRotate90,
-  kRotate180,
-  kRotate270,
-  kMirror,
-  kHMirror,
-  kVMirror,
-  kMirrorInPlace,
-  kHMirrorInPlace,
-  kVMirrorInPlace,
-  kClone,
-  kCloneSized,
-  kBitmap,
-  kRotateMemory,
-  kOperations
-};
 
 /// Sizes that reach whole vectors and their tails, in pictures that stay small.
 std::pair<int, int> PickSize(Input& input) {
@@ -82,9 +64,8 @@ struct Content {
 class PictureCall {
  public:
   PictureCall(FuzzCase& fuzzCase, model::PictureHost& host, sim::Picture& picture)
-      : case_(fuzzCase), model_(host), picture_(picture) {
+      : case_(fuzzCase), model_(host), picture_(picture), method_(PickMethod(fuzzCase)) {
     Input& input = fuzzCase.input;
-    operation_ = static_cast<Operation>(input.Below(kOperations));
     angle_ = PickAngle(input);
     background_ = input.Next<uint32_t>();
     width_ = picture.storage->width() + input.Next<int8_t>();
@@ -99,8 +80,8 @@ class PictureCall {
     case_.host.CheckGuards();
     if (onNull_) {
       case_.Require(!result.picture && !result.boolean, "something came of a null picture");
-    } else if (operation_ >= kMirrorInPlace && operation_ <= kVMirrorInPlace) {
-      CheckInPlace(before, finished, result.boolean);
+    } else if (const model::Move* const move = MoveOf(model::kMovesInPlace)) {
+      CheckInPlace(before, *move, finished, result.boolean);
     } else {
       case_.Require(Content(picture_) == before, "the source was changed");
       if (finished) CheckResult(result);
@@ -110,21 +91,38 @@ class PictureCall {
   }
 
  private:
-  sim::Result Call(sim::Picture* picture) const {
-    constexpr const char* kNames[kOperations] = {
-        "RotateVel",  "Rotate90Vel", "Rotate180Vel",     "Rotate270Vel",      "MirrorVel",
-        "HMirrorVel", "VMirrorVel",  "MirrorPictureVel", "HMirrorPictureVel", "VMirrorPictureVel",
-        "CloneVel",   "CloneVel",    "BitmapVel",        "RotateMemoryVel"};
-    std::vector<sim::Argument> arguments;
-    if (operation_ == kRotate) arguments = {angle_, sim::Color{background_}};
-    if (operation_ == kRotateMemory) arguments = {angle_};
-    if (operation_ == kCloneSized) arguments = {int64_t{width_}, int64_t{height_}};
-    return case_.plugin.Call(kNames[operation_], picture, arguments);
+  /// Methods added at the end, up to so many, leave those that kept inputs pick.
+  static const sim::Method& PickMethod(FuzzCase& fuzzCase) {
+    constexpr int kMostMethods = 16;
+    const std::vector<sim::Method>& methods = fuzzCase.plugin.methods();
+    return methods[fuzzCase.input.Below(kMostMethods) % methods.size()];
   }
 
-  void CheckInPlace(const Content& before, bool finished, bool changed) const {
+  sim::Result Call(sim::Picture* picture) const {
+    std::vector<sim::Argument> arguments;
+    for (const sim::Parameter& parameter : method_.parameters) {
+      if (parameter.type == sim::Type::kDouble) arguments.emplace_back(angle_);
+      if (parameter.type == sim::Type::kColor) arguments.emplace_back(sim::Color{background_});
+      if (parameter.type == sim::Type::kInteger) {
+        arguments.emplace_back(int64_t{arguments.empty() ? width_ : height_});
+      }
+    }
+    return case_.plugin.Call(method_, picture, arguments);
+  }
+
+  /// Where the method puts the pixels; null when it is none of these.
+  template <class Moves>
+  const model::Move* MoveOf(const Moves& moves) const {
+    for (const auto& [name, move] : moves) {
+      if (name == method_.name) return &move;
+    }
+    return nullptr;
+  }
+
+  void CheckInPlace(const Content& before, const model::Move& move, bool finished,
+                    bool changed) const {
     Content mirrored = before;
-    mirrored.raster = model::MovedInPlace(before.raster, Move());
+    mirrored.raster = model::MovedInPlace(before.raster, move);
     const Content after(picture_);
     if (!finished) {
       case_.Require(after == before || after == mirrored, "half a mirror was left behind");
@@ -136,38 +134,29 @@ class PictureCall {
     }
   }
 
-  /// Where one of the moves puts the pixels.
-  model::Move Move() const {
-    if (operation_ <= kRotate270) return model::kTurns[operation_ - kRotate];
-    if (operation_ == kMirror || operation_ == kMirrorInPlace) return model::kTurns[2];
-    const bool isHorizontal = operation_ == kHMirror || operation_ == kHMirrorInPlace;
-    return isHorizontal ? model::kFlipColumns : model::kFlipRows;
-  }
-
-  std::optional<model::Raster> Expected() const {
-    if (operation_ == kRotate) return model_.Rotate(picture_, angle_, background_);
-    return model_.Move(picture_, Move());
-  }
-
   void CheckResult(const sim::Result& result) const {
-    if (operation_ == kRotateMemory) {
+    if (method_.name == "RotateMemoryVel") {
       return case_.Require(
           case_.disturbed ||
               model::IsFairEstimate(
                   result.integer, {picture_.storage->width(), picture_.storage->height()}, angle_),
           "wrong memory estimate");
     }
-    if (operation_ == kBitmap) {
+    if (method_.name == "BitmapVel") {
       return case_.Require(
           result.picture.get() == &picture_ || (case_.disturbed && !result.picture),
           "a bitmap of another picture");
     }
     if (case_.disturbed) return;
-    const bool isExactCopy = operation_ == kRotate && model::QuarterTurnsOf(angle_) == 0;
-    if (operation_ == kClone || operation_ == kCloneSized || isExactCopy) {
+    const bool rotates = method_.name == "RotateVel";
+    if (method_.name == "CloneVel" || (rotates && model::QuarterTurnsOf(angle_) == 0)) {
       return CheckClone(result.picture.get());
     }
-    const auto expected = Expected();
+    const model::Move* const move = MoveOf(model::kMoves);
+    // Of a method that the model does not know, the balance is all that can be said.
+    if (!rotates && move == nullptr) return;
+    const auto expected =
+        rotates ? model_.Rotate(picture_, angle_, background_) : model_.Move(picture_, *move);
     case_.Require(expected.has_value() == static_cast<bool>(result.picture),
                   expected ? "no result" : "a result of nothing");
     if (!expected) return;
@@ -179,9 +168,9 @@ class PictureCall {
   }
 
   void CheckClone(const sim::Picture* clone) const {
-    const bool sized = operation_ == kCloneSized;
-    const int width = sized ? width_ : picture_.storage->width();
-    const int height = sized ? height_ : picture_.storage->height();
+    const bool isSized = method_.name == "CloneVel" && !method_.parameters.empty();
+    const int width = isSized ? width_ : picture_.storage->width();
+    const int height = isSized ? height_ : picture_.storage->height();
     if (width < 1 || height < 1) return case_.Require(clone == nullptr, "a clone of no size");
     if (clone == nullptr) return case_.Require(false, "no clone");
     case_.Require(clone->Read() == model_.Clone(picture_, width, height), "wrong clone");
@@ -190,7 +179,7 @@ class PictureCall {
   FuzzCase& case_;
   model::PictureHost& model_;
   sim::Picture& picture_;
-  Operation operation_;
+  const sim::Method& method_;
   double angle_;
   uint32_t background_;
   int width_;

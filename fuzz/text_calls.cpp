@@ -4,7 +4,7 @@
 #include <cstring>
 #include <optional>
 
-#include "fuzz/calls.h"
+#include "fuzz/fuzz_case.h"
 #include "simulator/text_conversion.h"
 #include "tests/text/views.h"
 

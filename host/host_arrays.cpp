@@ -12,9 +12,9 @@
 #include "host/scope_exit.h"
 
 using velpicture::AddReference;
+using velpicture::CallHost;
 using velpicture::DropReference;
 using velpicture::HostEntry;
-using velpicture::hostEntry;
 using velpicture::LockEntry;
 using velpicture::Promoted;
 using velpicture::ScopeExit;
@@ -111,63 +111,45 @@ void SetValue(REALarrayStruct* array, long index, T value) {
 
 }  // namespace
 
-long REALGetArrayUBound(void* array) { return hostEntry<"RuntimeUBound", long(void*)>(array); }
+long REALGetArrayUBound(void* array) { return CallHost<"RuntimeUBound", long>(array); }
 REALarrayStruct* REALCreateArray(REALArrayType type, long upperBound) {
-  return hostEntry<"RuntimeArrayCreateSingleDimBoundedArray",
-                   REALarrayStruct*(REALArrayType, long)>(type, upperBound);
+  return CallHost<"RuntimeArrayCreateSingleDimBoundedArray", REALarrayStruct*>(type, upperBound);
 }
 long REALGetArrayInt(REALintArrayStruct* array, int index) {
-  return hostEntry<"RuntimeDirectReadIntArray", long(REALintArrayStruct*, int)>(array, index);
+  return CallHost<"RuntimeDirectReadIntArray", long>(array, index);
 }
 REALstringStruct* REALGetArrayString(REALstringArrayStruct* array, int index) {
-  return hostEntry<"RuntimeDirectReadStringArray", REALstringStruct*(REALstringArrayStruct*, int)>(
-      array, index);
+  return CallHost<"RuntimeDirectReadStringArray", REALstringStruct*>(array, index);
 }
 REALobjectStruct* REALGetArrayObject(REALobjectArrayStruct* array, int index) {
-  return hostEntry<"RuntimeDirectReadObjectArray", REALobjectStruct*(REALobjectArrayStruct*, int)>(
-      array, index);
+  return CallHost<"RuntimeDirectReadObjectArray", REALobjectStruct*>(array, index);
 }
 
 #define VEL_INSERT(Type)                                                      \
   void REALInsertArrayValue(REALarrayStruct* array, long index, Type value) { \
     InsertValue(array, index, value);                                         \
   }
-VEL_INSERT(long long)
-VEL_INSERT(unsigned long long)
-VEL_INSERT(long)
-VEL_INSERT(unsigned long)
-VEL_INSERT(unsigned short)
-VEL_INSERT(float)
-VEL_INSERT(double)
-VEL_INSERT(REALstringStruct*)
-VEL_INSERT(REALobjectStruct*)
-#undef VEL_INSERT
-
 #define VEL_GET(Type, builtIn)                                            \
   void REALGetArrayValue(REALarrayStruct* array, long index, Type* out) { \
     GetValue<Type>(array, index, out, builtIn);                           \
   }
-VEL_GET(long long, ProvideReadElement<long long>)
-VEL_GET(unsigned long long, ProvideReadElement<unsigned long long>)
-VEL_GET(long, ProvideReadElement<long>)
-VEL_GET(unsigned long, ProvideReadElement<unsigned long>)
-VEL_GET(unsigned short, nullptr)
-VEL_GET(unsigned char, ProvideReadElement<unsigned char>)
-VEL_GET(float, ProvideReadElement<float>)
-VEL_GET(double, ProvideReadElement<double>)
-VEL_GET(REALstringStruct*, ProvideReadElement<REALstringStruct*>)
-VEL_GET(REALobjectStruct*, ProvideReadElement<REALobjectStruct*>)
-#undef VEL_GET
-
 #define VEL_SET(Type)                                                      \
   void REALSetArrayValue(REALarrayStruct* array, long index, Type value) { \
     SetValue(array, index, value);                                         \
   }
-VEL_SET(long long)
-VEL_SET(unsigned long long)
-VEL_SET(long)
-VEL_SET(unsigned long)
-VEL_SET(double)
-VEL_SET(REALstringStruct*)
-VEL_SET(REALobjectStruct*)
-#undef VEL_SET
+#define VEL_ALL(Type)                     \
+  VEL_INSERT(Type)                        \
+  VEL_GET(Type, ProvideReadElement<Type>) \
+  VEL_SET(Type)
+VEL_ALL(long long)
+VEL_ALL(unsigned long long)
+VEL_ALL(long)
+VEL_ALL(unsigned long)
+VEL_ALL(double)
+VEL_ALL(REALstringStruct*)
+VEL_ALL(REALobjectStruct*)
+VEL_INSERT(float)
+VEL_GET(float, ProvideReadElement<float>)
+VEL_INSERT(unsigned short)
+VEL_GET(unsigned short, nullptr)
+VEL_GET(unsigned char, ProvideReadElement<unsigned char>)

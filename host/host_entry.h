@@ -11,8 +11,10 @@
 
 namespace velpicture {
 
-/// A boolean as the host returns it: only this byte of the result register is defined.
-using HostBool = unsigned char;
+/// The type in which a result of a call of the host travels: of a boolean only the lowest byte of
+/// the result register is defined, and anything but zero there is true.
+template <class T>
+using Returned = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
 
 /// The type in which an argument of a call of the host travels: none is narrower than 32 bits, so
 /// that an unsigned one arrives zero-extended.
@@ -23,11 +25,12 @@ template <class Signature>
 class HostEntry;
 
 /// The host function `name`. A found address is kept for the life of the process; a missing one is
-/// asked for again at every call. The signature is the host's own; its arguments are promoted here.
+/// asked for again at every call. The signature is the host's own, in types of this side; results
+/// and arguments travel as said above.
 template <class Result, class... Args>
 class HostEntry<Result(Args...)> {
  public:
-  using Function = Result (*)(Promoted<Args>...);
+  using Function = Returned<Result> (*)(Promoted<Args>...);
 
   constexpr explicit HostEntry(const char* name) : name_(name) {}
   HostEntry(const HostEntry&) = delete;
@@ -49,7 +52,7 @@ class HostEntry<Result(Args...)> {
   Result operator()(Args... args) {
     const Function function = Address();
     if (function == nullptr) return Result();
-    return function(args...);
+    return static_cast<Result>(function(args...));
   }
 
  private:
@@ -61,5 +64,11 @@ class HostEntry<Result(Args...)> {
 /// shared_entries.h instead: two uses of this share a cache only if they are spelled alike.
 template <EntryName kName, class Signature>
 inline constinit HostEntry<Signature> hostEntry{kName.text};
+
+/// Calls that entry with these arguments, whose types are those of the host's function.
+template <EntryName kName, class Result = void, class... Args>
+Result CallHost(Args... args) {
+  return hostEntry<kName, Result(Args...)>(args...);
+}
 
 }  // namespace velpicture

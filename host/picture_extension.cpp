@@ -36,23 +36,15 @@ REALmethodDefinition pictureMethods[] = {
 };
 #undef VEL_METHOD
 
-REALclassDefinition pictureExtension = {
-    .version = kPluginInterfaceVersion,
-    .name = "Picture",
-    .hostWord2 = 0,
-    .size = 0,
-    .hostWords4 = {},
-    .members = nullptr,
-    .memberCount = 0,
-    .methods = pictureMethods,
-    .methodCount = sizeof pictureMethods / sizeof pictureMethods[0],
-    .hostWords11 = {},
-    .flags = kMarkConsoleSafe,
-    .sharedMembers = nullptr,
-    .sharedMemberCount = 0,
-    .sharedMethods = nullptr,
-    .sharedMethodCount = 0,
-};
+constinit REALclassDefinition pictureExtension = [] {
+  REALclassDefinition record{};
+  record.version = kPluginInterfaceVersion;
+  record.name = "Picture";
+  record.methods = pictureMethods;
+  record.methodCount = sizeof pictureMethods / sizeof pictureMethods[0];
+  record.flags = kMarkConsoleSafe;
+  return record;
+}();
 
 }  // namespace
 

@@ -20,7 +20,7 @@ struct PictureEditor {
   int32_t width;               ///< pixels
   int32_t height;              ///< rows
   int32_t bytesPerPixel;       ///< 4, or 3 for kPixelRgb24
-  uint32_t pixelType;          ///< a PixelType
+  uint32_t pixelType;          ///< the format, a PixelType
   uint8_t* baseAddress;        ///< first byte of the row on which the row cursor stands
   uint8_t* pixels;             ///< first byte of row 0
   uint8_t* ownedBuffer;        ///< pixels allocated by the 24-bit writer; null otherwise
@@ -39,7 +39,7 @@ static_assert(IsHostLayout(offsetof(PictureEditor, description), 36), "");
 static_assert(IsHostLayout(offsetof(PictureEditor, pixbuf), 36 + sizeof(REALpictureDescription)),
               "");
 
-/// Entries of the format tables for the editor's pixelType: bytes per pixel, and the byte offset of
+/// Entries of the format tables for the editor's format: bytes per pixel, and the byte offset of
 /// a channel inside a pixel. 0 for a code outside 0 to 16.
 VEL_EXPORT int GetBytesPerPixel(PictureEditor& editor);
 VEL_EXPORT int GetRedOffset(PictureEditor& editor);

@@ -19,7 +19,7 @@ enum class Attempt {
 };
 
 struct PixelBuffer {
-  PixelType type;
+  PixelType format;
   uint8_t* pixels;
   int width;
   int height;
@@ -29,7 +29,7 @@ struct PixelBuffer {
 void FillEditor(PictureEditor& editor, REALpictureStruct* picture, const PixelBuffer& buffer) {
   editor.unreferenced = !AddReference(picture);
   editor.picture = picture;
-  editor.pixelType = buffer.type;
+  editor.pixelType = buffer.format;
   editor.bytesPerPixel = GetBytesPerPixel(editor);
   editor.baseAddress = buffer.pixels;
   editor.pixels = buffer.pixels;
@@ -57,7 +57,7 @@ bool DescribeSurface(void* context, PixelBuffer& buffer) {
 bool FillFromCairo(PictureEditor& editor, REALpictureStruct* picture) {
   if (!LoadCairo()) return false;
   PixelBuffer buffer{};
-  buffer.type = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
+  buffer.format = editor.hasAlpha ? kPixelArgb32 : kPixelRgb32;
   if (!DescribeSurface(editor.description.data, buffer)) return false;
   FillEditor(editor, picture, buffer);
   return true;
@@ -115,19 +115,13 @@ Attempt Open(const Storage& storage, PictureEditor& editor, REALpictureStruct* p
   return Attempt::kOpened;
 }
 
-bool OpenWithAlpha(PictureEditor& editor, REALpictureStruct* picture) {
-  Attempt attempt = Attempt::kNotThere;
-  if (!IsConsole) attempt = Open(kCairo, editor, picture);
-  if (attempt == Attempt::kNotThere && !IsDesktop) attempt = Open(kConsole, editor, picture);
-  return attempt == Attempt::kOpened;
-}
-
-bool OpenOpaque(PictureEditor& editor, REALpictureStruct* picture) {
-  const bool mayCopy = !IsConsole && editor.allowCopy && !editor.writable;
+/// Tries the storages in their order. A picture with alpha is in no drawable, and never copied.
+bool OpenAny(PictureEditor& editor, REALpictureStruct* picture) {
+  const bool mayCopy = !IsConsole && !editor.hasAlpha && editor.allowCopy && !editor.writable;
   Attempt attempt = Attempt::kNotThere;
   if (!IsConsole) {
     attempt = Open(kCairo, editor, picture);
-    if (attempt == Attempt::kNotThere) attempt = Open(kGdk, editor, picture);
+    if (attempt == Attempt::kNotThere && !editor.hasAlpha) attempt = Open(kGdk, editor, picture);
   }
   // Before the copy: a host without a Graphics would leave the copy of a console picture blank.
   if (attempt == Attempt::kNotThere && !IsDesktop) attempt = Open(kConsole, editor, picture);
@@ -146,9 +140,8 @@ bool GetPictureReader(PictureEditor& editor, REALpictureStruct* picture, signed 
   editor.writable = writable != 0;
   editor.allowCopy = allowCopy != 0;
   if (!IsConsole && !IsDesktop) CheckApplication();
-
   editor.hasAlpha = PictureHasAlphaChannel(picture);
-  return editor.hasAlpha ? OpenWithAlpha(editor, picture) : OpenOpaque(editor, picture);
+  return OpenAny(editor, picture);
 }
 
 bool GetPictureReader(PictureEditor& editor, REALpictureStruct* picture) {

@@ -30,7 +30,6 @@ inline uint32_t PackColor(const Rgba& pixel, uint32_t alphaBits) {
 }
 
 struct ConsoleFormat {
-  static constexpr PixelType kType = kPixelConsole;
   static constexpr int kBytesPerPixel = 4;
   static Rgba Load(const uint8_t* bytes) {
     const uint32_t word = LoadWord(bytes);
@@ -43,7 +42,6 @@ struct ConsoleFormat {
 };
 
 struct Rgb24Format {
-  static constexpr PixelType kType = kPixelRgb24;
   static constexpr int kBytesPerPixel = 3;
   static Rgba Load(const uint8_t* bytes) { return {bytes[0], bytes[1], bytes[2], 255}; }
   static void Store(uint8_t* bytes, const Rgba& pixel) {
@@ -54,7 +52,6 @@ struct Rgb24Format {
 };
 
 struct Argb32Format {
-  static constexpr PixelType kType = kPixelArgb32;
   static constexpr int kBytesPerPixel = 4;
   static Rgba Load(const uint8_t* bytes) {
     const uint32_t word = LoadWord(bytes);
@@ -66,17 +63,16 @@ struct Argb32Format {
 };
 
 struct Rgb32Format {
-  static constexpr PixelType kType = kPixelRgb32;
   static constexpr int kBytesPerPixel = 4;
   static Rgba Load(const uint8_t* bytes) { return UnpackColor(LoadWord(bytes), 255); }
   static void Store(uint8_t* bytes, const Rgba& pixel) { StoreWord(bytes, PackColor(pixel, 0xFF)); }
 };
 
-/// Calls visit(Format{}) with the format type of `pixelType`; returns false, calling nothing, for a
-/// code that no storage uses.
+/// Calls visit(Format{}) with the type of the format of that code; returns false, calling nothing,
+/// for a code that no storage uses.
 template <class Visitor>
-inline bool VisitFormat(uint32_t pixelType, Visitor&& visit) {
-  switch (pixelType) {
+inline bool VisitFormat(uint32_t format, Visitor&& visit) {
+  switch (format) {
     case kPixelConsole:
       visit(ConsoleFormat{});
       return true;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// The codes of PictureEditor::pixelType that occur.
+/// The codes of the formats that occur, as PictureEditor::pixelType holds them.
 enum PixelType : uint32_t {
   kPixelConsole = 8,  ///< 32-bit word, 7-bit alpha in bits 24 to 30, bit 31 written as 0
   kPixelRgb24 = 11,   ///< three bytes: red, green, blue

@@ -11,6 +11,11 @@
 #include "simulator/mangled_name.h"
 #include "simulator/plugin.h"
 
+/// The host's method that draws a picture, which a host may lack.
+constexpr char kDrawPicture[] =
+    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
+    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
+
 /// The exported function of that mangled name; throws when there is none.
 template <class Signature>
 Signature* Exported(const sim::Plugin& plugin, const std::string& mangled) {

@@ -5,9 +5,7 @@
 
 #include "host/host_calls.h"
 #include "host/host_references.h"
-#include "text/heap_bytes.h"
-#include "text/legacy_string.h"
-#include "text/raw_bytes.h"
+#include "text/string_bytes.h"
 
 using velpicture::HeapBytes;
 using velpicture::HostReference;

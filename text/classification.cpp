@@ -1,7 +1,7 @@
 #include "text/classification.h"
 
 #include "host/host_calls.h"
-#include "text/raw_bytes.h"
+#include "text/string_bytes.h"
 
 using velpicture::RawBytes;
 

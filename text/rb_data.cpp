@@ -4,9 +4,8 @@
 #include "host/host_references.h"
 #include "host/scope_exit.h"
 #include "host/versions.h"
-#include "text/filled_record.h"
 #include "text/keep_stores.h"
-#include "text/legacy_string.h"
+#include "text/string_bytes.h"
 
 using velpicture::AddReference;
 using velpicture::HostReference;

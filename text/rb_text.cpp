@@ -8,10 +8,9 @@
 #include "host/scope_exit.h"
 #include "host/versions.h"
 #include "text/builders.h"
-#include "text/filled_record.h"
 #include "text/keep_stores.h"
-#include "text/legacy_string.h"
 #include "text/rb_data.h"
+#include "text/string_bytes.h"
 
 using velpicture::LoadUnaligned;
 using velpicture::ScopeExit;
@@ -141,7 +140,7 @@ rbText::rbText(const rbText& other) : rbText(other.source) {}
 
 rbText& rbText::operator=(const rbText& other) {
   rbText fresh(other.source);
-  // A reference that could not be added is the one that this view has on the same string, if any.
+  // Where none could be added, the reference that this view has on the same string is passed on.
   if (fresh.unreferenced && fresh.source == source) std::swap(unreferenced, fresh.unreferenced);
   // The records stay where the host filled them until it has them back.
   const ScopeExit become([&] {

@@ -6,17 +6,16 @@
 #include "host/host_calls.h"
 #include "host/host_entry.h"
 #include "host/host_references.h"
-#include "text/heap_bytes.h"
+#include "text/string_bytes.h"
 
 using velpicture::HeapBytes;
-using velpicture::HostBool;
 using velpicture::HostEntry;
 using velpicture::hostEntry;
 using velpicture::StringReference;
 
 namespace {
 
-constinit HostEntry<HostBool(REALstringStruct*, unsigned long, REALstringData*)> hostGet(
+constinit HostEntry<bool(REALstringStruct*, unsigned long, REALstringData*)> hostGet(
     "PluginGetStringData");
 constinit HostEntry<void(REALstringData*)> hostDispose("PluginDisposeStringData");
 
@@ -76,7 +75,7 @@ bool CopyStringData(REALstringStruct* string, unsigned long encoding, REALstring
 bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) {
   if (hostGet.Address() == nullptr) return CopyStringData(string, encoding, out);
   hostLends = true;
-  return hostGet(string, encoding, out) != 0;
+  return hostGet(string, encoding, out);
 }
 
 // A record does not say who filled it, but the host's entries do: a host that has the get entry

@@ -12,10 +12,10 @@
 namespace velpicture {
 namespace {
 
-/// Pictures of so many bytes are written past the cache, where they would only take the place of
-/// something else. Smaller ones are often still there for whoever looks at them next, and streams
-/// would wait for memory. Turns gain from streams sooner than mirrors: up to half of their time
-/// where the last level of the cache is shared with other virtual machines.
+/// Pictures of so many bytes are written past the cache: in it they would only push out something
+/// else. Smaller ones are often still there for whoever looks at them next, and streams would wait
+/// for memory. Turns gain from streams sooner than mirrors: up to half of their time where the last
+/// level of the cache is shared with other virtual machines.
 constexpr int64_t kStreamedMirrorBytes = int64_t{12} << 20;
 constexpr int64_t kStreamedTurnBytes = int64_t{5} << 20;
 
@@ -81,8 +81,8 @@ constexpr int kBandColumns = 512;
 constexpr int kGatheredColumns = 128;
 
 /// Turns a band, of at most kGatheredColumns, of rows that lie anywhere: a block at a time is
-/// copied to a buffer, one row behind the other. That is no part of the caller's frame, since a
-/// kernel may need as large a buffer when rows are steady.
+/// copied to a buffer, one row behind the other. The buffer stays out of the caller's frame: where
+/// rows are steady, the kernel needs the room for one of its own.
 [[gnu::noinline]] void TransposeGathered(const Kernels& kernels, const RowWalk& rows,
                                          TransposeBand band, ptrdiff_t sourceBytes,
                                          int bytesPerPixel, int targetBytesPerPixel) {
@@ -172,7 +172,7 @@ void TurnPixels(const PictureEditor& source, PictureEditor& target, QuarterTurn 
 }
 
 void ReverseRowsInPlace(PictureEditor& picture) {
-  // Two rows ahead, and never beyond the picture: the rows that are asked for in good time.
+  // The row two below is asked for meanwhile. Behind the last row RowAddress names the first.
   const Kernels& kernels = SelectedKernels();
   const ptrdiff_t half = picture.width / 2;
   const ptrdiff_t rightBytes = (picture.width - half) * 4;

@@ -125,16 +125,9 @@ REALpictureStruct* MakeFromOwned(PictureReference& picture, Make make) {
   return result.Release();
 }
 
-REALpictureStruct* QuarterTurned(REALpictureStruct* picture, int quarterTurns) {
-  switch (quarterTurns) {
-    case 1:
-      return rbRotate90(picture);
-    case 2:
-      return rbRotate180(picture);
-    default:
-      return rbRotate270(picture);
-  }
-}
+/// What turns a picture by so many quarters.
+constexpr REALpictureStruct* (*kQuarterTurn[])(REALpictureStruct*) = {ClonePicture, rbRotate90,
+                                                                      rbRotate180, rbRotate270};
 
 /// Takes over the reference on the picture.
 REALpictureStruct* ShearRotated(PictureReference& picture, double angleDegrees, Rgba background) {
@@ -156,14 +149,11 @@ REALpictureStruct* ShearRotated(PictureReference& picture, double angleDegrees, 
 REALpictureStruct* rbRotate(REALpictureStruct* picture, double angle, unsigned long background) {
   AngleReduction reduction;
   if (!ReduceAngle(angle, reduction)) return nullptr;
-  if (reduction.isExact) {
-    return reduction.quarterTurns == 0 ? ClonePicture(picture)
-                                       : QuarterTurned(picture, reduction.quarterTurns);
-  }
+  const auto turn = kQuarterTurn[reduction.quarterTurns];
+  if (reduction.isExact) return turn(picture);
   if (picture == nullptr) return nullptr;
-  PictureReference working = reduction.quarterTurns == 0
-                                 ? PictureReference::Retained(picture)
-                                 : PictureReference(QuarterTurned(picture, reduction.quarterTurns));
+  PictureReference working = reduction.quarterTurns == 0 ? PictureReference::Retained(picture)
+                                                         : PictureReference(turn(picture));
   if (!working) return nullptr;
   const Rgba color = UnpackColor(background, static_cast<int>(background >> 24));
   return ShearRotated(working, reduction.angleDegrees, color);

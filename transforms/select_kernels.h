@@ -5,6 +5,6 @@
 
 #include "host/export.h"
 
-/// Selects "plain", "sse2" or "avx2" from now on; false, with nothing changed, for any
-/// other name, for null, and for a set that this machine lacks.
+/// Selects the kernels of that name (docs/support.md has them) from now on; false, with nothing
+/// changed, for any other name, for null, and for a set that this machine lacks.
 VEL_EXPORT bool SelectKernels(const char* name);

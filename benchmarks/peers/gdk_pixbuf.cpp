@@ -1,7 +1,6 @@
 // gdk-pixbuf: whole pictures of three or four bytes a pixel, mirrored and turned by quarters.
 
 #include "benchmarks/peers/peers.h"
-#include "simulator/shared_library.h"
 
 namespace velbench {
 namespace {
@@ -9,33 +8,21 @@ namespace {
 constexpr int kColorspaceRgb = 0;
 constexpr int kBitsPerChannel = 8;
 
-struct GdkPixbuf {
-  void* (*newFromData)(const uint8_t* data, int colorspace, int alpha, int bits, int width,
-                       int height, int strideBytes, void* destroy, void* destroyData);
-  void* (*flip)(const void* source, int horizontal);
-  // In degrees, counter-clockwise.
-  void* (*rotateSimple)(const void* source, int angle);
-  void (*unref)(void* object);
-  std::string problem;
+struct GdkPixbuf : PeerLibrary {
+  GdkPixbuf() : PeerLibrary("libgdk_pixbuf-2.0.so.0") {}
 
-  GdkPixbuf() {
-    sim::SharedLibrary library("libgdk_pixbuf-2.0.so.0");
-    library.Find(newFromData, "gdk_pixbuf_new_from_data");
-    library.Find(flip, "gdk_pixbuf_flip");
-    library.Find(rotateSimple, "gdk_pixbuf_rotate_simple");
-    // Its functions are found through those who need it, too.
-    library.Find(unref, "g_object_unref");
-    problem = library.problem();
-  }
+  void* (*newFromData)(const uint8_t* data, int colorspace, int alpha, int bits, int width,
+                       int height, int strideBytes, void* destroy,
+                       void* destroyData) = Find("gdk_pixbuf_new_from_data");
+  void* (*flip)(const void* source, int horizontal) = Find("gdk_pixbuf_flip");
+  // In degrees, counter-clockwise.
+  void* (*rotateSimple)(const void* source, int angle) = Find("gdk_pixbuf_rotate_simple");
+  // Functions of the libraries that it needs are found in it, too.
+  void (*unref)(void* object) = Find("g_object_unref");
 };
 
-const GdkPixbuf& TheGdkPixbuf() {
-  static const GdkPixbuf gdkPixbuf;
-  return gdkPixbuf;
-}
-
 void* Result(Work work, const void* source) {
-  const GdkPixbuf& library = TheGdkPixbuf();
+  const GdkPixbuf& library = The<GdkPixbuf>();
   switch (work) {
     case Work::kMirror:
     case Work::kFlip:
@@ -51,17 +38,17 @@ void* Result(Work work, const void* source) {
 
 PeerWork Prepare(const Task& task) {
   if (task.work == Work::kRotate) return {};
-  const GdkPixbuf& library = TheGdkPixbuf();
+  const GdkPixbuf& library = The<GdkPixbuf>();
   const std::shared_ptr<void> source(
       library.newFromData(task.pixels, kColorspaceRgb, task.bytesPerPixel == 4, kBitsPerChannel,
                           task.size.width, task.size.height, task.StrideBytes(), nullptr, nullptr),
       library.unref);
-  return {[source, work = task.work] { TheGdkPixbuf().unref(Result(work, source.get())); },
+  return {[source, work = task.work] { The<GdkPixbuf>().unref(Result(work, source.get())); },
           task.inPlace ? kCopies : ""};
 }
 
 }  // namespace
 
-Peer OpenGdkPixbuf() { return {"gdk-pixbuf", TheGdkPixbuf().problem, Prepare}; }
+Peer OpenGdkPixbuf() { return {"gdk-pixbuf", The<GdkPixbuf>().problem(), Prepare}; }
 
 }  // namespace velbench

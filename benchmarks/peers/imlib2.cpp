@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "benchmarks/peers/peers.h"
-#include "simulator/shared_library.h"
 
 namespace velbench {
 namespace {
@@ -12,47 +11,28 @@ namespace {
 // Quarters, clockwise.
 enum Orientation { kQuarter = 1, kHalf = 2, kThreeQuarters = 3 };
 
-struct Imlib2 {
-  void* (*createImage)(int width, int height);
-  uint32_t* (*getData)();
-  void (*putBackData)(uint32_t* data);
-  void (*setImage)(void* image);
-  void (*freeImage)();
-  void (*flipHorizontal)();
-  void (*flipVertical)();
-  void (*orientate)(int orientation);
-  void (*setAlpha)(char alpha);
+struct Imlib2 : PeerLibrary {
+  Imlib2() : PeerLibrary("libImlib2.so.1") {}
+
+  void* (*createImage)(int width, int height) = Find("imlib_create_image");
+  uint32_t* (*getData)() = Find("imlib_image_get_data");
+  void (*putBackData)(uint32_t* data) = Find("imlib_image_put_back_data");
+  void (*setImage)(void* image) = Find("imlib_context_set_image");
+  void (*freeImage)() = Find("imlib_free_image");
+  void (*flipHorizontal)() = Find("imlib_image_flip_horizontal");
+  void (*flipVertical)() = Find("imlib_image_flip_vertical");
+  void (*orientate)(int orientation) = Find("imlib_image_orientate");
+  void (*setAlpha)(char alpha) = Find("imlib_image_set_has_alpha");
   // In radians, clockwise.
-  void* (*createRotated)(double angle);
-  std::string problem;
-
-  Imlib2() {
-    sim::SharedLibrary library("libImlib2.so.1");
-    library.Find(createImage, "imlib_create_image");
-    library.Find(getData, "imlib_image_get_data");
-    library.Find(putBackData, "imlib_image_put_back_data");
-    library.Find(setImage, "imlib_context_set_image");
-    library.Find(freeImage, "imlib_free_image");
-    library.Find(flipHorizontal, "imlib_image_flip_horizontal");
-    library.Find(flipVertical, "imlib_image_flip_vertical");
-    library.Find(orientate, "imlib_image_orientate");
-    library.Find(setAlpha, "imlib_image_set_has_alpha");
-    library.Find(createRotated, "imlib_create_rotated_image");
-    problem = library.problem();
-  }
+  void* (*createRotated)(double angle) = Find("imlib_create_rotated_image");
 };
-
-const Imlib2& TheImlib2() {
-  static const Imlib2 imlib2;
-  return imlib2;
-}
 
 // Work is done on the library's current image.
 std::shared_ptr<void> NewImage(const Task& task) {
-  const Imlib2& library = TheImlib2();
+  const Imlib2& library = The<Imlib2>();
   const auto release = [](void* image) {
-    TheImlib2().setImage(image);
-    TheImlib2().freeImage();
+    The<Imlib2>().setImage(image);
+    The<Imlib2>().freeImage();
   };
   std::shared_ptr<void> image(library.createImage(task.size.width, task.size.height), release);
   library.setImage(image.get());
@@ -64,7 +44,7 @@ std::shared_ptr<void> NewImage(const Task& task) {
 }
 
 void DoWork(Work work, double radians) {
-  const Imlib2& library = TheImlib2();
+  const Imlib2& library = The<Imlib2>();
   switch (work) {
     case Work::kMirror:
       return library.flipHorizontal();
@@ -87,7 +67,7 @@ PeerWork Prepare(const Task& task) {
   const char* note = task.inPlace ? "" : kInPlace;
   if (task.work == Work::kRotate) note = "bilinear in one pass, onto a larger square canvas";
   return {[image = NewImage(task), work = task.work, radians = task.Radians()] {
-            TheImlib2().setImage(image.get());
+            The<Imlib2>().setImage(image.get());
             DoWork(work, radians);
           },
           note};
@@ -95,6 +75,6 @@ PeerWork Prepare(const Task& task) {
 
 }  // namespace
 
-Peer OpenImlib2() { return {"Imlib2", TheImlib2().problem, Prepare}; }
+Peer OpenImlib2() { return {"Imlib2", The<Imlib2>().problem(), Prepare}; }
 
 }  // namespace velbench

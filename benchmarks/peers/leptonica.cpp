@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "benchmarks/peers/peers.h"
-#include "simulator/shared_library.h"
 
 namespace velbench {
 namespace {
@@ -12,49 +11,33 @@ enum Direction { kCounterClockwise = -1, kClockwise = 1 };
 constexpr int kAreaMap = 1;
 constexpr int kBringInWhite = 1;
 
-struct Leptonica {
+struct Leptonica : PeerLibrary {
+  Leptonica() : PeerLibrary("liblept.so.5") {}
+
   // Into the first picture: the second itself, or a new one when null.
   using Move = void*(void* target, void* source);
-  void* (*create)(int width, int height, int depth);
-  uint32_t* (*data)(void* picture);
-  void (*destroy)(void** picture);
-  Move* flipLeftRight;
-  Move* flipTopBottom;
-  Move* rotate180;
-  void* (*rotate90)(void* source, int direction);
+  void* (*create)(int width, int height, int depth) = Find("pixCreate");
+  uint32_t* (*data)(void* picture) = Find("pixGetData");
+  void (*destroy)(void** picture) = Find("pixDestroy");
+  Move* flipLeftRight = Find("pixFlipLR");
+  Move* flipTopBottom = Find("pixFlipTB");
+  Move* rotate180 = Find("pixRotate180");
+  void* (*rotate90)(void* source, int direction) = Find("pixRotate90");
   // In radians, clockwise; on a canvas large enough, given the original's size.
-  void* (*rotate)(void* source, float angle, int type, int background, int width, int height);
-  std::string problem;
-
-  Leptonica() {
-    sim::SharedLibrary library("liblept.so.5");
-    library.Find(create, "pixCreate");
-    library.Find(data, "pixGetData");
-    library.Find(destroy, "pixDestroy");
-    library.Find(flipLeftRight, "pixFlipLR");
-    library.Find(flipTopBottom, "pixFlipTB");
-    library.Find(rotate180, "pixRotate180");
-    library.Find(rotate90, "pixRotate90");
-    library.Find(rotate, "pixRotate");
-    problem = library.problem();
-  }
+  void* (*rotate)(void* source, float angle, int type, int background, int width,
+                  int height) = Find("pixRotate");
 };
 
-const Leptonica& TheLeptonica() {
-  static const Leptonica leptonica;
-  return leptonica;
-}
-
 std::shared_ptr<void> NewPicture(const Task& task) {
-  const Leptonica& library = TheLeptonica();
+  const Leptonica& library = The<Leptonica>();
   std::shared_ptr<void> picture(library.create(task.size.width, task.size.height, 32),
-                                [](void* released) { TheLeptonica().destroy(&released); });
+                                [](void* released) { The<Leptonica>().destroy(&released); });
   std::memcpy(library.data(picture.get()), task.pixels, task.ByteCount());
   return picture;
 }
 
 void* Result(const Task& task, void* source) {
-  const Leptonica& library = TheLeptonica();
+  const Leptonica& library = The<Leptonica>();
   void* const target = task.inPlace ? source : nullptr;
   switch (task.work) {
     case Work::kMirror:
@@ -77,13 +60,13 @@ PeerWork Prepare(const Task& task) {
   if (task.bytesPerPixel != 4) return {};
   return {[task, source = NewPicture(task)] {
             void* result = Result(task, source.get());
-            if (!task.inPlace) TheLeptonica().destroy(&result);
+            if (!task.inPlace) The<Leptonica>().destroy(&result);
           },
           task.work == Work::kRotate ? "area mapping in one pass, without alpha" : ""};
 }
 
 }  // namespace
 
-Peer OpenLeptonica() { return {"leptonica", TheLeptonica().problem, Prepare}; }
+Peer OpenLeptonica() { return {"leptonica", The<Leptonica>().problem(), Prepare}; }
 
 }  // namespace velbench

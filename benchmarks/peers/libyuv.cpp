@@ -1,7 +1,6 @@
 // libyuv: vectorised rows for video; a negative height turns a picture upside down on the way.
 
 #include "benchmarks/peers/peers.h"
-#include "simulator/shared_library.h"
 
 namespace velbench {
 namespace {
@@ -9,30 +8,17 @@ namespace {
 // In degrees, clockwise.
 enum Mode { kQuarter = 90, kHalf = 180, kThreeQuarters = 270 };
 
-struct Libyuv {
+struct Libyuv : PeerLibrary {
+  Libyuv() : PeerLibrary("libyuv.so.0") {}
+
   using Copy = int(const uint8_t* source, int sourceStride, uint8_t* target, int targetStride,
                    int width, int height);
-  Copy* copy;
-  Copy* mirror;
-  Copy* mirrorThreeBytes;
+  Copy* copy = Find("ARGBCopy");
+  Copy* mirror = Find("ARGBMirror");
+  Copy* mirrorThreeBytes = Find("RGB24Mirror");
   int (*rotate)(const uint8_t* source, int sourceStride, uint8_t* target, int targetStride,
-                int width, int height, Mode mode);
-  std::string problem;
-
-  Libyuv() {
-    sim::SharedLibrary library("libyuv.so.0");
-    library.Find(copy, "ARGBCopy");
-    library.Find(mirror, "ARGBMirror");
-    library.Find(mirrorThreeBytes, "RGB24Mirror");
-    library.Find(rotate, "ARGBRotate");
-    problem = library.problem();
-  }
+                int width, int height, Mode mode) = Find("ARGBRotate");
 };
-
-const Libyuv& TheLibyuv() {
-  static const Libyuv libyuv;
-  return libyuv;
-}
 
 PeerWork Rows(const Task& task, Libyuv::Copy* copy) {
   const int height = task.work == Work::kMirror ? task.size.height : -task.size.height;
@@ -43,13 +29,13 @@ PeerWork Rows(const Task& task, Libyuv::Copy* copy) {
 
 PeerWork Turn(const Task& task, Mode mode) {
   return FillingNewPixels(task, [=](uint8_t* target) {
-    TheLibyuv().rotate(task.pixels, task.StrideBytes(), target, task.canvas.width * 4,
-                       task.size.width, task.size.height, mode);
+    The<Libyuv>().rotate(task.pixels, task.StrideBytes(), target, task.canvas.width * 4,
+                         task.size.width, task.size.height, mode);
   });
 }
 
 PeerWork Prepare(const Task& task) {
-  const Libyuv& library = TheLibyuv();
+  const Libyuv& library = The<Libyuv>();
   const bool wide = task.bytesPerPixel == 4;
   switch (task.work) {
     case Work::kMirror:
@@ -69,6 +55,6 @@ PeerWork Prepare(const Task& task) {
 
 }  // namespace
 
-Peer OpenLibyuv() { return {"libyuv", TheLibyuv().problem, Prepare}; }
+Peer OpenLibyuv() { return {"libyuv", The<Libyuv>().problem(), Prepare}; }
 
 }  // namespace velbench

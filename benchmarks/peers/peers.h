@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "benchmarks/cases.h"
+#include "simulator/shared_library.h"
 
 namespace velbench {
 
@@ -56,6 +57,32 @@ Peer OpenLibyuv();
 Peer OpenImlib2();
 Peer OpenLeptonica();
 Peer OpenSdl2Gfx();
+
+/// A library whose functions are members of a derived struct, each initialized with Find.
+struct PeerLibrary : sim::SharedLibrary {
+  /// An address that becomes a pointer to any function.
+  struct Entry {
+    template <class Function>
+    operator Function*() const {
+      return reinterpret_cast<Function*>(address);
+    }
+    void* address;
+  };
+
+  using SharedLibrary::SharedLibrary;
+  Entry Find(const char* name) {
+    Entry entry;
+    SharedLibrary::Find(entry.address, name);
+    return entry;
+  }
+};
+
+/// The one of its kind, opened at its first use.
+template <class Library>
+const Library& The() {
+  static const Library library;
+  return library;
+}
 
 constexpr const char* kCopies = "makes a new picture instead of changing one";
 constexpr const char* kInPlace = "changes its picture instead of making a new one";

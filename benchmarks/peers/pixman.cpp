@@ -2,7 +2,6 @@
 // exact turns and bilinear otherwise.
 
 #include "benchmarks/peers/peers.h"
-#include "simulator/shared_library.h"
 
 namespace velbench {
 namespace {
@@ -16,31 +15,19 @@ struct Transform {
   int32_t matrix[3][3];
 };
 
-struct Pixman {
-  void* (*createBits)(uint32_t format, int width, int height, void* bits, int strideBytes);
-  int (*setTransform)(void* image, const Transform* transform);
-  int (*setFilter)(void* image, int filter, const int32_t* parameters, int count);
+struct Pixman : PeerLibrary {
+  Pixman() : PeerLibrary("libpixman-1.so.0") {}
+
+  void* (*createBits)(uint32_t format, int width, int height, void* bits,
+                      int strideBytes) = Find("pixman_image_create_bits_no_clear");
+  int (*setTransform)(void* image, const Transform* transform) = Find("pixman_image_set_transform");
+  int (*setFilter)(void* image, int filter, const int32_t* parameters,
+                   int count) = Find("pixman_image_set_filter");
   void (*composite)(int op, void* source, void* mask, void* target, int32_t sourceX,
                     int32_t sourceY, int32_t maskX, int32_t maskY, int32_t targetX, int32_t targetY,
-                    int32_t width, int32_t height);
-  int (*unref)(void* image);
-  std::string problem;
-
-  Pixman() {
-    sim::SharedLibrary library("libpixman-1.so.0");
-    library.Find(createBits, "pixman_image_create_bits_no_clear");
-    library.Find(setTransform, "pixman_image_set_transform");
-    library.Find(setFilter, "pixman_image_set_filter");
-    library.Find(composite, "pixman_image_composite32");
-    library.Find(unref, "pixman_image_unref");
-    problem = library.problem();
-  }
+                    int32_t width, int32_t height) = Find("pixman_image_composite32");
+  int (*unref)(void* image) = Find("pixman_image_unref");
 };
-
-const Pixman& ThePixman() {
-  static const Pixman pixman;
-  return pixman;
-}
 
 // Around the middles of both pictures: (x, y) of the result shows (a·x + b·y, c·x + d·y).
 Transform Centred(const Task& task, double a, double b, double c, double d) {
@@ -74,7 +61,7 @@ PeerWork Prepare(const Task& task) {
   if (task.StrideBytes() % 4 != 0) return {};
   const bool rotates = task.work == Work::kRotate;
   PeerWork work = FillingNewPixels(task, [task, rotates](uint8_t* pixels) {
-    const Pixman& pixman = ThePixman();
+    const Pixman& pixman = The<Pixman>();
     const Format format = task.bytesPerPixel == 4 ? kArgb32 : kRgb24;
     const Size& canvas = task.canvas;
     void* const source = pixman.createBits(format, task.size.width, task.size.height,
@@ -95,6 +82,6 @@ PeerWork Prepare(const Task& task) {
 
 }  // namespace
 
-Peer OpenPixman() { return {"pixman", ThePixman().problem, Prepare}; }
+Peer OpenPixman() { return {"pixman", The<Pixman>().problem(), Prepare}; }
 
 }  // namespace velbench

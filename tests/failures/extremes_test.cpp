@@ -38,7 +38,7 @@ TEST_F(Extremes, SingleRowsAndColumnsOfTheLongestSide) {
     SCOPED_TRACE(width);
     const auto picture = RandomPicture(session.host, kConsole, width, height, random);
     const model::Raster source = model::Raster::Of(*picture);
-    for (const auto& [method, move] : kMoves) {
+    for (const auto& [method, move] : model::kMoves) {
       EXPECT_EQ(Difference(Call(method, *picture), Moved(source, kFormat, move)), "") << method;
     }
     for (const double angle : {0.01, -0.01, 90.01}) {

@@ -79,7 +79,7 @@ std::string Rendered(Fixture& fixture, PictureEditor& editor) {
 
 const Scenario kPictureScenarios[] = {
     {"RotateVel(120)", Method},
-    {"RotateMemoryVel(30)", Method, "[24][204][4]"},
+    {"RotateMemoryVel(30)", Method, {"24", "204", "4"}},
     {"HMirrorPictureVel", Method},
     {"CloneVel(9, 2)", Method},
     {"NewPictureWriter on a picture",
@@ -90,7 +90,7 @@ const Scenario kPictureScenarios[] = {
        if (!Call<Open>(fixture, "NewPictureWriter", editor, other, 5, 3)) return "null";
        return Rendered(fixture, editor);
      },
-     "[5 x 3]"},
+     {"5 x 3"}},
     {"FreePictureWriter",
      [](Fixture& fixture, const char* name) -> std::string {
        PictureEditor editor;
@@ -104,7 +104,7 @@ const Scenario kPictureScenarios[] = {
        constexpr signed char kAlpha = 1;
        return Describe(fixture, Call<Picture*(int, int, signed char)>(fixture, name, 6, 4, kAlpha));
      },
-     "[6 x 4]"},
+     {"6 x 4"}},
     {"ClonePictureWithMask", Of<Picture*, Picture*>},
     {"GraphicsDrawPicture", Drawn},
     {"OwnCopy", Drawn},
@@ -170,15 +170,15 @@ const Scenario kTextScenarios[] = {
        const std::wstring text(250, L'w');
        return Describe(fixture, Call<String*(const wchar_t*)>(fixture, name, text.c_str()));
      },
-     "[500 bytes of encoding 65535: w.w.w.w.w.w.]"},
+     {"500 bytes of encoding 65535: w.w.w.w.w.w."}},
     {"REALBuildMemoryblock",
      [](Fixture& fixture, const char* name) -> std::string {
        const auto block = sim::Ref<sim::MemoryBlock>::Adopt(fixture.host.Live<sim::MemoryBlock>(
            Call<REALmemoryBlockStruct*(const void*, int)>(fixture, name, "bytes", 5)));
        return block ? std::string(block->bytes()) : "null";
      }},
-    {"REALstringToOSType", Of<unsigned long, String*>, "[1667327683][538976288]"},
-    {"REALGetLowestStringEncoding", Of<unsigned long, String*>, "[1536]"},
+    {"REALstringToOSType", Of<unsigned long, String*>, {"1667327683", "538976288"}},
+    {"REALGetLowestStringEncoding", Of<unsigned long, String*>, {"1536"}},
     {"IsMemoryBlock", Of<bool, REALobjectStruct*>},
     {"REALObjectIsA",
      [](Fixture& fixture, const char* name) {
@@ -193,7 +193,7 @@ const Scenario kTextScenarios[] = {
        raised.clear();
        return text;
      },
-     "[NilObjectException][nothing]"},
+     {"NilObjectException", "nothing"}},
     {"array of strings",
      [](Fixture& fixture, const char*) {
        REALarrayStruct* const array = fixture.array->handle();

@@ -7,6 +7,7 @@
 
 #include <span>
 #include <string>
+#include <vector>
 
 #include "tests/transforms/pictures.h"
 
@@ -29,9 +30,9 @@ struct Scenario {
   /// Describes the outcome; what the call returned is given back by then. Is given the scenario's
   /// own name.
   std::string (*run)(Fixture& fixture, const char* name);
-  /// Other outcomes that are fine when something fails, each in brackets; of pictures their size,
-  /// where one may be made afresh.
-  const char* alternatives = "";
+  /// Other outcomes that are fine when something fails; of pictures their size, where one may be
+  /// made afresh.
+  std::vector<std::string> alternatives = {};
 
   std::string Run(Fixture& fixture) const { return run(fixture, name); }
 };

@@ -33,28 +33,29 @@ inline int BytesOf(uint32_t format) { return format == kPixelRgb24 ? 3 : 4; }
 /// any address. The last row ends with its pixels, except in a surface, which holds whole rows. A
 /// console picture's rows may lie in any order and have no padding of their own.
 struct TestPicture {
-  TestPicture(Random& random, uint32_t type, int width, int height, int padding)
-      : stride(width * BytesOf(type) + padding),
-        bytes(SizeOf(type, width, height), random.Int(0, 15) * (random.OneIn(4) ? 3 : 4),
+  TestPicture(Random& random, uint32_t format, int width, int height, int padding)
+      : stride(width * BytesOf(format) + padding),
+        bytes(SizeOf(format, width, height), random.Int(0, 15) * (random.OneIn(4) ? 3 : 4),
               random.OneIn(2), random),
-        rowTable(type == kPixelConsole ? height * sizeof(uint8_t*) : 0, 0, random.OneIn(2), random),
+        rowTable(format == kPixelConsole ? height * sizeof(uint8_t*) : 0, 0, random.OneIn(2),
+                 random),
         editor{} {
-    editor.pixelType = type;
+    editor.pixelType = format;
     editor.width = width;
     editor.height = height;
-    editor.bytesPerPixel = BytesOf(type);
-    editor.rowBytes = type == kPixelConsole ? width * 4 : stride;
+    editor.bytesPerPixel = BytesOf(format);
+    editor.rowBytes = format == kPixelConsole ? width * 4 : stride;
     editor.pixels = editor.baseAddress = bytes.data();
-    if (type != kPixelConsole) return;
+    if (format != kPixelConsole) return;
     editor.rowTable = reinterpret_cast<uint8_t**>(rowTable.data());
     for (int y = 0; y < height; ++y) editor.rowTable[y] = bytes.data() + ptrdiff_t{y} * stride;
     if (random.OneIn(2)) std::shuffle(editor.rowTable, editor.rowTable + height, random);
   }
-  size_t SizeOf(uint32_t type, int width, int height) const {
-    const bool isSurface = type == kPixelArgb32 || type == kPixelRgb32;
+  size_t SizeOf(uint32_t format, int width, int height) const {
+    const bool isSurface = format == kPixelArgb32 || format == kPixelRgb32;
     return height == 0
                ? 0
-               : ptrdiff_t{stride} * (height - 1) + (isSurface ? stride : width * BytesOf(type));
+               : ptrdiff_t{stride} * (height - 1) + (isSurface ? stride : width * BytesOf(format));
   }
   model::Size size() const { return {editor.width, editor.height}; }
   uint8_t* Pixel(int x, int y) { return RowAddress(editor, y) + x * editor.bytesPerPixel; }

@@ -15,7 +15,7 @@ struct PictureMoves : KernelsTest {};
 INSTANTIATE_TEST_SUITE_P(Variants, MoveKernels, kVectorVariants, NameOf);
 INSTANTIATE_TEST_SUITE_P(Variants, PictureMoves, kVariants, NameOf);
 
-/// Every kind of pixels on both sides; whole pictures show what other formats change.
+/// Every layout on both sides; whole pictures show what other formats change.
 constexpr FormatPair kPairs[] = {{kPixelArgb32, kPixelArgb32},  {kPixelConsole, kPixelArgb32},
                                  {kPixelArgb32, kPixelConsole}, {kPixelConsole, kPixelConsole},
                                  {kPixelRgb24, kPixelRgb32},    {kPixelArgb32, kPixelRgb24},

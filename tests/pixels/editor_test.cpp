@@ -30,7 +30,7 @@ TEST(Editor, FormatTablesAnswerForEveryCode) {
 }
 
 struct FormatCase {
-  uint32_t type;
+  uint32_t format;
   int bytes;
   /// A stored pixel (a word, or three bytes), and what it reads as.
   uint32_t stored;
@@ -42,29 +42,29 @@ struct FormatCase {
 TEST(Editor, PixelsAreReadAndWrittenAsEachFormatKeepsThem) {
   PixelSession session;
   const FormatCase kCases[] = {
-      {8, 4, 0x81C0D0E0, {0xC0, 0xD0, 0xE0, 3}, 0x40123456},  // bit 31 does not count
-      {8, 4, 0x00C0D0E0, {0xC0, 0xD0, 0xE0, 0}, 0x40123456},
-      {8, 4, 0xFFC0D0E0, {0xC0, 0xD0, 0xE0, 255}, 0x40123456},
-      {8, 4, 0x40C0D0E0, {0xC0, 0xD0, 0xE0, 128}, 0x40123456},
-      {8, 4, 0x3FC0D0E0, {0xC0, 0xD0, 0xE0, 127}, 0x40123456},
-      {11, 3, 0xE0D0C0, {0xC0, 0xD0, 0xE0, 255}, 0x563412},
-      {14, 4, 0x01C0D0E0, {0xC0, 0xD0, 0xE0, 1}, 0x81123456},
-      {15, 4, 0x01C0D0E0, {0xC0, 0xD0, 0xE0, 255}, 0xFF123456},
+      {kPixelConsole, 4, 0x81C0D0E0, {0xC0, 0xD0, 0xE0, 3}, 0x40123456},  // bit 31 does not count
+      {kPixelConsole, 4, 0x00C0D0E0, {0xC0, 0xD0, 0xE0, 0}, 0x40123456},
+      {kPixelConsole, 4, 0xFFC0D0E0, {0xC0, 0xD0, 0xE0, 255}, 0x40123456},
+      {kPixelConsole, 4, 0x40C0D0E0, {0xC0, 0xD0, 0xE0, 128}, 0x40123456},
+      {kPixelConsole, 4, 0x3FC0D0E0, {0xC0, 0xD0, 0xE0, 127}, 0x40123456},
+      {kPixelRgb24, 3, 0xE0D0C0, {0xC0, 0xD0, 0xE0, 255}, 0x563412},
+      {kPixelArgb32, 4, 0x01C0D0E0, {0xC0, 0xD0, 0xE0, 1}, 0x81123456},
+      {kPixelRgb32, 4, 0x01C0D0E0, {0xC0, 0xD0, 0xE0, 255}, 0xFF123456},
       {9, 4, 0x01C0D0E0, {0, 0, 0, 0}, 0x01C0D0E0},
       {16, 4, 0x01C0D0E0, {0, 0, 0, 0}, 0x01C0D0E0},
       {static_cast<uint32_t>(-1), 4, 0x01C0D0E0, {0, 0, 0, 0}, 0x01C0D0E0},
   };
   for (const FormatCase& each : kCases) {
-    SCOPED_TRACE(each.type);
+    SCOPED_TRACE(each.format);
     // Rows of two pixels, upside down in memory where a table can say so.
     uint8_t memory[2 * 16];
     std::memset(memory, 0xE7, sizeof memory);
     uint8_t* rows[2] = {memory + 17, memory + 1};
-    const bool isConsole = each.type == 8;
+    const bool isConsole = each.format == kPixelConsole;
     if (!isConsole) std::swap(rows[0], rows[1]);
     PictureEditor editor{};
     editor.rowBytes = 16, editor.width = 2, editor.height = 2, editor.bytesPerPixel = each.bytes;
-    editor.pixelType = each.type;
+    editor.pixelType = each.format;
     editor.baseAddress = editor.pixels = rows[0];
     editor.rowTable = isConsole ? rows : nullptr;
     const auto size = static_cast<size_t>(each.bytes);

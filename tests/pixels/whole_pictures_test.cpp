@@ -14,9 +14,6 @@ using Draw = bool(Picture*, Picture*, long, long, long, long, long, long, long, 
 
 constexpr Picture* kNoPicture = nullptr;
 constexpr sim::Rgba kWhite = {255, 255, 255, 255};
-const char kDrawPicture[] =
-    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
-    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
 
 sim::Image Opaque(int width, int height) {
   sim::Image image = sim::PatternImage(width, height);

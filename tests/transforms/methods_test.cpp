@@ -48,7 +48,7 @@ class Methods : public testing::TestWithParam<PictureSetup> {
         EXPECT_EQ(Difference(Raster::Of(*made), expected), "") << method;
       }
     };
-    for (const auto& [method, move] : kMoves) {
+    for (const auto& [method, move] : model::kMoves) {
       Raster expected = Moved(before, format, move);
       // Rows that move whole take their padding along, into pixels that nobody asked for.
       const bool isWhole = move == model::kFlipRows && GetParam().source == GetParam().target;
@@ -69,7 +69,7 @@ class Methods : public testing::TestWithParam<PictureSetup> {
 
   void CompareInPlace(Session& session, sim::Picture* picture) {
     const bool possible = GetParam().source != StorageKind::kGdk;
-    for (const auto& [method, move] : kMovesInPlace) {
+    for (const auto& [method, move] : model::kMovesInPlace) {
       const Raster before = Raster::Of(*picture);
       for (const bool again : {false, true}) {
         const int clears = picture->cacheClears;
@@ -190,7 +190,7 @@ TEST(Mirrors, MoveRowsWholeWhereFormatsAgreeAndPaddingAsFarAsItFits) {
     return 4;
   };
   const auto picture = session.host.MakePicture(sim::PatternImage(5, 3), {StorageKind::kCairo});
-  for (const auto& [method, move] : kMovesInPlace) {
+  for (const auto& [method, move] : model::kMovesInPlace) {
     const Raster before = Raster::Of(*picture);
     Raster expected = before;
     const bool isWhole = move == model::kFlipRows;

@@ -58,6 +58,18 @@ Raster Moved(const Raster& source, const Canvas& canvas, const Move& move);
 /// The same with stored words kept as they are.
 Raster MovedInPlace(const Raster& source, const Move& move);
 
+/// The methods that move pixels, into new pictures and in place.
+struct MoveMethod {
+  const char* name;
+  Move move;
+};
+inline constexpr MoveMethod kMoves[] = {{"MirrorVel", kTurns[2]},    {"HMirrorVel", kFlipColumns},
+                                        {"VMirrorVel", kFlipRows},   {"Rotate90Vel", kTurns[1]},
+                                        {"Rotate180Vel", kTurns[2]}, {"Rotate270Vel", kTurns[3]}};
+inline constexpr MoveMethod kMovesInPlace[] = {{"MirrorPictureVel", kTurns[2]},
+                                               {"HMirrorPictureVel", kFlipColumns},
+                                               {"VMirrorPictureVel", kFlipRows}};
+
 /// How many quarter turns (0 to 3, counter-clockwise) an angle is, if it is just that.
 std::optional<int> QuarterTurnsOf(double angle);
 

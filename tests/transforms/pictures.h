@@ -24,19 +24,6 @@ inline void PrintTo(const PictureSetup& setup, std::ostream* out) { *out << setu
 inline const PictureSetup &kConsole = sim::PictureSetups()[0],
                           &kConsoleAlpha = sim::PictureSetups()[3];
 
-/// The methods that move pixels, into new pictures and in place.
-struct MoveMethod {
-  const char* method;
-  model::Move move;
-};
-inline constexpr MoveMethod kMoves[] = {
-    {"MirrorVel", model::kTurns[2]},    {"HMirrorVel", model::kFlipColumns},
-    {"VMirrorVel", model::kFlipRows},   {"Rotate90Vel", model::kTurns[1]},
-    {"Rotate180Vel", model::kTurns[2]}, {"Rotate270Vel", model::kTurns[3]}};
-inline constexpr MoveMethod kMovesInPlace[] = {{"MirrorPictureVel", model::kTurns[2]},
-                                               {"HMirrorPictureVel", model::kFlipColumns},
-                                               {"VMirrorPictureVel", model::kFlipRows}};
-
 /// A picture of random bits: unused ones, alphas and colours that no host would combine included.
 inline sim::Ref<sim::Picture> RandomPicture(sim::Host& host, const PictureSetup& setup, int width,
                                             int height, std::mt19937& random) {

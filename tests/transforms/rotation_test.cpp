@@ -129,7 +129,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
     double weight;
     int background;
     std::vector<uint32_t> expected;
-    uint32_t sourceType = kPixelArgb32, targetType = kPixelArgb32;
+    uint32_t sourceFormat = kPixelArgb32, targetFormat = kPixelArgb32;
   };
   const Line kLines[] = {
       {{10, 10}, 3, 0.25, 0, {0, 0, 0, 8, 10, 2, 0}},
@@ -174,7 +174,7 @@ TEST(Rotation, ShearsSingleLinesAsTold) {
       std::vector<uint32_t> from = words(line.source), to(line.expected.size(), 0x55555555);
       from.reserve(9), to.reserve(9);  // Lines without pixels lie somewhere, too.
       PictureEditor source = editor(from), target = editor(to);
-      source.pixelType = line.sourceType, target.pixelType = line.targetType;
+      source.pixelType = line.sourceFormat, target.pixelType = line.targetFormat;
       const int back = line.background;
       skew(source, target, 0, line.offset, line.weight, back, back, back, back);
       EXPECT_EQ(to, words(line.expected));

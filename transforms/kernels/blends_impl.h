@@ -11,7 +11,7 @@
 namespace velpicture::VEL_VARIANT_NAME {
 namespace {
 
-/// Blended words need nothing more than what their target's kind wants.
+/// Of words that are blended already: nothing is left to set in them.
 constexpr FormatPair kUnchanged = {kPixelArgb32, kPixelArgb32};
 
 using Channels = typename Vector::Channels;

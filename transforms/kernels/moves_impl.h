@@ -48,7 +48,7 @@ struct MovedRow {
     }
     const uint8_t* const start = TargetAt(0, 0);
     if (Target::kBytes == 4 && BytesToLine(start) % 4 == 0) {
-      // From here on lines are written as they lie in the cache.
+      // From here on each block is a line of the cache.
       const int toLine = BytesToLine(start) / 4;
       i = kReverse ? -toLine & (kBlockPixels - 1) : toLine;
       if (i > 0) MoveBlock<false>(0);
@@ -72,7 +72,7 @@ struct MovedRow {
 
 template <bool kReverse>
 void MoveRow(const RowMove& row) {
-  VisitKinds(row.formats, [&](auto source, auto target) {
+  VisitLayouts(row.formats, [&](auto source, auto target) {
     MovedRow<decltype(source), decltype(target), kReverse>(row).Move();
   });
 }

@@ -3,9 +3,9 @@
 // Pixels on their way into and out of words of 8-bit channels (0xAARRGGBB). Included inside a
 // variant, see kernels_impl.h.
 //
-// A kind of pixels is what kernels tell formats apart by: words as they are, console words, whose
-// alpha has 7 bits, and three bytes. A pixel goes from its source's kind to a word, bits are set
-// where alpha is to be opaque, and from the word to its target's kind.
+// Formats are told apart by their layout: words as they are, console words, whose alpha has 7 bits,
+// and three bytes. A pixel goes from its source's layout to a word, bits are set where alpha is to
+// be opaque, and from the word to its target's layout.
 
 #include "pixels/pixel_types.h"
 #include "transforms/kernels/kernels.h"
@@ -43,9 +43,9 @@ inline int BytesToLine(const uint8_t* address) {
   return static_cast<int>(-reinterpret_cast<uintptr_t>(address) & (kLineBytes - 1));
 }
 
-/// Columns of pixels of so many bytes up to where lines of the cache begin in all rows, or a line's
-/// worth where they do not begin at the same column: with rows a power of two apart, a line shared
-/// by two groups of columns would not last from one to the next.
+/// How many columns go first, so that in all rows the next ones begin with a line of the cache:
+/// with rows a power of two apart, a line that two groups of columns share would not last from one
+/// to the next. A line's worth where lines begin at other columns in other rows, or already here.
 template <int kBytes>
 inline int ColumnsToLine(const uint8_t* row, ptrdiff_t stride) {
   const int columns = BytesToLine(row) / 4;
@@ -90,9 +90,9 @@ struct RgbPixels {
   static Words Narrowed(Words words) { return words; }
 };
 
-/// Calls visit with the kind of a format.
+/// Calls visit with the layout of a format.
 template <class Visitor>
-inline void VisitKind(uint32_t format, Visitor visit) {
+inline void VisitLayout(uint32_t format, Visitor visit) {
   if (format == kPixelConsole) {
     visit(ConsolePixels{});
   } else if (format == kPixelRgb24) {
@@ -103,21 +103,21 @@ inline void VisitKind(uint32_t format, Visitor visit) {
 }
 
 template <class Visitor>
-inline void VisitKinds(const FormatPair& formats, Visitor visit) {
-  VisitKind(formats.source, [&](auto source) {
-    VisitKind(formats.target, [&](auto target) { visit(source, target); });
+inline void VisitLayouts(const FormatPair& formats, Visitor visit) {
+  VisitLayout(formats.source, [&](auto source) {
+    VisitLayout(formats.target, [&](auto target) { visit(source, target); });
   });
 }
 
-/// What is to be set in every word on its way: an opaque source's alpha is 255, and where the
-/// target keeps none, 255 is stored.
+/// The bits to set in every word on its way: those of alpha, where the source is opaque and where
+/// the target keeps no alpha and stores 255.
 inline uint32_t SetBits(const FormatPair& formats) {
   const bool isOpaque = formats.source == kPixelRgb24 || formats.source == kPixelRgb32 ||
                         formats.target == kPixelRgb32;
   return isOpaque ? kOpaque : 0;
 }
 
-/// What pixels go through that are not blended.
+/// How pixels are converted that are not blended.
 template <class Source, class Target>
 struct Conversion {
   explicit Conversion(const FormatPair& formats)
@@ -151,8 +151,8 @@ inline PixelBlock LoadBlock(const uint8_t* pixels) {
     if constexpr (kBytes == 4) {
       block.vectors[i] = Vector::Load(pixels + i * Vector::kBytes);
     } else {
-      // Sixteen bytes hold four pixels and four bytes behind them, or the last four and four bytes
-      // in front of them.
+      // Sixteen bytes are loaded for four pixels and the four bytes behind them; for the last four
+      // pixels, and the four bytes in front of them.
       const Words bytes = Vector::LoadLanes([=](int lane) {
         const int fours = i * kLanes + lane;
         return pixels + fours * 12 - (fours == 3 ? 4 : 0);

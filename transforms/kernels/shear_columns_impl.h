@@ -43,9 +43,9 @@ struct ColumnGroup {
   int size;
   int leastLag;
   int greatestLag;
-  int laneLags[kGroupLanes];            ///< the least of each lane
-  uint32_t extraLags[kGroupColumns];    ///< what is left to a column's lag: 0 to kMostExtraLag
-  uint16_t multipliers[kGroupColumns];  ///< 0, which leaves the pixel, in lanes without multipliers
+  int laneLags[kGroupLanes];            ///< the least lag of each lane
+  uint32_t extraLags[kGroupColumns];    ///< how much more a column lags: 0 to kMostExtraLag
+  uint16_t multipliers[kGroupColumns];  ///< 0, which leaves pixels alone, in lanes inDoubles
   bool inDoubles[kGroupLanes];          ///< some column of the lane has no multiplier
 
   int ColumnAt(int i) const { return i < size ? i : size - 1; }
@@ -93,7 +93,7 @@ ColumnGroup PlanGroup(const ColumnShear& columns, int first, int limit) {
   return group;
 }
 
-/// Where in a row the pixel in front of column `end` ends.
+/// The last byte, in a row, of the pixel in front of column `end`.
 template <class Pixels>
 inline intptr_t LastByte(int end) {
   return end * Pixels::kBytes - 1;
@@ -122,7 +122,7 @@ struct LaneRows {
   intptr_t targetAheadBytes;
 };
 
-/// Of each column, the pixel of the row that its extra lag names: flags[i] marks those with i.
+/// Of each column, the pixel in rows[its extra lag]; flags[i] marks the columns that lag i more.
 template <int kExtraLag>
 inline Words Merge(const Words* rows, const typename Vector::Flags* flags) {
   if constexpr (kExtraLag == 0) {
@@ -244,7 +244,7 @@ class ColumnTile {
       LoadWindow(group);
       BlendGroup(group, windowRows_, rowsOf(WordPixels{}, 0, 0));
     }
-    // The next group also lies across rows that have no counterpart here.
+    // Each row written has asked for one source row of the next group, which needs some more.
     for (int i = rowCount_; i < EndRow(next) - BeginRow(next); ++i) {
       Prefetch(nextRows[i], nextBytes);
     }
@@ -315,8 +315,8 @@ class ColumnTile {
 };
 
 void ShearColumns(const ColumnShear& columns) {
-  constexpr int kMostGroups = 66;  // Planned at a time: 1024 columns, the first group cut short.
-  VisitKinds(columns.formats, [&](auto source, auto target) {
+  constexpr int kMostGroups = 66;  // Enough for 1024 columns, the first group cut short.
+  VisitLayouts(columns.formats, [&](auto source, auto target) {
     ColumnTile<decltype(source), decltype(target)> tile(columns);
     ColumnGroup groups[kMostGroups];
     const uint8_t* const* const rows = columns.sourceRows + columns.sourceRowsBegin;

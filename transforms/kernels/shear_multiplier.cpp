@@ -13,7 +13,7 @@ constexpr int kMaxDifference = 255;
 // 1.5·2^-45 together. The rest is room for those of the bound's own computation.
 constexpr double kDoubt = 0x1.9p-45;
 
-/// From 254/255 on every multiplier does the same.
+/// All multipliers from 254/255 on give the same blends.
 constexpr int kGreatestMultiplier = 0xFF00;
 
 /// Whether no product and no difference of products is ever rounded. True for multiples of 2^-45:

@@ -64,8 +64,8 @@ class ShearedRow {
     RunThroughWords(target, source, count);
   }
 
-  /// A vector's bytes at a time; those that are left at the end are blended with some that have
-  /// been already. Three-byte pixels have no alpha to be treated by itself.
+  /// A vector's bytes at a time; the last vector overlaps the one before. Three-byte pixels have no
+  /// alpha to set.
   void RunDirectly(uint8_t* target, const uint8_t* source, int bytes) const {
     const auto weights = Vector::WeightsOf(row_.multiplier);
     const Words set = Vector::Broadcast(Source::kBytes == 4 ? set_ : 0);
@@ -85,7 +85,7 @@ class ShearedRow {
   }
 
   void RunThroughWords(uint8_t* target, const uint8_t* source, int count) const {
-    // In front of the words lies the one that precedes them.
+    // The first word is the pixel in front of the chunk.
     uint8_t words[(1 + kChunkPixels) * 4];
     uint8_t blends[kChunkPixels * 4];
     StoreWord(words, Source::Load(source - Source::kBytes) | set_);
@@ -117,7 +117,7 @@ class ShearedRow {
 };
 
 void ShearRow(const RowShear& row) {
-  VisitKinds(row.formats, [&](auto source, auto target) {
+  VisitLayouts(row.formats, [&](auto source, auto target) {
     ShearedRow<decltype(source), decltype(target)>(row).Shear();
   });
 }

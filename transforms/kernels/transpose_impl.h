@@ -4,8 +4,8 @@
 //
 // Four columns of as many rows as a vector has words are transposed at a time: rows k, k + 4,
 // k + 8 … go to the lanes of one vector, so that two rounds of unpacking within lanes are enough,
-// and four registers. What is left at the ends of rows and columns is transposed once more with
-// pixels that have gone already.
+// and four registers. What is left at the ends of rows and columns goes in a step that overlaps the
+// one before.
 
 #include "transforms/kernels/pixels_impl.h"
 
@@ -62,8 +62,8 @@ struct BandTranspose {
     store(3, Vector::High64(high01, high23));
   }
 
-  /// Columns `first` to end − 1, at least four, of sixteen rows, a vector's rows at a time: of rows
-  /// a power of two apart, which share a set of the cache, it keeps no more.
+  /// Columns `first` to end − 1, at least four, of sixteen rows, a vector's rows at a time: rows a
+  /// power of two apart share a set of the cache, which holds no more of them.
   void TransposeStep(int firstRow, int first, int end) const {
     const ptrdiff_t stride = band.sourceStride;
     uint8_t* const* const targetRows = band.targetRows;
@@ -114,9 +114,9 @@ struct BandTranspose {
 };
 
 // What is larger than the cache goes through a stage: a block of rows is gathered there, so that
-// several lines at a stretch go to each target row past the cache. Memory, too, has pages that it
-// opens slowly. Target rows are aligned to single bytes, each in its own way, so what a block
-// leaves of a line waits in the stage, in front of the next block.
+// several lines at a stretch go to each target row past the cache: memory opens its pages slowly.
+// Each target row may begin anywhere in a line of the cache, so the line that a block leaves
+// unfinished waits in the stage, in front of the next block.
 constexpr int kStageColumns = 128;
 constexpr int kStageRows = 64;  // four or three lines at a stretch, with which the stage is 40 KB
 
@@ -199,7 +199,7 @@ void TransposeThroughStage(const TransposeBand& band) {
 }
 
 void Transpose(const TransposeBand& band) {
-  VisitKinds(band.formats, [&](auto source, auto target) {
+  VisitLayouts(band.formats, [&](auto source, auto target) {
     using Source = decltype(source);
     using Target = decltype(target);
     // A stage of fewer columns than a strip is not worth its filling.

@@ -101,13 +101,13 @@ struct Sse2Vector {
                         _mm_and_si128(alpha, _mm_slli_epi32(words, 1)));
   }
   static Type NarrowAlpha(Type words) {
-    // Half of it, rounded down, is what is left without the half that is rounded up.
+    // What is left without half of it, rounded up, is half of it, rounded down.
     const Type alpha = _mm_and_si128(words, Broadcast(0xFF000000));
     return _mm_sub_epi8(words, _mm_avg_epu8(alpha, _mm_setzero_si128()));
   }
 
-  /// In each lane, the four three-byte pixels behind its first bytes as words without alpha: behind
-  /// kSkip bytes (0 or 4), in the last lane behind kLastSkip.
+  /// In each lane, four three-byte pixels become words without alpha. They begin behind kSkip bytes
+  /// (0 or 4), in the last lane behind kLastSkip.
   template <int kSkip, int kLastSkip>
   static Type WidenRgb(Type bytes) {
     const Type first =
