@@ -47,14 +47,17 @@ MethodTable GlobalMethods();
 
 using velpicture::EntryName;
 
-/// Sets what messages name, for the time of a call: the entry, and where in the plugin it was
-/// called (which the host's own calls of its entries leave as it is).
+/// Sets what messages name, for the time of a call.
 class CallScope {
  public:
-  /// With `anyThread`, also for what is no entry, such as a function of the C library.
-  CallScope(Host& host, const char* name, const void* site, bool anyThread = false)
-      : now_(host.now), outer_(host.now) {
-    now_.entry = name;
+  /// A function of the plugin.
+  CallScope(Host& host, const char* method) : CallScope(host) { now_ = {method}; }
+  /// An entry, and where in the plugin it was called (which the host's own calls of its entries
+  /// leave as it is). With `anyThread`, also for what is no entry, such as a function of the C
+  /// library.
+  CallScope(Host& host, const char* entry, const void* site, bool anyThread = false)
+      : CallScope(host) {
+    now_.entry = entry;
     if (now_.site == nullptr) now_.site = site;
     if (!anyThread && pthread_equal(host.thread, pthread_self()) == 0) {
       now_.site = site;
@@ -66,19 +69,8 @@ class CallScope {
   ~CallScope() { now_ = outer_; }
 
  private:
-  Whereabouts& now_;
-  const Whereabouts outer_;
-};
+  explicit CallScope(Host& host) : now_(host.now), outer_(host.now) {}
 
-/// The same for the time of a function of the plugin.
-class RunScope {
- public:
-  RunScope(Host& host, const char* name) : now_(host.now), outer_(host.now) { now_ = {name}; }
-  RunScope(const RunScope&) = delete;
-  RunScope& operator=(const RunScope&) = delete;
-  ~RunScope() { now_ = outer_; }
-
- private:
   Whereabouts& now_;
   const Whereabouts outer_;
 };

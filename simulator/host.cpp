@@ -17,19 +17,9 @@ Host* currentHost = nullptr;
 
 constexpr uint32_t kPoisonWord = 0xDEADDEAD;
 
-const char* ApplicationClass(AppKind kind) {
-  switch (kind) {
-    case AppKind::kConsole:
-      return "ConsoleApplication";
-    case AppKind::kWeb:
-      return "WebApplication";
-    case AppKind::kDesktop:
-      return "Application";
-    case AppKind::kUnknown:
-      break;
-  }
-  return nullptr;
-}
+// In the order of AppKind.
+constexpr const char* kApplicationClasses[] = {nullptr, "ConsoleApplication", "WebApplication",
+                                               "Application"};
 
 }  // namespace
 
@@ -50,7 +40,8 @@ Host::Host(Settings hostSettings) : settings(std::move(hostSettings)) {
   AddClass({.name = "NilObjectException",
             .super = "RuntimeException",
             .properties = {{"Message", {PropertyType::kString}}}});
-  if (const char* const name = ApplicationClass(settings.application)) AddClass({.name = name});
+  const char* const name = kApplicationClasses[static_cast<size_t>(settings.application)];
+  if (name != nullptr) AddClass({.name = name});
 }
 
 Host::~Host() {
@@ -140,6 +131,15 @@ std::string Host::Describe(const void* address) const {
   return found == byAddress_.end() ? "*" : found->second->Name();
 }
 
+std::vector<Picture*> Host::LivePictures() const {
+  std::vector<Picture*> pictures;
+  for (const auto& handle : handles_) {
+    auto* const picture = dynamic_cast<Picture*>(handle.get());
+    if (picture != nullptr && picture->live()) pictures.push_back(picture);
+  }
+  return pictures;
+}
+
 void Host::Lock(Handle* handle) {
   handle->AddReferences(1);
   handle->lockedAt_ = now.site;
@@ -188,7 +188,7 @@ void Host::Release(Handle* handle) {
 
 ClassRef* Host::AddClass(ClassInfo info) {
   std::string name = info.name;
-  auto* const made = New<ClassRef>(std::make_unique<ClassInfo>(std::move(info)));
+  auto* const made = New<ClassRef>(std::move(info));
   classes_[std::move(name)] = made;
   return made;
 }

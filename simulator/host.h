@@ -261,7 +261,7 @@ class Host {
   void DropOutside(Handle* handle);
   std::unordered_map<const Handle*, int> ExpectedReferences() const;
   static void AccountFor(const Handle& handle, int expected, std::vector<Discrepancy>& all);
-  static bool GuardsIntact(const Handle& handle);
+  std::vector<Picture*> LivePictures() const;
   Handle* Find(const void* address) const;
   void Register(std::unique_ptr<Handle> handle);
   void Release(Handle* handle);

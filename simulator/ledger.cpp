@@ -7,6 +7,7 @@
 #include <numeric>
 #include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "simulator/entry_table.h"
 
@@ -57,7 +58,7 @@ void Host::AccountFor(const Handle& handle, int expected, std::vector<Discrepanc
                        std::to_string(expected) + " expected",
                    handle.references_ - expected, handle.lockedAt_});
   }
-  if (!GuardsIntact(handle)) {
+  if (!handle.GuardsIntact()) {
     all.push_back({Discrepancy::kBounds, name + "written outside its bounds"});
   }
   if (handle.ShowsReferences() && handle.word3_ != handle.references_) {
@@ -96,11 +97,8 @@ std::string Host::Imbalance() const {
 
 std::vector<std::string> Host::TakeStaleCaches() {
   std::vector<std::string> names;
-  for (const auto& handle : handles_) {
-    auto* const picture = dynamic_cast<Picture*>(handle.get());
-    if (picture == nullptr || !picture->live() || !picture->cacheIsStale) continue;
-    picture->cacheIsStale = false;
-    names.push_back(picture->Name());
+  for (Picture* const picture : LivePictures()) {
+    if (std::exchange(picture->cacheIsStale, false)) names.push_back(picture->Name());
   }
   return names;
 }
@@ -109,16 +107,13 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
                          const void* callSite) {
   const CallScope scope(*this, name, callSite);
   const auto first = reinterpret_cast<uintptr_t>(begin), last = first + byteCount;
-  const auto isMixed = [first, last](const auto& handle) {
-    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
-    return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->TouchesPages(first,
-                                          (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
-           !picture->storage->CoversPages(first, last);
-  };
-  const auto found = std::ranges::find_if(handles_, isMixed);
-  if (found != handles_.end()) {
-    Misuse("names pages that hold pixels of " + (*found)->Name() + " and something else");
+  const uintptr_t lastPageEnd = (last + kPageBytes - 1) / kPageBytes * kPageBytes;
+  for (const Picture* const picture : LivePictures()) {
+    const Storage* const storage = picture->storage.get();
+    if (storage != nullptr && storage->TouchesPages(first, lastPageEnd) &&
+        !storage->CoversPages(first, last)) {
+      Misuse("names pages that hold pixels of " + picture->Name() + " and something else");
+    }
   }
   ledger.pageCalls.push_back({advice, byteCount});
   return !faults.Fails(name, now.site);
@@ -148,20 +143,8 @@ std::string PlaceInLibrary(const void* address) {
   return std::string(path.substr(path.rfind('/') + 1)) + text;
 }
 
-bool Host::GuardsIntact(const Handle& handle) {
-  if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
-    if (picture->storage == nullptr) return true;
-    const OpenPixels open(*picture->storage);
-    return picture->storage->GuardsIntact();
-  }
-  if (const auto* const block = dynamic_cast<const MemoryBlock*>(&handle)) {
-    return block->GuardsIntact();
-  }
-  return true;
-}
-
 void Host::CheckGuards(const Handle& handle) const {
-  if (!GuardsIntact(handle)) Misuse(handle.Name() + " was written outside its bounds");
+  if (!handle.GuardsIntact()) Misuse(handle.Name() + " was written outside its bounds");
 }
 
 void Host::CheckGuards() const {

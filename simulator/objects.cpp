@@ -41,9 +41,6 @@ void String::Clear() {
   text_.reset();
 }
 
-ClassRef::ClassRef(std::unique_ptr<ClassInfo> classInfo) : info_(std::move(classInfo)) {}
-ClassRef::~ClassRef() = default;
-
 void Object::VisitHeld(const Visit& visit) const {
   for (const auto& [name, property] : properties) {
     if (property.type == PropertyType::kString || property.type == PropertyType::kObject) {
@@ -55,6 +52,12 @@ void Object::VisitHeld(const Visit& visit) const {
 void Picture::VisitHeld(const Visit& visit) const {
   Object::VisitHeld(visit);
   visit(mask);
+}
+
+bool Picture::GuardsIntact() const {
+  if (storage == nullptr) return true;
+  const OpenPixels open(*storage);
+  return storage->GuardsIntact();
 }
 
 Image Picture::Read() const {
@@ -90,18 +93,8 @@ Array::Array(const ClassRef& arrayClass, ElementType elementType, size_t count)
 }
 
 size_t Array::elementSize() const {
-  switch (type) {
-    case ElementType::kInt64:
-    case ElementType::kUInt64:
-    case ElementType::kDouble:
-      return 8;
-    case ElementType::kUInt16:
-      return 2;
-    case ElementType::kByte:
-      return 1;
-    default:
-      return 4;
-  }
+  constexpr size_t kSizes[] = {8, 8, 4, 4, 2, 1, 4, 8, sizeof(void*), sizeof(void*)};
+  return kSizes[static_cast<size_t>(type)];
 }
 
 void Array::OpenGap(size_t index) {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/host_types.h"
@@ -35,6 +36,8 @@ class Handle {
   /// References that anybody holds.
   int references() const { return references_; }
 
+  /// False once somebody wrote beside the bytes that the plugin gets to see.
+  virtual bool GuardsIntact() const { return true; }
   /// Calls `visit` for each handle that this one holds a reference on; null handles included.
   using Visit = std::function<void(Handle*)>;
   virtual void VisitHeld(const Visit&) const {}
@@ -91,22 +94,6 @@ class String final : public Handle {
   std::unique_ptr<FencedBytes> text_;
 };
 
-struct ClassInfo;
-
-/// The host's own kind of pointer to a class; never reference-counted.
-class ClassRef final : public Handle {
- public:
-  explicit ClassRef(std::unique_ptr<ClassInfo> classInfo);
-  ~ClassRef() override;
-  const char* KindName() const override { return "class"; }
-  REALclassRefStruct* handle() { return reinterpret_cast<REALclassRefStruct*>(this); }
-  const ClassInfo& info() const { return *info_; }
-
- private:
-  void Clear() override {}
-  std::unique_ptr<ClassInfo> info_;
-};
-
 /// Kinds of property, one for each get entry.
 enum class PropertyType {
   kInt,
@@ -137,6 +124,19 @@ struct ClassInfo {
   std::map<std::string, void*, std::less<>> methods = {};
 };
 
+/// The host's own kind of pointer to a class; never reference-counted.
+class ClassRef final : public Handle {
+ public:
+  explicit ClassRef(ClassInfo classInfo) : info_(std::move(classInfo)) {}
+  const char* KindName() const override { return "class"; }
+  REALclassRefStruct* handle() { return reinterpret_cast<REALclassRefStruct*>(this); }
+  const ClassInfo& info() const { return info_; }
+
+ private:
+  void Clear() override {}
+  ClassInfo info_;
+};
+
 /// An instance of any class.
 class Object : public Handle {
  public:
@@ -160,6 +160,7 @@ class Picture final : public Object {
   REALpictureStruct* handle() { return reinterpret_cast<REALpictureStruct*>(this); }
   void VisitHeld(const Visit& visit) const override;
 
+  bool GuardsIntact() const override;
   /// The pixels as they are, locks or not.
   Image Read() const;
   void Write(const Image& image);
@@ -208,7 +209,7 @@ class MemoryBlock final : public Object {
 
   uint8_t* data() const { return bytes_->bytes(); }
   std::string_view bytes() const { return {reinterpret_cast<const char*>(data()), size}; }
-  bool GuardsIntact() const { return bytes_->Intact(); }
+  bool GuardsIntact() const override { return bytes_ == nullptr || bytes_->Intact(); }
 
   size_t size;
   /// Makes "memoryBlockGetPtr" answer null.
