@@ -23,7 +23,7 @@ namespace {
 
 constexpr int kMostTimeOuts = 2;
 
-/// Text that a plugin made may be no UTF-8; what it is compared with later must not be changed.
+/// What is no UTF-8 in a plugin's text is replaced; outcomes, which are compared later, are ASCII.
 std::string Dumped(const nlohmann::json& json) {
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
@@ -36,7 +36,7 @@ bool Matches(const std::string& name, const std::string& pattern) {
   return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
 }
 
-/// One way that a method takes, which an undisturbed case showed.
+/// A way that an undisturbed case took.
 struct Way {
   Details details;
   Usual usual;
@@ -51,7 +51,7 @@ class GroupRun {
     Details first;
     Try(first, nullptr);
     if (last_.findings.size() == 1 && last_.findings[0].kind == Kind::kAlignment) {
-      // Whatever else there is to find is found for a caller that it gets along with.
+      // All else is looked for with a stack that the plugin gets along with.
       first.aligned = true;
       Try(first, nullptr);
     }

@@ -25,7 +25,7 @@ const ArgumentSet kSets[] = {
     {"one", 1.0, 1, 0x01FFFFFF, "in\0side"sv, PictureChoice::kOtherSize},
     {"lowest", -kLargest, INT32_MIN, 0x00FFFFFF, kOtherScripts, PictureChoice::kOtherStorage},
     {"highest", kLargest, INT32_MAX, 0x7F000000, kLongText, PictureChoice::kOtherAlpha},
-    {"infinite", kInfinite, 90, 0xFF000000, kUsualText, PictureChoice::kUsual},
+    {"infinite", kInfinite, 123456789, 0xFF000000, kUsualText, PictureChoice::kUsual},
     {"no-number", kNaN, 256, 0xFE010203, kUsualText, PictureChoice::kUsual},
 };
 

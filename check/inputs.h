@@ -47,7 +47,7 @@ class Inputs {
   /// A picture with a mask, always of the same pixels; null where there can be none.
   sim::Picture* NewReceiver();
   std::vector<sim::Argument> Arguments(const sim::Method& method, const ArgumentSet& set);
-  /// Gives up what was made so far: whoever kept an address without a reference has nothing then.
+  /// Gives up what was made so far, so that the use of an address kept without a reference shows.
   void Release();
 
  private:

@@ -16,8 +16,6 @@ namespace {
 
 constexpr const char* kVerdictNames[] = {"passed", "failed", "crashed", "timed out", "skipped"};
 
-const char* NameOf(Verdict verdict) { return kVerdictNames[static_cast<size_t>(verdict)]; }
-
 size_t Count(const Telling& telling, const std::vector<CaseResult>& results, Verdict verdict) {
   return static_cast<size_t>(std::count_if(
       results.begin(), results.end(),
@@ -41,12 +39,11 @@ std::string CommandFor(const Telling& telling, const std::string& name) {
   return telling.command + " --check " + Quoted(telling.plugin) + " --case " + Quoted(name);
 }
 
-/// What makes a finding another fault: numbers do not.
+/// What findings of one fault have in common: all except the numbers in their texts.
 std::string FaultOf(const CaseResult& result, const Finding& finding) {
   std::string text = finding.text;
   std::erase_if(text, [](unsigned char c) { return std::isdigit(c) != 0; });
-  return MethodOf(result.name) + "|" + check::NameOf(finding.kind) + "|" + finding.place + "|" +
-         text;
+  return MethodOf(result.name) + "|" + NameOf(finding.kind) + "|" + finding.place + "|" + text;
 }
 
 /// One fault, and all the cases that it was found in.
@@ -102,9 +99,8 @@ std::string WhereFound(const std::vector<const CaseResult*>& cases) {
 
 std::string TextOf(const Telling& telling, const Fault& fault) {
   const Finding& finding = fault.finding;
-  std::string text = std::string(check::NameOf(finding.level)) + ": " +
-                     MethodOf(fault.first->name) + ": " + finding.text + " [" +
-                     check::NameOf(finding.kind) + "]\n";
+  std::string text = std::string(NameOf(finding.level)) + ": " + MethodOf(fault.first->name) +
+                     ": " + finding.text + " [" + NameOf(finding.kind) + "]\n";
   if (!finding.place.empty()) {
     const std::string line = SourceLine(telling.plugin, finding.place);
     text += "    at " + finding.place + (line.empty() ? "" : " (" + line + ")") + "\n";
@@ -133,9 +129,6 @@ std::string SkippedAsText(const std::vector<CaseResult>& results) {
   }
   return text;
 }
-
-/// Whether a case can be run by its name alone.
-bool CanBeRepeated(const CaseResult& result) { return result.skipped.empty(); }
 
 std::string XmlText(const std::string& text) {
   std::string escaped;
@@ -182,26 +175,25 @@ std::string AsText(const Telling& telling, const std::vector<CaseResult>& result
 std::string AsJson(const Telling& telling, const std::vector<CaseResult>& results) {
   nlohmann::ordered_json json = {{"velhost", VELPICTURE_VERSION},
                                  {"plugin", telling.plugin},
-                                 {"level", check::NameOf(telling.level)}};
+                                 {"level", NameOf(telling.level)}};
   for (size_t i = 0; i < std::size(kVerdictNames); ++i) {
     json["summary"][kVerdictNames[i]] = Count(telling, results, static_cast<Verdict>(i));
   }
   json["cases"] = nlohmann::ordered_json::array();
   for (const CaseResult& result : results) {
-    nlohmann::ordered_json one = {{"case", result.name},
-                                  {"verdict", NameOf(VerdictOf(result, telling.level))},
-                                  {"seconds", result.seconds}};
+    nlohmann::ordered_json one = {
+        {"case", result.name},
+        {"verdict", kVerdictNames[static_cast<size_t>(VerdictOf(result, telling.level))]},
+        {"seconds", result.seconds}};
     if (!result.skipped.empty()) one["skipped"] = result.skipped;
     for (const Finding& finding : result.findings) {
-      one["findings"].push_back({{"level", check::NameOf(finding.level)},
-                                 {"kind", check::NameOf(finding.kind)},
+      one["findings"].push_back({{"level", NameOf(finding.level)},
+                                 {"kind", NameOf(finding.kind)},
                                  {"text", finding.text},
                                  {"place", finding.place},
                                  {"when", finding.when}});
     }
-    if (!result.findings.empty() && CanBeRepeated(result)) {
-      one["repeat"] = CommandFor(telling, result.name);
-    }
+    if (!result.findings.empty()) one["repeat"] = CommandFor(telling, result.name);
     json["cases"].push_back(std::move(one));
   }
   return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
@@ -224,7 +216,7 @@ std::string AsJUnit(const Telling& telling, const std::vector<CaseResult>& resul
     }
     for (const Finding& finding : result.findings) {
       if (finding.level < telling.level) continue;
-      xml += "<failure type=\"" + XmlText(check::NameOf(finding.kind)) + "\" message=\"" +
+      xml += "<failure type=\"" + XmlText(NameOf(finding.kind)) + "\" message=\"" +
              XmlText(finding.text + " " + finding.place + " " + finding.when) + "\"/>";
     }
     xml += "</testcase>\n";

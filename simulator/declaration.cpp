@@ -8,6 +8,7 @@
 #include <cmath>
 #include <utility>
 
+#include "simulator/nearest.h"
 #include "simulator/raw_call.h"
 
 namespace sim {
@@ -216,6 +217,12 @@ const char* TypeName(Type type) {
     if (each.type == type) return each.name;
   }
   return "nothing";
+}
+
+std::string NearestType(std::string_view text) {
+  constexpr size_t kNear = 2;
+  const bool isWord = std::ranges::all_of(text, [](unsigned char c) { return std::isalnum(c); });
+  return isWord ? NearestName(text, kTypes, &NamedType::name, kNear) : "";
 }
 
 size_t Method::RequiredArguments() const {

@@ -39,6 +39,8 @@ enum class Type {
 };
 
 const char* TypeName(Type type);
+/// The type of the host's language that is meant, where it is written so or nearly so; else empty.
+std::string NearestType(std::string_view text);
 
 struct Parameter {
   std::string name;

@@ -23,7 +23,12 @@ struct EntryRow {
   void* function;
 };
 
-using MethodTable = std::map<std::string, void*, std::less<>>;
+/// A method of a class of the host's own (of none: empty), by its exact declaration.
+struct MethodRow {
+  std::string_view className;
+  std::string_view declaration;
+  void* function;
+};
 
 std::span<const EntryRow> RuntimeEntries();
 std::span<const EntryRow> PropertyEntries();
@@ -37,13 +42,8 @@ void* EntryAddress(std::string_view name);
 /// The function of the recorder of that name, the same in every host.
 void* RecorderAddress(std::string_view name);
 
-/// Methods of the host's own classes, by declaration.
-MethodTable PictureMethods();
-MethodTable GraphicsMethods();
-MethodTable MemoryBlockMethods();
-MethodTable FolderItemMethods();
-/// Methods of no class, such as LenB.
-MethodTable GlobalMethods();
+std::span<const MethodRow> PictureMethods();
+std::span<const MethodRow> StringMethods();
 
 using velpicture::EntryName;
 
@@ -81,19 +81,16 @@ struct Incoming {
   using Raw = T;
   static T Get(Host&, T raw) { return raw; }
   static std::string Text(const Host& host, T raw) {
-    if constexpr (std::is_pointer_v<T>) {
-      if constexpr (std::is_function_v<std::remove_pointer_t<T>>)
-        return "*";
-      else
-        return host.Describe(raw);
+    if constexpr (std::is_function_v<std::remove_pointer_t<T>>) {
+      return "*";
+    } else if constexpr (std::is_pointer_v<T>) {
+      return host.Describe(raw);
+    } else if constexpr (std::is_floating_point_v<T>) {
+      char text[32];
+      std::snprintf(text, sizeof text, "%.17g", static_cast<double>(raw));
+      return text;
     } else {
-      if constexpr (std::is_floating_point_v<T>) {
-        char text[32];
-        std::snprintf(text, sizeof text, "%.17g", static_cast<double>(raw));
-        return text;
-      } else {
-        return std::to_string(raw);
-      }
+      return std::to_string(raw);
     }
   }
 };
@@ -202,8 +199,7 @@ typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   const CallScope scope(host, kName.text, __builtin_return_address(0));
   if (host.Missing(kName.text)) host.Misuse("called on a host that lacks it");
   constexpr bool kFallible = !std::is_void_v<typename Outgoing<R>::Raw>;
-  bool fails = false;
-  if constexpr (kFallible) fails = host.faults.Fails(kName.text, host.now.site);
+  const bool fails = kFallible && host.faults.Fails(kName.text, host.now.site);
   if (host.log.enabled) {
     std::string text;
     ((text += text.empty() ? "" : ", ", text += Incoming<Args>::Text(host, raw)), ...);
@@ -215,14 +211,11 @@ typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   const auto run = [&](auto function) {
     return std::apply([&](Args... each) { return function(host, each...); }, arguments);
   };
-  if constexpr (std::is_void_v<R>) {
+  if (throws && !std::is_void_v<R>) Throw(host, line);
+  if constexpr (!kFallible) {
     run(kFunction);
     if (throws) Throw(host, line);
-  } else if constexpr (!kFallible) {
-    if (throws) Throw(host, line);
-    run(kFunction);
   } else {
-    if (throws) Throw(host, line);
     if (!fails) {
       const R result = run(kFunction);
       if (host.log.enabled) host.log.Return(line, Outgoing<R>::Text(host, result));

@@ -31,11 +31,8 @@ Host::Host(Settings hostSettings) : settings(std::move(hostSettings)) {
   AddClass({.name = "Picture",
             .properties = {{"Width", {PropertyType::kInt}},
                            {"Height", {PropertyType::kInt}},
-                           {"HasAlphaChannel", {PropertyType::kBool}}},
-            .methods = PictureMethods()});
-  AddClass({.name = "Graphics", .methods = GraphicsMethods()});
-  AddClass({.name = "MemoryBlock", .methods = MemoryBlockMethods()});
-  AddClass({.name = "FolderItem", .methods = FolderItemMethods()});
+                           {"HasAlphaChannel", {PropertyType::kBool}}}});
+  for (const char* const name : {"Graphics", "MemoryBlock", "FolderItem"}) AddClass({.name = name});
   AddClass({.name = "RuntimeException", .properties = {{"Message", {PropertyType::kString}}}});
   AddClass({.name = "NilObjectException",
             .super = "RuntimeException",
@@ -204,10 +201,9 @@ const ClassRef& Host::OwnClass(std::string_view name) {
 }
 
 std::string Host::NearestClass(std::string_view name) const {
-  const auto nearest =
-      Nearest(name, classes_, [](const auto& each) -> std::string_view { return each.first; });
   constexpr size_t kNear = 3;
-  return nearest != classes_.end() && Distance(name, nearest->first) <= kNear ? nearest->first : "";
+  return NearestName(
+      name, classes_, [](const auto& each) { return each.first; }, kNear);
 }
 
 bool Host::IsA(const ClassRef& derived, const ClassRef& base) const {

@@ -120,8 +120,6 @@ struct ClassInfo {
   std::string name = {};
   std::string super = {};
   std::map<std::string, Property, std::less<>> properties = {};
-  /// Exact declarations and the functions behind them.
-  std::map<std::string, void*, std::less<>> methods = {};
 };
 
 /// The host's own kind of pointer to a class; never reference-counted.

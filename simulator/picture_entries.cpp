@@ -72,7 +72,8 @@ void ClearCache(Host&, Picture& picture) {
 }
 
 // A failed lock: an old host still wants it given back. An unknown version (NaN) counts as new.
-bool LockFailed(Host& host, Picture* picture) {
+template <class... Rest>
+bool LockFailed(Host& host, Picture* picture, Rest...) {
   if (picture != nullptr && host.reportedVersion < kFirstVersionWithCleanLocks) {
     ++picture->owedUnlocks;
     picture->descriptionLockedAt = host.now.site;
@@ -107,13 +108,6 @@ bool LockDescription(Host& host, Picture* picture, REALpictureDescription* descr
 
 bool LockNative(Host& host, Picture* picture, REALpictureDescription* description) {
   return LockAs(host, picture, description, 0);
-}
-
-bool TypedLockFault(Host& host, Picture* picture, REALpictureDescription*, int) {
-  return LockFailed(host, picture);
-}
-bool NativeLockFault(Host& host, Picture* picture, REALpictureDescription*) {
-  return LockFailed(host, picture);
 }
 
 void UnlockDescription(Host& host, Picture& picture) {
@@ -171,16 +165,16 @@ void DrawPicture(Host& host, Graphics& graphics, Picture& image, int x, int y, i
 
 }  // namespace
 
-MethodTable PictureMethods() {
-  return {{"Constructor(width as integer, height as integer)",
-           Wrapped<"Constructor", ConstructAlphaPicture>()}};
-}
-
-MethodTable GraphicsMethods() {
-  return {
-      {"DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
+std::span<const MethodRow> PictureMethods() {
+  static const MethodRow rows[] = {
+      {"Picture", "Constructor(width as integer, height as integer)",
+       Wrapped<"Constructor", ConstructAlphaPicture>()},
+      {"Graphics",
+       "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
        "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)",
-       Wrapped<"DrawPicture", DrawPicture>()}};
+       Wrapped<"DrawPicture", DrawPicture>()},
+  };
+  return rows;
 }
 
 std::span<const EntryRow> PictureEntries() {
@@ -190,8 +184,9 @@ std::span<const EntryRow> PictureEntries() {
       Row<"pluginPictureGraphicsGetter", GetGraphics>(),
       Row<"REALGetPictureMask", GetMask>(),
       Row<"REALPictureClearCache", ClearCache>(),
-      Row<"lockPictureDescription", LockNative, NativeLockFault>(),
-      Row<"REALLockPictureDescription", LockDescription, TypedLockFault>(),
+      Row<"lockPictureDescription", LockNative, LockFailed<REALpictureDescription*>>(),
+      Row<"REALLockPictureDescription", LockDescription,
+          LockFailed<REALpictureDescription*, int>>(),
       Row<"unlockPictureDescription", UnlockDescription>(),
   };
   return rows;

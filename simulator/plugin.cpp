@@ -215,9 +215,8 @@ const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>&
   if (!forms.empty()) {
     throw PluginError(misfit + "; it is declared as " + forms);
   }
-  const auto nearest =
-      Nearest(name, methods_, [](const Method& method) -> std::string_view { return method.name; });
-  if (nearest != methods_.end()) forms = ": did you mean " + nearest->name + "?";
+  const std::string nearest = NearestName(name, methods_, &Method::name);
+  if (!nearest.empty()) forms = ": did you mean " + nearest + "?";
   for (const UnreadableRow& row : unreadable_) forms += "; unreadable: " + row.Text();
   throw PluginError("there is no method " + std::string(name) + forms);
 }

@@ -93,8 +93,8 @@ void* Allocate(const char* name, size_t size, Site site, bool isZero, Make make)
   return Made(name, arguments, address, size, FenceBytes(), site);
 }
 
-/// Strikes it off. What some other library allocated is free to be freed; whether it is an
-/// allocation at all, the C library looks itself.
+/// Strikes it off the account. What another library allocated may be freed, too; the C library
+/// notices itself what is no allocation.
 void Forget(const char* name, void* address, Site site) {
   if (!Host::Exists()) return;
   Host& host = Host::Current();
@@ -133,7 +133,7 @@ void* Reallocate(const char* name, void* address, size_t size, Site site) {
   const size_t kept = former               ? former.mapped().size
                       : address != nullptr ? malloc_usable_size(address)
                                            : 0;
-  // Told to make nothing of it, the C library frees.
+  // For no bytes at all, the C library frees.
   const bool frees = size == 0 && address != nullptr;
   void* const moved = std::realloc(address, frees ? 0 : WithFence(size));
   if (moved == nullptr && !frees && former) {
@@ -264,8 +264,8 @@ void* HookedNewAlignedNothrow(size_t size, std::align_val_t alignment, const std
   return Aligned("new", static_cast<size_t>(alignment), size, SITE);
 }
 
-// Those that take a size, an alignment or std::nothrow take it behind the address: one function is
-// all of them. What is aligned comes from the C library, here as in the C++ library itself.
+// Those that take a size, an alignment or std::nothrow take it behind the address: one function
+// serves for all. Aligned blocks come from the C library, here as in the C++ library itself.
 void HookedDelete(void* address) {
   const Busy lock(busy);
   Forget("delete", address, SITE);

@@ -105,19 +105,24 @@ bool ObjectIsA(Host& host, Object* object, const ClassRef* classRef) {
   return object != nullptr && classRef != nullptr && host.IsA(*object->classRef, *classRef);
 }
 
+void* LoadMethod(const Host& host, std::string_view className, std::string_view declaration) {
+  if (host.Missing(declaration)) return nullptr;
+  for (const auto& table : {PictureMethods(), StringMethods()}) {
+    for (const MethodRow& row : table) {
+      if (row.className == className && row.declaration == declaration) return row.function;
+    }
+  }
+  return nullptr;
+}
+
 void* LoadObjectMethod(Host& host, Object* object, const char* declaration) {
-  if (object == nullptr || host.Missing(declaration)) return nullptr;
-  const auto& methods = object->classRef->info().methods;
-  const auto found = methods.find(std::string_view(declaration));
-  return found == methods.end() ? nullptr : found->second;
+  if (object == nullptr) return nullptr;
+  return LoadMethod(host, object->classRef->info().name, declaration);
 }
 
 void* LoadGlobalMethod(Host& host, void* nothing, const char* declaration) {
   if (nothing != nullptr) host.Misuse("a global method of an object");
-  if (host.Missing(declaration)) return nullptr;
-  static const MethodTable methods = GlobalMethods();
-  const auto found = methods.find(std::string_view(declaration));
-  return found == methods.end() ? nullptr : found->second;
+  return LoadMethod(host, "", declaration);
 }
 
 void RaiseHostException(Host& host, Object& exception) {

@@ -117,17 +117,15 @@ void NeverCalled(Host& host) { host.Misuse("this method is only there to be foun
 
 }  // namespace
 
-MethodTable GlobalMethods() {
-  return {{"LenB( s as string ) as integer", Wrapped<"LenB", LenB>()}};
-}
-
-MethodTable MemoryBlockMethods() {
-  return {{"Constructor(bytes as Integer)", Wrapped<"MemoryBlock.Constructor", NeverCalled>()}};
-}
-
-MethodTable FolderItemMethods() {
-  return {
-      {"TrueItem(Index as integer) as Folderitem", Wrapped<"FolderItem.TrueItem", NeverCalled>()}};
+std::span<const MethodRow> StringMethods() {
+  static const MethodRow rows[] = {
+      {"", "LenB( s as string ) as integer", Wrapped<"LenB", LenB>()},
+      {"MemoryBlock", "Constructor(bytes as Integer)",
+       Wrapped<"MemoryBlock.Constructor", NeverCalled>()},
+      {"FolderItem", "TrueItem(Index as integer) as Folderitem",
+       Wrapped<"FolderItem.TrueItem", NeverCalled>()},
+  };
+  return rows;
 }
 
 std::span<const EntryRow> StringEntries() {
