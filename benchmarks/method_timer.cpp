@@ -94,14 +94,13 @@ MethodTimer::MethodTimer(const Group& group, const std::vector<Build>& builds)
 
 std::optional<double> MethodTimer::Run(const MethodCase& method, size_t build) {
   const sim::Plugin& plugin = *plugins_[build];
-  std::string why;
-  const auto call = sim::ParseCall(method.call, &why);
-  const sim::Method& declared = plugin.Choose(call->name, call->arguments);
+  const auto call = sim::ParseCall(method.call);
+  const sim::Method& declared = plugin.Choose(call.name, call.arguments);
   const double convertingBefore = SecondsConverting();
   const auto start = std::chrono::steady_clock::now();
   bool done = false;
   {
-    const sim::Result result = plugin.Call(declared, picture_.get(), call->arguments);
+    const sim::Result result = plugin.Call(declared, picture_.get(), call.arguments);
     done = result.boolean || result.picture || result.integer != 0;
   }
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "simulator/pixel_memory.h"
+#include "simulator/storage.h"
 
 namespace velbench {
 namespace {
@@ -11,28 +11,15 @@ using Clock = std::chrono::steady_clock;
 
 double secondsConverting = 0;
 
-class ThreeByteStorage final : public sim::Storage {
+size_t StrideBytes(int width) { return (3 * static_cast<size_t>(width) + 3) / 4 * 4; }
+
+class ThreeByteStorage final : public sim::MemoryStorage {
  public:
-  static std::unique_ptr<sim::Storage> Make(const sim::StorageRequest& request) {
-    auto storage = std::make_unique<ThreeByteStorage>(request);
-    if (storage->pixels() == nullptr) return nullptr;
-    return storage;
-  }
   explicit ThreeByteStorage(const sim::StorageRequest& request)
-      : Storage(request.width, request.height, request.alpha),
-        strideBytes_((3 * request.width + 3) / 4 * 4),
-        memory_(request.pool, static_cast<size_t>(strideBytes_) * request.height),
+      : MemoryStorage(request, uint64_t{StrideBytes(request.width)} * request.height),
         made_(Clock::now()) {}
 
   sim::StorageKind kind() const override { return sim::StorageKind::kGdk; }
-  bool Lock(int type, REALpictureDescription& description) override {
-    if (type != 0 && type != kStorageGdkDrawable) return false;
-    description.type = kStorageGdkDrawable;
-    description.data = this;
-    description.width = width();
-    description.height = height();
-    return true;
-  }
 
   void ReadRow(int y, sim::Rgba* out) const override {
     const uint8_t* bytes = Row(y);
@@ -50,17 +37,13 @@ class ThreeByteStorage final : public sim::Storage {
       secondsConverting += std::chrono::duration<double>(Clock::now() - made_).count();
     }
   }
-  bool GuardsIntact() const override { return memory_.FencesIntact(); }
-  size_t ByteCount() const override { return memory_.size(); }
-
-  uint8_t* pixels() const { return memory_.bytes(); }
-  int strideBytes() const { return strideBytes_; }
+  uint8_t* pixels() const { return memory(); }
+  int strideBytes() const { return static_cast<int>(StrideBytes(width())); }
 
  private:
-  uint8_t* Row(int y) const { return pixels() + static_cast<size_t>(y) * strideBytes_; }
+  void* Lend() override { return this; }
+  uint8_t* Row(int y) const { return pixels() + static_cast<size_t>(y) * StrideBytes(width()); }
 
-  int strideBytes_;
-  sim::PixelMemory memory_;
   Clock::time_point made_;
 };
 
@@ -82,7 +65,7 @@ void Replace(const sim::Plugin& plugin, const char* variable, Function* function
 }  // namespace
 
 void InstallThreeByteStorage() {
-  sim::SetStorageFactory(sim::StorageKind::kGdk, ThreeByteStorage::Make);
+  sim::SetStorageFactory(sim::StorageKind::kGdk, sim::MakeStorageOf<ThreeByteStorage>);
 }
 
 bool HandOutThreeBytePixels(const sim::Plugin& plugin) {

@@ -1,7 +1,13 @@
 #pragma once
 
-// What a case of the check is, and its name: "HMirrorVel/cairo/2011.5/call 3" is a method, a kind
-// of picture, a host version and what is done there.
+// The cases of the check and their names: "HMirrorVel/cairo/2011.5/call 3" is a method, a set-up of
+// pictures, a host version, and the details.
+//
+// The words of the check: in a *case* a plugin is made to do one thing in one host, three times
+// over, in a process of its own. A *scenario* makes it do that. An undisturbed case shows what is
+// *usual*; in the others a *disturbance* goes wrong on purpose. A *group* is all the cases of a
+// method in a host, a *way* the calls into the host that some of them take. A *place* is one in the
+// plugin's code.
 
 #include <optional>
 #include <string>
@@ -11,7 +17,7 @@
 
 namespace check {
 
-/// Stand for a method where something else is looked at.
+/// In the place of a method's name, for cases of something else.
 constexpr const char* kLoading = "loading";
 constexpr const char* kStartUp = "start-up";
 constexpr const char* kTogether = "together";
@@ -24,7 +30,7 @@ struct Details {
   bool aligned = false;   ///< the caller's stack to 16 bytes, for plugins that need it
   bool reversed = false;  ///< methods together are called in reverse order
   Disturbance disturbance = {};
-  /// What lies where nobody wrote: no part of the name.
+  /// Which litter lies where nobody wrote; no part of the name.
   unsigned litter = 0;
 
   std::string Name() const;

@@ -26,12 +26,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double kNewest = 2012.01;
-/// At each of these some host behaves differently, or a plugin may take it that one does.
+/// Versions at which hosts begin to behave in another way, or at which plugins may think so.
 constexpr double kStartVersions[] = {0,       2010.028, 2010.029, 2011.03,
                                      2011.04, 2011.5,   2012,     kNewest};
 constexpr double kCallVersions[] = {kNewest, 2011.5, 2011.03};
 
-/// The kinds of application, each with one kind of picture. Those to look at quickly come first.
+/// One set-up for each kind of application. Those that a quick check looks at come first.
 constexpr const char* kStartSetups[] = {"console", "cairo", "web", "unknown_kind"};
 constexpr size_t kQuickSetups = 2;
 
@@ -47,35 +47,41 @@ class Check {
                        : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))) {}
 
   std::vector<CaseResult> Run() {
-    StartUps();
-    // The first group of each method shows whether there is a point in the others.
-    std::vector<Group> firsts, others;
-    for (const std::string& method : methods_) {
-      for (const Group& group : GroupsOf(method)) {
-        (firsts.empty() || firsts.back().method != method ? firsts : others).push_back(group);
-      }
-    }
-    RunGroups(firsts, "methods");
-    for (const std::string& method : hangs_) {
-      results_.push_back({method, {}, "other hosts: the undisturbed case takes too long"});
-    }
-    std::erase_if(others, [this](const Group& group) { return hangs_.contains(group.method); });
-    RunGroups(others, "hosts");
+    RunByHost(StartGroups(), kStartUp, kStartUp);
+    std::vector<Group> groups;
+    for (const std::string& method : methods_) AddGroupsOf(method, groups);
+    RunByHost(groups, "methods", "hosts");
     std::vector<Group> together = Together();
     if (methods_.size() > 1) RunGroups(together, "methods together");
     return std::move(results_);
   }
 
  private:
-  using Place = std::pair<const sim::PictureSetup*, double>;
+  using HostOfGroup = std::pair<const sim::PictureSetup*, double>;
 
   static bool NeedsDesktop(const Group& group) {
     const sim::AppKind kind = group.setup->application;
     return kind == sim::AppKind::kDesktop || kind == sim::AppKind::kUnknown;
   }
 
-  std::vector<GroupResult> RunGroups(std::vector<Group>& groups, const char* what) {
-    // Those that need the desktop's libraries come last: processes without them start faster.
+  /// The first group of each method shows whether there is a point in the others.
+  void RunByHost(const std::vector<Group>& groups, const char* first, const char* then) {
+    std::vector<Group> firsts, others;
+    for (const Group& group : groups) {
+      const bool isFirst = firsts.empty() || firsts.back().method != group.method;
+      (isFirst ? firsts : others).push_back(group);
+    }
+    RunGroups(firsts, first);
+    for (const Group& group : firsts) {
+      if (!hangs_.contains(group.method)) continue;
+      results_.push_back({group.method, {}, "other hosts: the undisturbed case takes too long"});
+    }
+    std::erase_if(others, [this](const Group& group) { return hangs_.contains(group.method); });
+    RunGroups(others, then);
+  }
+
+  void RunGroups(std::vector<Group>& groups, const char* what) {
+    // Last those that need the desktop's libraries: until they are loaded, processes fork faster.
     std::stable_partition(groups.begin(), groups.end(), std::not_fn(NeedsDesktop));
     size_t done = 0;
     watcher_(what, done, groups.size());
@@ -85,20 +91,18 @@ class Check {
     };
     const auto packed =
         RunShared(groups.size(), processes_, work, [&] { watcher_(what, ++done, groups.size()); });
-    std::vector<GroupResult> all;
     for (size_t i = 0; i < groups.size(); ++i) {
-      all.push_back(Unpacked(packed[i]));
-      const GroupResult& result = all.back();
+      const GroupResult result = Unpacked(packed[i]);
       results_.insert(results_.end(), result.cases.begin(), result.cases.end());
       if (result.timedOut) hangs_.insert(groups[i].method);
       if (groups[i].method != kStartUp && !result.outcome.empty()) {
         outcomes_[{groups[i].setup, groups[i].version}][groups[i].method] = result.outcome;
       }
+      NoteMethods(groups[i], result);
     }
-    return all;
   }
 
-  void StartUps() {
+  std::vector<Group> StartGroups() const {
     std::vector<Group> groups;
     for (size_t i = 0; i < (quick_ ? kQuickSetups : std::size(kStartSetups)); ++i) {
       for (const double version : kStartVersions) {
@@ -106,14 +110,7 @@ class Check {
         groups.push_back({kStartUp, SetupNamed(kStartSetups[i]), version});
       }
     }
-    std::vector<Group> first(groups.begin(), groups.begin() + 1);
-    auto all = RunGroups(first, kStartUp);
-    groups.erase(groups.begin());
-    if (hangs_.empty()) {
-      for (GroupResult& result : RunGroups(groups, kStartUp)) all.push_back(std::move(result));
-      groups.insert(groups.begin(), first.begin(), first.end());
-    }
-    for (size_t i = 0; i < all.size(); ++i) NoteMethods(groups[i], all[i]);
+    return groups;
   }
 
   void NoteMethods(const Group& group, const GroupResult& result) {
@@ -133,8 +130,7 @@ class Check {
   }
 
   /// In the hosts in which it is registered.
-  std::vector<Group> GroupsOf(const std::string& method) {
-    std::vector<Group> groups;
+  void AddGroupsOf(const std::string& method, std::vector<Group>& groups) {
     for (const double version : kCallVersions) {
       if (quick_ && version != kNewest) continue;
       for (const sim::PictureSetup& setup : sim::PictureSetups()) {
@@ -147,28 +143,27 @@ class Check {
         }
       }
     }
-    return groups;
   }
 
   /// All methods in one process, at the newest version.
   std::vector<Group> Together() const {
     std::vector<Group> groups;
-    for (const auto& [place, outcomes] : outcomes_) {
-      const auto& [setup, version] = place;
+    for (const auto& [host, outcomes] : outcomes_) {
+      const auto& [setup, version] = host;
       if (version != kNewest || outcomes.size() < 2) continue;
       groups.push_back({kTogether, setup, version, false, outcomes});
     }
     return groups;
   }
 
-  /// Once for all cases of a process that shares the work. Displays are the cases' own: a
-  /// connection cannot be shared.
+  /// Once in each process that shares the work, for all its cases. Each case opens a display of its
+  /// own: processes cannot share a connection.
   static void LoadDesktop() {
     sim::InstallStorage(sim::StorageKind::kCairo);
     dlopen("libgtk-x11-2.0.so.0", RTLD_LAZY);
   }
-  /// By the processes that share the work: what the plugin's constructors and destructors do is no
-  /// matter to this one. They end without its destructors.
+  /// Only for the processes that share the work, so that the plugin's constructors do nothing to
+  /// this one. Its destructors never run: those processes end without them.
   LoadedPlugin& Loaded() const {
     static LoadedPlugin* const loaded = new LoadedPlugin(path_);
     return *loaded;
@@ -182,7 +177,7 @@ class Check {
   std::vector<CaseResult> results_;
   std::vector<std::string> methods_;
   std::map<std::string, std::set<std::pair<sim::AppKind, double>>> starts_;
-  std::map<Place, std::map<std::string, std::string>> outcomes_;
+  std::map<HostOfGroup, Outcomes> outcomes_;
   std::set<std::string> withParameters_;
   std::set<std::string> hangs_;
   std::set<std::string> skipped_;
@@ -193,7 +188,7 @@ struct Loading {
   bool isLoaded = true;
 };
 
-/// Loads the plugin, away from here first: its constructors and destructors may do anything.
+/// Loads the plugin in a child first: its constructors and destructors may do anything.
 Loading TryLoading(const std::string& path, double seconds) {
   const Ending ending = RunIsolated(
       [&path]() -> std::string {
@@ -215,7 +210,7 @@ Loading TryLoading(const std::string& path, double seconds) {
   return {};
 }
 
-/// Ends this process when a case takes too long. A debugger may take the time that it likes.
+/// Ends this process when a case takes too long.
 void LimitTime(double seconds) {
   std::signal(SIGALRM, [](int) {
     static constexpr char kText[] = "\ntimed out\n";
@@ -242,7 +237,7 @@ CaseResult RunOneCase(const CheckOptions& options, const std::string& name) {
   const Case each = Case::Parse(name);
   const std::string path = fs::absolute(options.plugin);
   if (each.method == kLoading) return TryLoading(path, options.seconds).result;
-  // Not unloaded: what its destructors do is another case.
+  // Never unloaded: what its destructors do belongs to the case of loading.
   LoadedPlugin& loaded = *new LoadedPlugin(path);
   const bool isDisturbed = !each.details.disturbance.IsNone();
   Usual usual;

@@ -12,14 +12,15 @@ namespace {
 struct Word {
   FaultKind fault;
   std::string_view text;
+  void (sim::Faults::*arm)(int number);
 };
-constexpr Word kWords[] = {{FaultKind::kCall, "call "},
-                           {FaultKind::kFromCall, "from call "},
-                           {FaultKind::kException, "exception "}};
+constexpr Word kWords[] = {{FaultKind::kCall, "call ", &sim::Faults::FailNth},
+                           {FaultKind::kFromCall, "from call ", &sim::Faults::FailFrom},
+                           {FaultKind::kException, "exception ", &sim::Faults::ThrowNth}};
 constexpr std::string_view kWithout = "without ";
 
-// Entries that came with some version of the host, or belong to kinds of it. Every host has the
-// others that there are, or lacks them along with these.
+// Entries that only some versions or kinds of host have. Of the others, every real host has all,
+// except where it lacks some along with one of these.
 constexpr std::string_view kOptionalEntries[] = {
     "REALGetRBVersion",
     "REALLockPictureDescription",
@@ -65,22 +66,16 @@ std::optional<Disturbance> Disturbance::Parse(std::string_view text) {
 }
 
 void Disturbance::Arm(sim::Faults& faults) const {
-  switch (fault) {
-    case FaultKind::kNone:
-      return faults.Clear();
-    case FaultKind::kCall:
-      return faults.FailNth(number);
-    case FaultKind::kFromCall:
-      return faults.FailFrom(number);
-    case FaultKind::kException:
-      return faults.ThrowNth(number);
+  faults.Clear();
+  for (const Word& word : kWords) {
+    if (word.fault == fault) (faults.*word.arm)(number);
   }
 }
 
 bool Disturbance::IsOfNoRealHost() const {
   const bool isOptional = std::find(std::begin(kOptionalEntries), std::end(kOptionalEntries),
                                     missing) != std::end(kOptionalEntries);
-  return !isOptional && sim::EntryAddress(missing.c_str()) != nullptr;
+  return !isOptional && sim::EntryAddress(missing) != nullptr;
 }
 
 }  // namespace check

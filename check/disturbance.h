@@ -15,8 +15,7 @@ enum class FaultKind { kNone, kCall, kFromCall, kException };
 struct Disturbance {
   FaultKind fault = FaultKind::kNone;
   int number = 0;  ///< of the call, from 1
-  /// What the host lacks from the start; a look-up that only a failure leads to can be missing
-  /// beside that failure.
+  /// What the host lacks from the start. Beside a fault: what is looked up only because of it.
   std::string missing = {};
 
   bool IsNone() const { return fault == FaultKind::kNone && missing.empty(); }
@@ -26,7 +25,7 @@ struct Disturbance {
   static std::optional<Disturbance> Parse(std::string_view text);
   /// Asks for the failure, from now on.
   void Arm(sim::Faults& faults) const;
-  /// How bad a finding can be: what only hosts show that there are none of is pedantic.
+  /// Whether no real host is so: what is found then is pedantic at most.
   bool IsOfNoRealHost() const;
 };
 

@@ -7,7 +7,7 @@
 
 namespace check {
 
-/// A note tells; the others are wrong: on hosts that are pedantic, on some hosts, on every host.
+/// A note only tells. What the others tell is wrong: on pedantic hosts, on some, on every host.
 enum class Level { kNote, kPedantic, kWarning, kError };
 
 enum class Kind {
@@ -25,7 +25,7 @@ enum class Kind {
   kCache,        ///< pixels written, and the picture's cache not cleared
   kRepeat,       ///< the same call gives another picture
   kOtherResult,  ///< the same call gives another number, text or boolean
-  kLitter,       ///< the result is that of memory, stack or words that nobody wrote
+  kLitter,       ///< the result depends on memory, stack or words that nobody wrote
   kAftermath,    ///< after a failure the next call gives another picture
   kPartial,      ///< a failure leaves a picture changed in part
   kSize,         ///< a failure gives a picture of another size
@@ -46,7 +46,7 @@ Level LevelOf(Kind kind);
 
 struct Finding {
   Kind kind = Kind::kMisuse;
-  /// What is wrong, in words that are the same in every case that it is wrong in.
+  /// What is wrong, in the same words in every case that shows it.
   std::string text;
   /// In the plugin's file, as "Sign.so+0x11d3"; empty when it is not known.
   std::string place = {};

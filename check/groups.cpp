@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "check/isolation.h"
 #include "check/refused.h"
@@ -24,7 +23,7 @@ namespace {
 
 constexpr int kMostTimeOuts = 2;
 
-/// Text that a plugin made may be no UTF-8; what it is compared with later must not be changed.
+/// What is no UTF-8 in a plugin's text is replaced; outcomes, which are compared later, are ASCII.
 std::string Dumped(const nlohmann::json& json) {
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
@@ -37,7 +36,7 @@ bool Matches(const std::string& name, const std::string& pattern) {
   return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
 }
 
-/// One way that a method takes, which an undisturbed case showed.
+/// A way that an undisturbed case took.
 struct Way {
   Details details;
   Usual usual;
@@ -52,7 +51,7 @@ class GroupRun {
     Details first;
     Try(first, nullptr);
     if (last_.findings.size() == 1 && last_.findings[0].kind == Kind::kAlignment) {
-      // Whatever else there is to find is found for a caller that it gets along with.
+      // All else is looked for with a stack that the plugin gets along with.
       first.aligned = true;
       Try(first, nullptr);
     }
@@ -78,6 +77,10 @@ class GroupRun {
   }
 
  private:
+  Case CaseOf(const Details& details) const {
+    return {group_.method, group_.setup, group_.version, details};
+  }
+
   GroupResult Done() {
     std::erase_if(result_.cases, [this](const CaseResult& each) {
       return !limits_.only.empty() && !Matches(each.name, limits_.only);
@@ -86,7 +89,7 @@ class GroupRun {
   }
 
   GroupResult Skip(const std::string& why) {
-    std::string name = Case{group_.method, group_.setup, group_.version, {}}.Name();
+    std::string name = CaseOf({}).Name();
     name.erase(name.rfind('/'));
     result_.cases.push_back({name, {}, "other cases: " + why});
     return Done();
@@ -99,7 +102,7 @@ class GroupRun {
 
   /// Runs a case; afterwards last_ is its result, and report_ what it showed if it returned.
   void Try(const Details& details, const Usual* usual) {
-    const Case each{group_.method, group_.setup, group_.version, details};
+    const Case each = CaseOf(details);
     last_ = {each.Name(), {}};
     const auto start = std::chrono::steady_clock::now();
     const Ending ending = RunIsolated(
@@ -135,8 +138,7 @@ class GroupRun {
     const bool differs =
         std::any_of(last_.findings.begin(), last_.findings.end(),
                     [](const Finding& finding) { return finding.kind == Kind::kOtherResult; });
-    const Case each{group_.method, group_.setup, group_.version, details};
-    if (!differs || !DependsOnLitter(loaded_, each, limits_.seconds)) return;
+    if (!differs || !DependsOnLitter(loaded_, CaseOf(details), limits_.seconds)) return;
     BlameLitter(last_.findings);
     result_.cases.back() = last_;
   }
@@ -173,7 +175,7 @@ class GroupRun {
       if (timeOuts_ >= kMostTimeOuts) return false;
       Details details = way.details;
       details.disturbance = all[i];
-      const std::string name = Case{group_.method, group_.setup, group_.version, details}.Name();
+      const std::string name = CaseOf(details).Name();
       if (!limits_.only.empty() && !Matches(name, limits_.only)) continue;
       if (limits_.listed) {
         result_.cases.push_back({name, {}});
@@ -188,22 +190,11 @@ class GroupRun {
     return true;
   }
 
-  /// For all methods together, whose outcome has a line for each.
   void CompareWithAlone() {
     if (!returned_) return;
-    std::istringstream lines(report_.shown.outcome);
-    for (std::string line; std::getline(lines, line);) {
-      const size_t colon = line.find(": ");
-      const auto alone = group_.outcomes.find(line.substr(0, colon));
-      if (colon == std::string::npos || alone == group_.outcomes.end()) continue;
-      const std::string outcome = line.substr(colon + 2);
-      if (outcome == alone->second) continue;
-      const bool isPicture = outcome.find(" pixels ") != std::string::npos;
-      result_.cases.back().findings.push_back({isPicture ? Kind::kRepeat : Kind::kOtherResult,
-                                               alone->first + " gives another " +
-                                                   (isPicture ? "picture" : "result") +
-                                                   " after other methods than alone",
-                                               "", outcome + " instead of " + alone->second});
+    for (Finding& finding :
+         CompareEach(report_.shown.outcome, group_.outcomes, " after other methods than alone")) {
+      result_.cases.back().findings.push_back(std::move(finding));
     }
   }
 

@@ -25,16 +25,16 @@ struct Group {
   double version;
   bool hasParameters = false;
   /// For all methods together: what each gave alone.
-  std::map<std::string, std::string> outcomes = {};
+  Outcomes outcomes = {};
 };
 
 struct GroupResult {
   std::vector<CaseResult> cases;
   /// What start-up registered; empty for other groups.
   std::vector<MethodNote> methods;
-  /// Of the usual case, when it came to its end.
+  /// Of the undisturbed case, when it came to its end.
   std::string outcome;
-  bool timedOut = false;  ///< the usual case
+  bool timedOut = false;  ///< the undisturbed case
 };
 
 /// Runs the cases of a group one after the other, each in a process of its own.
@@ -43,13 +43,13 @@ GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits&
 /// What an undisturbed case shows; throws Refused when it does not come to its end.
 Usual UsualOf(LoadedPlugin& loaded, const Case& each, double seconds);
 
-/// Whether what an undisturbed case gives is the same in two processes, and another in one where
-/// other litter lies around: then it is the litter's, and no counter's or clock's.
+/// Whether the outcome of an undisturbed case depends on litter: with the same litter it is the
+/// same in two processes (so that no clock makes it), with other litter another.
 bool DependsOnLitter(LoadedPlugin& loaded, Case each, double seconds);
-/// Says so of a finding that a result differs.
+/// Says so in the findings that a result differs.
 void BlameLitter(std::vector<Finding>& findings);
 
-/// For the way from one process to another.
+/// As text, which passes from one process to another.
 std::string Packed(const GroupResult& result);
 GroupResult Unpacked(const std::string& text);
 

@@ -3,24 +3,30 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <string>
 
 namespace check {
 namespace {
+
+using namespace std::string_view_literals;
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kLargest = std::numeric_limits<double>::max();
 
-constexpr ArgumentSet kSets[] = {
-    {"usual", 30.0, 7, 0x80FF4020, TextChoice::kUsual, PictureChoice::kUsual},
-    {"zero", 0.0, 0, 0x00000000, TextChoice::kNull, PictureChoice::kNull},
-    {"negative", -120.5, -1, 0xFFFFFFFF, TextChoice::kEmpty, PictureChoice::kReceiver},
-    {"one", 1.0, 1, 0x01FFFFFF, TextChoice::kWithNul, PictureChoice::kOtherSize},
-    {"lowest", -kLargest, INT32_MIN, 0x00FFFFFF, TextChoice::kOtherScripts,
-     PictureChoice::kOtherStorage},
-    {"highest", kLargest, INT32_MAX, 0x7F000000, TextChoice::kLong, PictureChoice::kOtherAlpha},
-    {"infinite", kInfinite, 90, 0xFF000000, TextChoice::kUsual, PictureChoice::kUsual},
-    {"no-number", kNaN, 256, 0xFE010203, TextChoice::kUsual, PictureChoice::kUsual},
+constexpr std::string_view kUsualText = "caf\xC3\xA9 text";
+constexpr std::string_view kOtherScripts = "\xE6\x97\xA5\xE6\x9C\xAC\xF0\x9F\x98\x80";
+const std::string kLongText(70000, 'x');
+
+const ArgumentSet kSets[] = {
+    {"usual", 30.0, 7, 0x80FF4020, kUsualText, PictureChoice::kUsual},
+    {"zero", 0.0, 0, 0x00000000, {}, PictureChoice::kNull},
+    {"negative", -120.5, -1, 0xFFFFFFFF, "", PictureChoice::kReceiver},
+    {"one", 1.0, 1, 0x01FFFFFF, "in\0side"sv, PictureChoice::kOtherSize},
+    {"lowest", -kLargest, INT32_MIN, 0x00FFFFFF, kOtherScripts, PictureChoice::kOtherStorage},
+    {"highest", kLargest, INT32_MAX, 0x7F000000, kLongText, PictureChoice::kOtherAlpha},
+    {"infinite", kInfinite, 123456789, 0xFF000000, kUsualText, PictureChoice::kUsual},
+    {"no-number", kNaN, 256, 0xFE010203, kUsualText, PictureChoice::kUsual},
 };
 
 }  // namespace
@@ -74,28 +80,11 @@ sim::Picture* Inputs::PictureFor(PictureChoice choice) {
   return nullptr;
 }
 
-sim::String* Inputs::TextFor(TextChoice choice) {
-  const auto text = [this](std::string_view bytes) {
-    texts_.push_back(host_.MakeString(bytes, kEncodingUtf8));
-    texts_.back()->title = "the text";
-    return texts_.back().get();
-  };
-  using namespace std::string_view_literals;
-  switch (choice) {
-    case TextChoice::kUsual:
-      return text("caf\xC3\xA9 text");
-    case TextChoice::kNull:
-      return nullptr;
-    case TextChoice::kEmpty:
-      return text("");
-    case TextChoice::kLong:
-      return text(std::string(70000, 'x'));
-    case TextChoice::kWithNul:
-      return text("in\0side"sv);
-    case TextChoice::kOtherScripts:
-      return text("\xE6\x97\xA5\xE6\x9C\xAC\xF0\x9F\x98\x80");
-  }
-  return nullptr;
+sim::String* Inputs::NewText(std::string_view bytes) {
+  if (bytes.data() == nullptr) return nullptr;
+  texts_.push_back(host_.MakeString(bytes, kEncodingUtf8));
+  texts_.back()->title = "the text";
+  return texts_.back().get();
 }
 
 void Inputs::Release() {
@@ -119,7 +108,7 @@ std::vector<sim::Argument> Inputs::Arguments(const sim::Method& method, const Ar
         arguments.emplace_back(int64_t{set.whole != 0});
         break;
       case Type::kString:
-        arguments.emplace_back(TextFor(set.text));
+        arguments.emplace_back(NewText(set.text));
         break;
       case Type::kPicture:
         arguments.emplace_back(PictureFor(set.picture));

@@ -3,9 +3,8 @@
 // What methods are called on and with: sizes of pictures and values of arguments, tame ones and
 // others. All of it is in tables: the same plugin gives the same findings.
 
-#include <optional>
 #include <span>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "simulator/declaration.h"
@@ -23,7 +22,6 @@ constexpr Size kUsualSize = {5, 3};
 /// counts.
 constexpr Size kOtherSizes[] = {{1, 1}, {1, 7}, {17, 1}, {33, 16}, {300, 2}, {2, 300}};
 
-enum class TextChoice { kUsual, kNull, kEmpty, kLong, kWithNul, kOtherScripts };
 enum class PictureChoice { kUsual, kNull, kReceiver, kOtherSize, kOtherStorage, kOtherAlpha };
 
 /// One value for each type that a parameter can have.
@@ -32,7 +30,7 @@ struct ArgumentSet {
   double number;
   int64_t whole;
   uint32_t color;
-  TextChoice text;
+  std::string_view text;  ///< without any address for a null string
   PictureChoice picture;
 };
 /// The usual one first.
@@ -49,13 +47,13 @@ class Inputs {
   /// A picture with a mask, always of the same pixels; null where there can be none.
   sim::Picture* NewReceiver();
   std::vector<sim::Argument> Arguments(const sim::Method& method, const ArgumentSet& set);
-  /// Gives up what was made so far: whoever kept an address without a reference has nothing then.
+  /// Gives up what was made so far, so that the use of an address kept without a reference shows.
   void Release();
 
  private:
   sim::Picture* NewPicture(Size size, const sim::PictureOptions& options, const char* title);
   sim::Picture* PictureFor(PictureChoice choice);
-  sim::String* TextFor(TextChoice choice);
+  sim::String* NewText(std::string_view bytes);
 
   sim::Host& host_;
   const sim::PictureSetup& setup_;

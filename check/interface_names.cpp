@@ -22,7 +22,7 @@ bool IsInterfaceName(const std::string& name) {
 }
 
 std::string NearestInterfaceName(const std::string& name) {
-  return *sim::Nearest(name, Names(), [](const std::string& each) { return each; });
+  return sim::NearestName(name, Names());
 }
 
 }  // namespace check

@@ -27,11 +27,10 @@ constexpr int kCrashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTR
 /// and not by its exit status, which the plugin may have chosen.
 struct Shared {
   enum { kRunning, kReturned, kFound } state;
-  Kind kind;  ///< of what was found
-  char when[256];
+  Kind kind;       ///< of what was found
+  char when[768];  ///< what was going on
   char text[512];
   char place[256];
-  char details[512];
   size_t returnedSize;
   char returned[kMostText];
 };
@@ -77,7 +76,7 @@ Finding CrashFinding(int number, const siginfo_t& signal, const ucontext_t& cont
   stack = reinterpret_cast<const void*>(context.uc_mcontext.gregs[REG_ESP]);
 #endif
   Finding finding{Kind::kCrash, SignalName(number), PlaceOnStack(instruction, stack)};
-  // Addresses that an instruction cannot use whatever lies there come from the kernel without one.
+  // The kernel names no address where an instruction found its own misaligned.
   if (number == SIGSEGV && signal.si_code == SI_KERNEL && NeedsAlignment(instruction)) {
     finding.kind = Kind::kAlignment;
     finding.text = "needs a stack that is aligned to 16 bytes, and crashes where it is to 4";
@@ -103,12 +102,12 @@ void Tell(const Finding& finding, const std::string& details) {
   shared->kind = finding.kind;
   Keep(shared->text, sizeof shared->text, finding.text);
   Keep(shared->place, sizeof shared->place, finding.place);
-  Keep(shared->details, sizeof shared->details, details);
+  Keep(shared->when, sizeof shared->when, Joined({shared->when, details}));
   shared->state = Shared::kFound;
 }
 
-// Little of this may be done in a signal handler; but the process is lost anyway, and should it not
-// come to its end, the parent sees to it.
+// A signal handler may do little of this. But the process is lost anyway, and should it hang now,
+// its parent ends it.
 void OnCrash(int number, siginfo_t* signal, void* context) {
   std::signal(number, SIG_DFL);
   const Finding finding = CrashFinding(number, *signal, *static_cast<ucontext_t*>(context));
@@ -176,7 +175,7 @@ bool WaitFor(pid_t child, double seconds, int& status) {
   return true;
 }
 
-/// The last line that a child wrote to standard error, with the one before where it goes on.
+/// The last line that a child wrote to standard error, with those that begin with a space after it.
 std::string LastWords() {
   char bytes[4096];
   const off_t end = lseek(printed[1], 0, SEEK_END);
@@ -192,24 +191,23 @@ std::string LastWords() {
   return line == std::string::npos ? text : text.substr(line + 1);
 }
 
-}  // namespace
-
-Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
+/// Nothing is told, nothing printed, and the signal of a child's end waits until it is asked for.
+void PrepareForChild() {
   Shared& exchange = MapShared();
   exchange.state = Shared::kRunning;
-  exchange.when[0] = exchange.text[0] = exchange.place[0] = exchange.details[0] = '\0';
+  exchange.when[0] = exchange.text[0] = exchange.place[0] = '\0';
   for (const int file : printed) {
     if (ftruncate(file, 0) != 0) throw std::runtime_error("no file for what a case prints");
     lseek(file, 0, SEEK_SET);
   }
-  // Blocked, the signal of a child's end waits until it is asked for.
   sigset_t childEnded;
   sigemptyset(&childEnded);
   sigaddset(&childEnded, SIGCHLD);
   sigprocmask(SIG_BLOCK, &childEnded, nullptr);
-  const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("no process for a case");
-  if (child == 0) RunChild(work);
+}
+
+/// The status of the child, which is ended when time is up.
+int StatusOf(pid_t child, double seconds) {
   int status = 0;
   bool ended = WaitFor(child, seconds, status);
   if (!ended) {
@@ -221,24 +219,35 @@ Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
   kill(-child, SIGKILL);
   if (!ended) {
     waitpid(child, &status, 0);
-    exchange.state = Shared::kFound;
-    exchange.kind = Kind::kTimeOut;
-    Keep(exchange.text, sizeof exchange.text, "does not come to its end");
+    Tell({Kind::kTimeOut, "does not come to its end"}, "");
   }
-  if (exchange.state == Shared::kReturned) {
-    return {true, {exchange.returned, exchange.returnedSize}, {}};
-  }
-  Finding finding{exchange.kind, exchange.text, exchange.place,
-                  Joined({exchange.when, exchange.details})};
-  if (exchange.state == Shared::kRunning) {
-    // A signal that nobody looks at, or an end of its own.
+  return status;
+}
+
+/// What ended a child that returned nothing.
+Finding WhatEnded(int status) {
+  Finding finding{shared->kind, shared->text, shared->place, shared->when};
+  if (shared->state == Shared::kRunning) {
+    // Ended by a signal without a handler, or by exit().
     finding.kind = WIFSIGNALED(status) ? Kind::kCrash : Kind::kExit;
     finding.text = WIFSIGNALED(status) ? SignalName(WTERMSIG(status)) : "ends the process";
   }
   finding.level = LevelOf(finding.kind);
   const std::string words = LastWords();
   if (!words.empty()) finding.text += " (\"" + words + "\")";
-  return {false, "", std::move(finding)};
+  return finding;
+}
+
+}  // namespace
+
+Ending RunIsolated(const std::function<std::string()>& work, double seconds) {
+  PrepareForChild();
+  const pid_t child = fork();
+  if (child < 0) throw std::runtime_error("no process for a case");
+  if (child == 0) RunChild(work);
+  const int status = StatusOf(child, seconds);
+  if (shared->state != Shared::kReturned) return {false, "", WhatEnded(status)};
+  return {true, {shared->returned, shared->returnedSize}, {}};
 }
 
 void Enter(const std::string& when) {
@@ -253,7 +262,7 @@ bool TakeOutput() {
 }
 
 void ExplainCrashes() {
-  // A handler of its own stack, since there may be none left.
+  // On a stack of their own, since the plugin's may be full.
   static char stackBytes[65536];
   const stack_t stack{stackBytes, 0, sizeof stackBytes};
   sigaltstack(&stack, nullptr);

@@ -21,7 +21,7 @@ struct Ending {
 /// child leads a process group of its own, which ends with it, and it ends when its parent does.
 Ending RunIsolated(const std::function<std::string()>& work, double seconds);
 
-/// Says what is done from now on, for the case that it does not end well: "in the second call".
+/// Says what is done from now on, to be told should it not end well: "in the second call".
 void Enter(const std::string& when);
 
 /// Whether something was printed to standard output since it was asked last. Only in a child.

@@ -40,7 +40,18 @@ std::string ChangeIn(const std::string& outcome) {
   return at == std::string::npos ? "" : outcome.substr(at);
 }
 
-/// A plugin in a host. What it does to the process is looked at whatever it is made to do.
+/// What each of several methods gave, by its name, from lines such as "Break: true".
+Outcomes OutcomesIn(const std::string& text) {
+  Outcomes outcomes;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const size_t colon = line.find(": ");
+    if (colon != std::string::npos) outcomes[line.substr(0, colon)] = line.substr(colon + 2);
+  }
+  return outcomes;
+}
+
+/// A plugin in a host. Whatever it is made to do, its process is looked at.
 class PluginScenario : public Scenario {
  public:
   PluginScenario(LoadedPlugin& loaded, const Case& each)
@@ -49,16 +60,9 @@ class PluginScenario : public Scenario {
   }
 
   sim::Host& host() override { return host_; }
-  bool Renew() override { return false; }
-  std::string Subject() override { return ""; }
-  std::vector<Finding> Judge(const std::string&, const Usual&,
-                             const std::set<std::string>&) override {
-    return {};
-  }
-  std::vector<Finding> Compare(const std::string&, const Usual&) override { return {}; }
 
   std::vector<Finding> LookRound() override {
-    // As of memory, what the first time keeps is no matter; what comes with every time is.
+    // What the first time keeps is allowed, as memory is; what every time adds is not.
     std::vector<Finding> findings =
         ProcessState::Now().Changes(process_, std::exchange(isFirst_, false));
     if (TakeOutput()) findings.push_back({Kind::kOutput, "prints to standard output"});
@@ -114,7 +118,7 @@ class StartScenario final : public PluginScenario {
 
   std::vector<Finding> LookRound() override {
     std::vector<Finding> findings = PluginScenario::LookRound();
-    // May be kept for as long as the plugin is there.
+    // Notes: start-up may keep what the plugin needs for as long as it is loaded.
     const auto note = [&findings](Kind kind, const std::string& text, const void* site) {
       findings.push_back({kind, text, site == nullptr ? "" : PlaceOfCall(site), "", Level::kNote});
     };
@@ -127,31 +131,24 @@ class StartScenario final : public PluginScenario {
     return findings;
   }
 
-  /// What start-up registered, and what is wrong with that.
+  /// What is wrong with what start-up registered.
   std::vector<Finding> LookAtDeclarations() const {
     std::vector<Finding> findings;
     for (const sim::UnreadableRow& row : loaded_.plugin.unreadable()) {
-      findings.push_back({Kind::kDeclaration, "\"" + row.declaration + "\": " + row.why});
+      findings.push_back({Kind::kDeclaration, row.Text()});
     }
     std::set<std::string> rows;
     for (const auto* methods : {&loaded_.plugin.methods(), &loaded_.plugin.others()}) {
       for (const sim::Method& method : *methods) {
-        std::string row = method.owner + "." + method.name + "(";
-        for (const sim::Parameter& parameter : method.parameters) {
-          row += std::string(sim::TypeName(parameter.type)) + ",";
-        }
-        // The host's language knows no case.
-        std::transform(row.begin(), row.end(), row.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        if (rows.insert(row).second || row.find("other,") != std::string::npos) continue;
+        LookAtTypes(method, findings);
+        if (rows.insert(RowOf(method)).second) continue;
         findings.push_back(
             {Kind::kDeclaration, "\"" + method.declaration + "\" stands there twice"});
       }
     }
     for (const REALclassDefinition* extension : host_.extensions) {
-      if (host_.FindClass(extension->name) != nullptr) continue;
       const std::string near = host_.NearestClass(extension->name);
-      if (near.empty()) continue;
+      if (host_.FindClass(extension->name) != nullptr || near.empty()) continue;
       findings.push_back({Kind::kClass, "extends " + std::string(extension->name) +
                                             ", which no host has; did you mean " + near + "?"});
     }
@@ -159,6 +156,32 @@ class StartScenario final : public PluginScenario {
       findings.push_back({Kind::kNothing, "registers nothing"});
     }
     return findings;
+  }
+
+ private:
+  /// Classes may be called as they like, even nearly as a type of the host's language is: a note.
+  void LookAtTypes(const sim::Method& method, std::vector<Finding>& findings) const {
+    std::vector<std::string> types = {method.resultText};
+    for (const sim::Parameter& parameter : method.parameters) types.push_back(parameter.typeText);
+    for (const std::string& type : types) {
+      const std::string near = sim::NearestType(type);
+      const bool isOwn = std::ranges::count(host_.registered, "the class " + type) != 0;
+      if (near.empty() || sim::SameWord(near, type) || isOwn) continue;
+      findings.push_back({Kind::kDeclaration,
+                          "\"" + method.declaration + "\": there may be no type " + type +
+                              "; did you mean " + near + "?",
+                          "", "", Level::kNote});
+    }
+  }
+  /// What the host's language tells methods apart by, which takes capitals for small letters.
+  static std::string RowOf(const sim::Method& method) {
+    std::string row = method.owner + "." + method.name + "(";
+    for (const sim::Parameter& parameter : method.parameters) {
+      row += parameter.typeText + ",";
+    }
+    std::transform(row.begin(), row.end(), row.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return row;
   }
 };
 
@@ -168,7 +191,7 @@ class MethodScenario final : public PluginScenario {
   MethodScenario(LoadedPlugin& loaded, const Case& each)
       : PluginScenario(loaded, each), inputs_(host_, *each.setup, each.details.size) {}
 
-  /// Starts the plugin and finds the methods. Why there is nothing to try; empty when there is.
+  /// Starts the plugin and finds the methods. Returns why nothing can be tried, or nothing.
   std::string Prepare() {
     Enter("in start-up");
     loaded_.StartIn(host_);
@@ -189,7 +212,7 @@ class MethodScenario final : public PluginScenario {
   std::string Title() const override { return case_.method; }
   std::string Subject() override { return receiver_->Describe(); }
   bool Renew() override {
-    // What was left locked cannot be released, as has been told by then.
+    // A picture that was left locked, as a finding says, cannot be released.
     if (host_.Account().empty()) {
       results_.clear();
       inputs_.Release();
@@ -222,7 +245,7 @@ class MethodScenario final : public PluginScenario {
   }
 
   std::vector<Finding> Compare(const std::string& outcome, const Usual& usual) override {
-    if (methods_.size() > 1) return CompareEach(outcome, usual.outcome);
+    if (methods_.size() > 1) return CompareEach(outcome, OutcomesIn(usual.outcome), "");
     const std::string when = outcome + " instead of " + usual.outcome;
     if (ChangeIn(outcome) != ChangeIn(usual.outcome)) {
       return {{Kind::kRepeat, "changes its picture in another way", "", when}};
@@ -247,21 +270,6 @@ class MethodScenario final : public PluginScenario {
   }
 
  private:
-  /// Of several methods, whose outcomes are lines.
-  static std::vector<Finding> CompareEach(const std::string& outcomes, const std::string& usual) {
-    std::vector<Finding> findings;
-    std::istringstream now(outcomes), before(usual);
-    for (std::string line, former; std::getline(now, line) && std::getline(before, former);) {
-      if (line == former) continue;
-      const bool isPicture = line.find(" pixels ") != std::string::npos;
-      findings.push_back(
-          {isPicture ? Kind::kRepeat : Kind::kOtherResult,
-           line.substr(0, line.find(": ")) + " gives another " + (isPicture ? "picture" : "result"),
-           "", line + " instead of " + former});
-    }
-    return findings;
-  }
-
   bool GivesPicture() const { return methods_.front()->result == sim::Type::kPicture; }
 
   /// Calls the method; what comes back is kept alive.
@@ -293,8 +301,8 @@ class MethodScenario final : public PluginScenario {
 
 CaseReport Start(LoadedPlugin& loaded, const Case& each, const Usual* usual, std::FILE* echo,
                  std::vector<MethodNote>* methods) {
-  // Never taken down: what a plugin left locked or lost would be misuse then, of which the report
-  // has told already.
+  // Never destroyed: what the plugin left locked or lost is in the report, and would be misuse
+  // then.
   auto& scenario = *new StartScenario(loaded, each);
   scenario.host().log.echo = echo;
   const Usual none;
@@ -319,6 +327,20 @@ CaseReport Start(LoadedPlugin& loaded, const Case& each, const Usual* usual, std
 }
 
 }  // namespace
+
+std::vector<Finding> CompareEach(const std::string& text, const Outcomes& former,
+                                 const std::string& when) {
+  std::vector<Finding> findings;
+  for (const auto& [method, outcome] : OutcomesIn(text)) {
+    const auto before = former.find(method);
+    if (before == former.end() || before->second == outcome) continue;
+    const bool isPicture = outcome.find(" pixels ") != std::string::npos;
+    findings.push_back({isPicture ? Kind::kRepeat : Kind::kOtherResult,
+                        method + " gives another " + (isPicture ? "picture" : "result") + when, "",
+                        outcome + " instead of " + before->second});
+  }
+  return findings;
+}
 
 LoadedPlugin::LoadedPlugin(const std::string& path) : plugin(path) {
   for (const std::string& neighbour : plugin.Neighbours()) {

@@ -2,6 +2,7 @@
 
 // What the check has a plugin do: start, and its methods called.
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +29,13 @@ struct MethodNote {
   std::string obstacle;  ///< why it cannot be tried; empty when it can
   bool hasParameters = false;
 };
+
+/// What methods gave, by their names.
+using Outcomes = std::map<std::string, std::string>;
+/// What is wrong with the outcome of a case of all methods together, which has a line for each,
+/// where it is not the former one; `when` ends what is said.
+std::vector<Finding> CompareEach(const std::string& text, const Outcomes& former,
+                                 const std::string& when);
 
 /// Runs a case in this process, in which none ran before. `usual` is what the undisturbed case of
 /// the same method, host, size and arguments showed; null for that one itself. `echo` gets the

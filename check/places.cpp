@@ -108,7 +108,7 @@ std::string SourceLine(const std::string& file, const std::string& place) {
 bool NeedsAlignment(const void* instruction) {
   uint8_t bytes[2] = {};
   if (ReadMemory(instruction, bytes, sizeof bytes) < sizeof bytes) return false;
-  // All instructions on whole vectors begin so, but for scalar ones, which have other prefixes.
+  // Instructions on whole vectors begin so; scalar ones, which need no alignment, do not.
   return bytes[0] == 0x0F || (bytes[0] == 0x66 && bytes[1] == 0x0F);
 }
 

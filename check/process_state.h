@@ -1,6 +1,6 @@
 #pragma once
 
-// What a method should leave alone, since all of the application has it in common.
+// What a method should leave alone, since the whole application shares it.
 
 #include <map>
 #include <string>
@@ -14,7 +14,7 @@ class ProcessState {
  public:
   /// As things are now.
   static ProcessState Now();
-  /// What is no longer as it was; of open files and threads only where more are not allowed.
+  /// What is no longer as it was. With `mayKeepMore`, more files and threads are allowed.
   std::vector<Finding> Changes(const ProcessState& before, bool mayKeepMore) const;
 
  private:

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <set>
+#include <sstream>
 
 #include "check/case_name.h"
 #include "check/places.h"
@@ -15,8 +15,6 @@ namespace check {
 namespace {
 
 constexpr const char* kVerdictNames[] = {"passed", "failed", "crashed", "timed out", "skipped"};
-
-const char* NameOf(Verdict verdict) { return kVerdictNames[static_cast<size_t>(verdict)]; }
 
 size_t Count(const Telling& telling, const std::vector<CaseResult>& results, Verdict verdict) {
   return static_cast<size_t>(std::count_if(
@@ -41,12 +39,11 @@ std::string CommandFor(const Telling& telling, const std::string& name) {
   return telling.command + " --check " + Quoted(telling.plugin) + " --case " + Quoted(name);
 }
 
-/// What makes a finding another fault: numbers do not.
+/// What findings of one fault have in common: all except the numbers in their texts.
 std::string FaultOf(const CaseResult& result, const Finding& finding) {
   std::string text = finding.text;
   std::erase_if(text, [](unsigned char c) { return std::isdigit(c) != 0; });
-  return MethodOf(result.name) + "|" + check::NameOf(finding.kind) + "|" + finding.place + "|" +
-         text;
+  return MethodOf(result.name) + "|" + NameOf(finding.kind) + "|" + finding.place + "|" + text;
 }
 
 /// One fault, and all the cases that it was found in.
@@ -75,20 +72,18 @@ std::vector<Fault> Faults(const std::vector<CaseResult>& results) {
   return faults;
 }
 
-/// "console, web; 2012.01; 5x3, call 1, call 2 …": the storages, versions and details.
-std::string Circumstances(const std::vector<const CaseResult*>& cases) {
+/// "console, web; 2012.01; 5x3, call 1, call 2 …": the set-ups, versions and details.
+std::string WhereFound(const std::vector<const CaseResult*>& cases) {
   constexpr size_t kMostOfEach = 6;
   std::vector<std::string> parts[3];
   for (const CaseResult* const each : cases) {
-    std::string_view rest = each->name;
-    for (int part = -1; part < 3 && !rest.empty(); ++part) {
-      const size_t end = part == 2 ? std::string_view::npos : rest.find('/');
-      if (part >= 0) {
-        const std::string word(rest.substr(0, end));
-        auto& words = parts[part];
-        if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
-      }
-      rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    std::istringstream name(each->name);
+    std::string word;
+    std::getline(name, word, '/');  // The method, which they have in common.
+    for (auto& words : parts) {
+      const char end = &words == &parts[2] ? '\n' : '/';
+      if (!std::getline(name, word, end)) break;
+      if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
     }
   }
   std::string text;
@@ -104,17 +99,16 @@ std::string Circumstances(const std::vector<const CaseResult*>& cases) {
 
 std::string TextOf(const Telling& telling, const Fault& fault) {
   const Finding& finding = fault.finding;
-  std::string text = std::string(check::NameOf(finding.level)) + ": " +
-                     MethodOf(fault.first->name) + ": " + finding.text + " [" +
-                     check::NameOf(finding.kind) + "]\n";
+  std::string text = std::string(NameOf(finding.level)) + ": " + MethodOf(fault.first->name) +
+                     ": " + finding.text + " [" + NameOf(finding.kind) + "]\n";
   if (!finding.place.empty()) {
     const std::string line = SourceLine(telling.plugin, finding.place);
     text += "    at " + finding.place + (line.empty() ? "" : " (" + line + ")") + "\n";
   }
   if (!finding.when.empty()) text += "    " + finding.when + "\n";
   if (fault.cases.size() > 1) {
-    text += "    in " + std::to_string(fault.cases.size()) +
-            " cases: " + Circumstances(fault.cases) + "\n";
+    text += "    in " + std::to_string(fault.cases.size()) + " cases: " + WhereFound(fault.cases) +
+            "\n";
   }
   return text + "    " + CommandFor(telling, fault.first->name) + "\n";
 }
@@ -136,28 +130,15 @@ std::string SkippedAsText(const std::vector<CaseResult>& results) {
   return text;
 }
 
-/// Whether a case can be run by its name alone.
-bool CanBeRepeated(const CaseResult& result) { return result.skipped.empty(); }
-
 std::string XmlText(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        if (static_cast<unsigned char>(c) >= ' ') {
-          escaped += c;
-        } else {
-          escaped += c == '\n' ? ' ' : '?';
-        }
+    if (c == '&' || c == '<' || c == '"') {
+      escaped += "&#" + std::to_string(c) + ";";
+    } else if (static_cast<unsigned char>(c) >= ' ') {
+      escaped += c;
+    } else {
+      escaped += c == '\n' ? ' ' : '?';
     }
   }
   return escaped;
@@ -194,26 +175,25 @@ std::string AsText(const Telling& telling, const std::vector<CaseResult>& result
 std::string AsJson(const Telling& telling, const std::vector<CaseResult>& results) {
   nlohmann::ordered_json json = {{"velhost", VELPICTURE_VERSION},
                                  {"plugin", telling.plugin},
-                                 {"level", check::NameOf(telling.level)}};
+                                 {"level", NameOf(telling.level)}};
   for (size_t i = 0; i < std::size(kVerdictNames); ++i) {
     json["summary"][kVerdictNames[i]] = Count(telling, results, static_cast<Verdict>(i));
   }
   json["cases"] = nlohmann::ordered_json::array();
   for (const CaseResult& result : results) {
-    nlohmann::ordered_json one = {{"case", result.name},
-                                  {"verdict", NameOf(VerdictOf(result, telling.level))},
-                                  {"seconds", result.seconds}};
+    nlohmann::ordered_json one = {
+        {"case", result.name},
+        {"verdict", kVerdictNames[static_cast<size_t>(VerdictOf(result, telling.level))]},
+        {"seconds", result.seconds}};
     if (!result.skipped.empty()) one["skipped"] = result.skipped;
     for (const Finding& finding : result.findings) {
-      one["findings"].push_back({{"level", check::NameOf(finding.level)},
-                                 {"kind", check::NameOf(finding.kind)},
+      one["findings"].push_back({{"level", NameOf(finding.level)},
+                                 {"kind", NameOf(finding.kind)},
                                  {"text", finding.text},
                                  {"place", finding.place},
                                  {"when", finding.when}});
     }
-    if (!result.findings.empty() && CanBeRepeated(result)) {
-      one["repeat"] = CommandFor(telling, result.name);
-    }
+    if (!result.findings.empty()) one["repeat"] = CommandFor(telling, result.name);
     json["cases"].push_back(std::move(one));
   }
   return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
@@ -236,7 +216,7 @@ std::string AsJUnit(const Telling& telling, const std::vector<CaseResult>& resul
     }
     for (const Finding& finding : result.findings) {
       if (finding.level < telling.level) continue;
-      xml += "<failure type=\"" + XmlText(check::NameOf(finding.kind)) + "\" message=\"" +
+      xml += "<failure type=\"" + XmlText(NameOf(finding.kind)) + "\" message=\"" +
              XmlText(finding.text + " " + finding.place + " " + finding.when) + "\"/>";
     }
     xml += "</testcase>\n";

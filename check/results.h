@@ -24,7 +24,7 @@ struct Telling {
 };
 
 enum class Verdict { kPassed, kFailed, kCrashed, kTimedOut, kSkipped };
-/// Findings below the level do not count, except that crashes and time-outs are called so.
+/// Findings below the level do not count.
 Verdict VerdictOf(const CaseResult& result, Level level);
 
 /// What was found, each fault once: the same thing found at the same place of a method, wherever

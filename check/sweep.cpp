@@ -5,27 +5,50 @@
 
 #include "check/isolation.h"
 #include "check/places.h"
+#include "simulator/entry_table.h"
 
 namespace check {
 namespace {
 
+template <class Key>
+using Counts = std::map<Key, int>;
+
+template <class Key>
+int Total(const Counts<Key>& counts) {
+  int total = 0;
+  for (const auto& [key, count] : counts) total += count;
+  return total;
+}
+
+/// Those that are more than before.
+template <class Key>
+std::vector<Key> Grown(const Counts<Key>& now, const Counts<Key>& before) {
+  std::vector<Key> grown;
+  for (const auto& [key, count] : now) {
+    const auto former = before.find(key);
+    if (former == before.end() || former->second < count) grown.push_back(key);
+  }
+  return grown;
+}
+
 /// What is kept between calls. Some of it may be; more with every call may not.
 struct Kept {
-  std::map<const void*, size_t> blocks;  ///< of the plugin's own memory, by where it was got
-  std::map<std::string, int> references;
+  Counts<const void*> blocks;  ///< of the plugin's own memory, by where it was got
+  Counts<std::string> references;
   std::map<std::string, const void*> places;  ///< where such a reference was taken
-
-  size_t BlockCount() const {
-    size_t count = 0;
-    for (const auto& [site, blocksThere] : blocks) count += blocksThere;
-    return count;
-  }
-  int ReferenceCount() const {
-    int count = 0;
-    for (const auto& [object, surplus] : references) count += surplus;
-    return count;
-  }
 };
+
+/// How much may be kept.
+struct Limits {
+  int blocks, references;
+};
+Limits MostOf(const Kept& one, const Kept& other) {
+  return {std::max(Total(one.blocks), Total(other.blocks)),
+          std::max(Total(one.references), Total(other.references))};
+}
+bool Exceeds(const Kept& kept, const Limits& limits) {
+  return Total(kept.blocks) > limits.blocks || Total(kept.references) > limits.references;
+}
 
 Kept WhatIsKept(const sim::Host& host) {
   Kept kept;
@@ -109,6 +132,8 @@ class CaseRun {
       if (line.kind == sim::LogLine::kLookup && !line.failed) shown_.names.insert(line.name);
       if (line.kind == sim::LogLine::kLibrary && !line.failed) shown_.names.insert(line.arguments);
       if (line.kind != sim::LogLine::kCall) continue;
+      // Perhaps it was looked up before, in start-up: where it is missing, what was kept is null.
+      if (sim::EntryAddress(line.name) != nullptr) shown_.names.insert(line.name);
       // Classes, properties and methods of the host that are asked for by name.
       const size_t first = line.arguments.find('"'), last = line.arguments.rfind('"');
       if (first < last) shown_.names.insert(line.arguments.substr(first + 1, last - first - 1));
@@ -129,41 +154,29 @@ class CaseRun {
     }
     // A cache of some entries has all of them at some time; a leak goes on.
     constexpr int kMostTimes = 40;
-    for (int time = 0; time < kMostTimes && Grows(kept) && scenario_.Renew(); ++time) {
+    const auto grows = [&kept] {
+      return kept.size() == 3 && Exceeds(kept[2], MostOf(kept[0], kept[1]));
+    };
+    for (int time = 0; time < kMostTimes && grows() && scenario_.Renew(); ++time) {
       Once();
       kept = {kept[1], kept[2], WhatIsKept(host_)};
     }
-    if (kept.size() == 3) {
-      FindMore(kept[2], kept[1], std::max(kept[0].BlockCount(), kept[1].BlockCount()),
-               std::max(kept[0].ReferenceCount(), kept[1].ReferenceCount()));
-    }
+    if (grows()) FindMore(kept[2], kept[1], MostOf(kept[0], kept[1]));
     for (const Kept& each : kept) {
-      shown_.memory = std::max(shown_.memory, each.BlockCount());
-      shown_.references = std::max(shown_.references, each.ReferenceCount());
+      shown_.memory = std::max(shown_.memory, Total(each.blocks));
+      shown_.references = std::max(shown_.references, Total(each.references));
     }
-  }
-
-  static bool Grows(const std::vector<Kept>& kept) {
-    if (kept.size() != 3) return false;
-    const auto most = [&kept](auto count) { return std::max(count(kept[0]), count(kept[1])); };
-    const auto blocks = [](const Kept& each) { return each.BlockCount(); };
-    const auto references = [](const Kept& each) { return each.ReferenceCount(); };
-    return blocks(kept[2]) > most(blocks) || references(kept[2]) > most(references);
   }
 
   /// What `now` has more than `before`, where it has more than may be.
-  void FindMore(const Kept& now, const Kept& before, size_t blocks, int references) {
-    if (now.BlockCount() > blocks) {
-      for (const auto& [site, count] : now.blocks) {
-        const auto former = before.blocks.find(site);
-        if (former != before.blocks.end() && former->second >= count) continue;
+  void FindMore(const Kept& now, const Kept& before, const Limits& limits) {
+    if (Total(now.blocks) > limits.blocks) {
+      for (const void* const site : Grown(now.blocks, before.blocks)) {
         Find({{Kind::kMemory, "memory is got and not freed, more with every call", PlaceOf(site)}});
       }
     }
-    if (now.ReferenceCount() > references && !sim::GivesBack(disturbance_.missing)) {
-      for (const auto& [text, count] : now.references) {
-        const auto former = before.references.find(text);
-        if (former != before.references.end() && former->second >= count) continue;
+    if (Total(now.references) > limits.references && !sim::GivesBack(disturbance_.missing)) {
+      for (const std::string& text : Grown(now.references, before.references)) {
         Find({{Kind::kReferences, text, PlaceOf(now.places.at(text))}});
       }
     }
@@ -195,7 +208,7 @@ class CaseRun {
       for (size_t i = former; i < report_.findings.size(); ++i) report_.findings[i].when = when_;
       if (time == 1) LearnNames();
       JudgeFailure(outcome, fired);
-      FindMore(WhatIsKept(host_), {}, usual_->memory, usual_->references);
+      FindMore(WhatIsKept(host_), {}, {usual_->memory, usual_->references});
     }
     if (!scenario_.Renew()) return;
     when_ = "in the call after that, " + when_;
@@ -205,7 +218,7 @@ class CaseRun {
     if (disturbance_.missing.empty() && next != usual_->outcome) {
       Find(AsAftermath(scenario_.Compare(next, *usual_)));
     }
-    FindMore(WhatIsKept(host_), {}, usual_->memory, usual_->references);
+    FindMore(WhatIsKept(host_), {}, {usual_->memory, usual_->references});
   }
 
   void JudgeFailure(const std::string& outcome, bool fired) {

@@ -24,7 +24,7 @@ struct Usual {
   int fallible = 0;             ///< calls and allocations that can fail
   int all = 0;                  ///< calls that can throw
   std::set<std::string> names;  ///< looked up, to be missing
-  size_t memory = 0;            ///< allocations that are kept between calls
+  int memory = 0;               ///< allocations that are kept between calls
   int references = 0;           ///< to objects of the host that are kept so
 };
 
@@ -49,16 +49,20 @@ class Scenario {
   /// Does it once. Returns the outcome as text, the same whenever all is well. An exception of the
   /// host passes through.
   virtual std::string Run() = 0;
-  /// Whether there is another time.
-  virtual bool Renew() = 0;
+  /// Makes ready for another time; false when there is none.
+  virtual bool Renew() { return false; }
   /// What it works on, as text that changes with it.
-  virtual std::string Subject() = 0;
-  /// What is wrong with an outcome that is not the usual one after these failed or were missing.
-  /// Nothing when a failure may end so.
-  virtual std::vector<Finding> Judge(const std::string& outcome, const Usual& usual,
-                                     const std::set<std::string>& failed) = 0;
-  /// What is wrong with the outcome of a call without any failure when it is not the usual one.
-  virtual std::vector<Finding> Compare(const std::string& outcome, const Usual& usual) = 0;
+  virtual std::string Subject() { return ""; }
+  /// What is wrong with an outcome other than the usual one, after these failed or were missing;
+  /// nothing where a failure may end so.
+  virtual std::vector<Finding> Judge(const std::string& /*outcome*/, const Usual& /*usual*/,
+                                     const std::set<std::string>& /*failed*/) {
+    return {};
+  }
+  /// What is wrong with an outcome other than the usual one, where nothing failed.
+  virtual std::vector<Finding> Compare(const std::string& /*outcome*/, const Usual& /*usual*/) {
+    return {};
+  }
   /// What else is wrong after each time: of the pictures, of the process.
   virtual std::vector<Finding> LookRound() { return {}; }
 };

@@ -1,6 +1,5 @@
 #include "check/workers.h"
 
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -10,42 +9,16 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <new>
-#include <optional>
 #include <stdexcept>
 
 namespace check {
 namespace {
 
-/// What goes before a result in its worker's pipe.
+/// What goes before a result in the pipe that all workers write to.
 struct Header {
   uint32_t index;
   uint32_t size;
-};
-
-struct Worker {
-  pid_t process;
-  int pipe;
-  std::string received = {};
-
-  /// Reads what has come; false at the end.
-  bool Read() {
-    char bytes[65536];
-    const ssize_t count = read(pipe, bytes, sizeof bytes);
-    if (count > 0) received.append(bytes, static_cast<size_t>(count));
-    return count > 0;
-  }
-  /// The next result that is complete.
-  std::optional<std::pair<size_t, std::string>> Take() {
-    Header header;
-    if (received.size() < sizeof header) return std::nullopt;
-    std::memcpy(&header, received.data(), sizeof header);
-    if (received.size() - sizeof header < header.size) return std::nullopt;
-    std::string result = received.substr(sizeof header, header.size);
-    received.erase(0, sizeof header + header.size);
-    return std::pair(size_t{header.index}, std::move(result));
-  }
 };
 
 /// A number that all workers see.
@@ -76,22 +49,31 @@ void WriteAll(int to, const void* bytes, size_t size) {
   }
 }
 
-Worker Start(SharedCounter& counter, size_t count, const std::function<std::string(size_t)>& work) {
-  int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("no pipe to another process");
-  const pid_t process = fork();
-  if (process < 0) throw std::runtime_error("no further process");
-  if (process > 0) {
-    close(ends[1]);
-    return {process, ends[0]};
+/// False at the end of what there is to read.
+bool ReadAll(int from, void* bytes, size_t size) {
+  char* rest = static_cast<char*>(bytes);
+  while (size > 0) {
+    const ssize_t count = read(from, rest, size);
+    if (count <= 0) return false;
+    rest += count;
+    size -= static_cast<size_t>(count);
   }
+  return true;
+}
+
+/// Works until nothing is left. Results go through the pipe one after the other: whoever writes has
+/// locked the file.
+[[noreturn]] void Work(SharedCounter& counter, size_t count, int pipe, int lock,
+                       const std::function<std::string(size_t)>& work) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   try {
     for (uint32_t index; (index = counter.Next()) < count;) {
       const std::string result = work(index);
       const Header header{index, static_cast<uint32_t>(result.size())};
-      WriteAll(ends[1], &header, sizeof header);
-      WriteAll(ends[1], result.data(), result.size());
+      if (lockf(lock, F_LOCK, 0) != 0) _exit(1);
+      WriteAll(pipe, &header, sizeof header);
+      WriteAll(pipe, result.data(), result.size());
+      if (lockf(lock, F_ULOCK, 0) != 0) _exit(1);
     }
   } catch (const std::exception& error) {
     std::fprintf(stderr, "velhost: %s\n", error.what());
@@ -107,29 +89,26 @@ std::vector<std::string> RunShared(size_t count, int processes,
                                    const std::function<void()>& done) {
   std::fflush(nullptr);
   SharedCounter counter;
-  std::vector<Worker> workers;
-  for (int i = 0; i < processes; ++i) workers.push_back(Start(counter, count, work));
+  int ends[2];
+  const int lock = memfd_create("lock", MFD_CLOEXEC);
+  if (lock < 0 || pipe(ends) != 0) throw std::runtime_error("no pipe to other processes");
+  std::vector<pid_t> workers;
+  for (int i = 0; i < processes; ++i) {
+    workers.push_back(fork());
+    if (workers.back() < 0) throw std::runtime_error("no further process");
+    if (workers.back() == 0) Work(counter, count, ends[1], lock, work);
+  }
+  close(ends[1]);
   std::vector<std::string> results(count);
   size_t finished = 0;
-  while (!workers.empty()) {
-    std::vector<pollfd> pipes;
-    for (const Worker& worker : workers) pipes.push_back({worker.pipe, POLLIN, 0});
-    poll(pipes.data(), pipes.size(), -1);
-    for (size_t i = workers.size(); i-- > 0;) {
-      if (pipes[i].revents == 0) continue;
-      Worker& worker = workers[i];
-      const bool more = worker.Read();
-      while (auto result = worker.Take()) {
-        results[result->first] = std::move(result->second);
-        ++finished;
-        done();
-      }
-      if (more) continue;
-      close(worker.pipe);
-      waitpid(worker.process, nullptr, 0);
-      workers.erase(workers.begin() + static_cast<ptrdiff_t>(i));
-    }
+  for (Header header; ReadAll(ends[0], &header, sizeof header); ++finished, done()) {
+    std::string& result = results.at(header.index);
+    result.resize(header.size);
+    if (!ReadAll(ends[0], result.data(), header.size)) break;
   }
+  close(ends[0]);
+  close(lock);
+  for (const pid_t worker : workers) waitpid(worker, nullptr, 0);
   if (finished != count) throw std::runtime_error("a process was lost with its cases");
   return results;
 }

@@ -1,7 +1,5 @@
 #include "cli/method_runner.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -118,20 +116,20 @@ MethodRunner::MethodRunner(const Options& options)
 bool MethodRunner::HasMethod(std::string_view name) const {
   const auto& methods = plugin_.methods();
   return std::any_of(methods.begin(), methods.end(), [name](const sim::Method& method) {
-    return method.name.size() == name.size() &&
-           strncasecmp(method.name.data(), name.data(), name.size()) == 0;
+    return sim::SameWord(method.name, name);
   });
 }
 
 PreparedCall MethodRunner::Prepare(const std::string& text) const {
-  std::string why;
-  auto call = sim::ParseCall(text, &why);
-  if (!call) throw UserError("-m \"" + text + "\": " + why);
+  sim::CallText call;
   try {
-    const sim::Method& method = plugin_.Choose(call->name, call->arguments);
-    return {text, &method, std::move(call->arguments), std::move(call->texts)};
+    call = sim::ParseCall(text);
+    const sim::Method& method = plugin_.Choose(call.name, call.arguments);
+    return {text, &method, std::move(call.arguments), std::move(call.texts)};
+  } catch (const sim::Unreadable& why) {
+    throw UserError("-m \"" + text + "\": " + why.what());
   } catch (const sim::PluginError& error) {
-    if (HasMethod(call->name)) throw;
+    if (HasMethod(call.name)) throw;
     throw UserError(std::string(error.what()) + " --list shows all");
   }
 }

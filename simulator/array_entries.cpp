@@ -1,6 +1,8 @@
 // Entries for arrays: plain ones, and the providers, which answer an array's element procedures.
 // Element procedures show up in the log as "get procedure", "set procedure", "insert procedure".
 
+#include <utility>
+
 #include "simulator/entry_table.h"
 
 namespace sim {
@@ -16,21 +18,15 @@ size_t CheckIndex(const Host& host, const Array& array, int index, size_t end) {
 template <class T>
 T GetElement(Host& host, Array* array, int index) {
   const T value = array->At<T>(CheckIndex(host, *array, index, array->count()));
-  if constexpr (std::is_pointer_v<T>) {
-    if (value != nullptr) host.Lock(value);
-  }
+  LockValue(host, value);
   return value;
 }
 
 template <class T>
 void SetElement(Host& host, Array* array, T value, int index) {
   T& element = array->At<T>(CheckIndex(host, *array, index, array->count()));
-  const T old = element;
-  element = value;
-  if constexpr (std::is_pointer_v<T>) {
-    if (value != nullptr) host.Lock(value);
-    if (old != nullptr) host.Unlock(old);
-  }
+  LockValue(host, value);
+  UnlockValue(host, std::exchange(element, value));
 }
 
 template <class T>
@@ -72,8 +68,8 @@ int UpperBound(Host&, Array* array) {
 
 Array* CreateArray(Host& host, uint32_t type, int bound) {
   if (type > static_cast<uint32_t>(ElementType::kObject) || bound < -1) return nullptr;
-  return host.Own(std::make_unique<Array>(host.OwnClass("Array"), static_cast<ElementType>(type),
-                                          static_cast<size_t>(bound + 1)));
+  return host.New<Array>(host.OwnClass("Array"), static_cast<ElementType>(type),
+                         static_cast<size_t>(bound + 1));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "simulator/shared_library.h"
 
@@ -23,47 +24,34 @@ struct CairoClip {
   int count;
 };
 
-// The entries of Cairo that the host uses.
-struct Cairo {
-  void* (*surfaceCreate)(uint8_t* data, int format, int width, int height, int stride);
-  int (*surfaceStatus)(void* surface);
-  void (*surfaceFlush)(void* surface);
-  void (*surfaceMarkDirty)(void* surface);
-  void (*surfaceDestroy)(void* surface);
-  void* (*contextCreate)(void* surface);
-  void (*contextDestroy)(void* context);
-  unsigned (*contextReferences)(void* context);
-  unsigned (*surfaceReferences)(void* surface);
-  int (*contextStatus)(void* context);
-  void (*contextRestore)(void* context);
-  void (*contextMatrix)(void* context, double* six);
-  CairoClip* (*copyClip)(void* context);
-  void (*destroyClip)(CairoClip* clip);
-  std::string problem;
+// What the host uses of Cairo.
+struct Cairo : SharedLibrary {
+  Cairo() : SharedLibrary("libcairo.so.2", "libcairo2") {}
 
-  Cairo() {
-    SharedLibrary library("libcairo.so.2", "libcairo2");
-    library.Find(surfaceCreate, "cairo_image_surface_create_for_data");
-    library.Find(surfaceStatus, "cairo_surface_status");
-    library.Find(surfaceFlush, "cairo_surface_flush");
-    library.Find(surfaceMarkDirty, "cairo_surface_mark_dirty");
-    library.Find(surfaceDestroy, "cairo_surface_destroy");
-    library.Find(contextCreate, "cairo_create");
-    library.Find(contextDestroy, "cairo_destroy");
-    library.Find(contextReferences, "cairo_get_reference_count");
-    library.Find(surfaceReferences, "cairo_surface_get_reference_count");
-    library.Find(contextStatus, "cairo_status");
-    library.Find(contextRestore, "cairo_restore");
-    library.Find(contextMatrix, "cairo_get_matrix");
-    library.Find(copyClip, "cairo_copy_clip_rectangle_list");
-    library.Find(destroyClip, "cairo_rectangle_list_destroy");
-    problem = library.problem();
-  }
+  void* (*surfaceCreate)(uint8_t* data, int format, int width, int height,
+                         int stride) = Find("cairo_image_surface_create_for_data");
+  int (*surfaceStatus)(void* surface) = Find("cairo_surface_status");
+  void (*surfaceFlush)(void* surface) = Find("cairo_surface_flush");
+  void (*surfaceMarkDirty)(void* surface) = Find("cairo_surface_mark_dirty");
+  void (*surfaceDestroy)(void* surface) = Find("cairo_surface_destroy");
+  unsigned (*surfaceReferences)(void* surface) = Find("cairo_surface_get_reference_count");
+  void* (*contextCreate)(void* surface) = Find("cairo_create");
+  void (*contextDestroy)(void* context) = Find("cairo_destroy");
+  unsigned (*contextReferences)(void* context) = Find("cairo_get_reference_count");
+  int (*contextStatus)(void* context) = Find("cairo_status");
+  void (*contextRestore)(void* context) = Find("cairo_restore");
+  void (*contextMatrix)(void* context, double* six) = Find("cairo_get_matrix");
+  CairoClip* (*copyClip)(void* context) = Find("cairo_copy_clip_rectangle_list");
+  void (*destroyClip)(CairoClip* clip) = Find("cairo_rectangle_list_destroy");
 };
 
 const Cairo& TheCairo() {
   static const Cairo cairo;
   return cairo;
+}
+
+size_t StrideBytes(const StorageRequest& request) {
+  return size_t{4} * request.width + request.extraStrideBytes;
 }
 
 uint32_t Premultiplied(uint32_t channel, uint32_t alpha) { return (channel * alpha + 127) / 255; }
@@ -74,36 +62,23 @@ uint8_t Straight(uint32_t channel, uint32_t alpha) {
   return static_cast<uint8_t>(std::min((channel * 255 + alpha / 2) / alpha, 255u));
 }
 
-// Bytes of all rows; SIZE_MAX, which no allocation grants, when they are too many.
-size_t TotalBytes(size_t strideBytes, int height) {
-  const uint64_t total = uint64_t{strideBytes} * static_cast<uint32_t>(height);
-  return total > 0x7FFFFFFF ? SIZE_MAX : static_cast<size_t>(total);
-}
-
 }  // namespace
 
-std::string InstallCairoStorage() {
-  const Cairo& cairo = TheCairo();
-  if (cairo.problem.empty()) SetStorageFactory(StorageKind::kCairo, CairoStorage::Make);
-  return cairo.problem;
-}
-
-std::unique_ptr<Storage> CairoStorage::Make(const StorageRequest& request) {
-  std::unique_ptr<CairoStorage> storage(new CairoStorage(request));
-  if (storage->context_ == nullptr) return nullptr;
-  return storage;
-}
+std::string InstallCairo() { return TheCairo().problem(); }
 
 CairoStorage::CairoStorage(const StorageRequest& request)
-    : Storage(request.width, request.height, request.alpha),
-      strideBytes_(size_t{4} * request.width + request.extraStrideBytes),
-      memory_(request.pool, TotalBytes(strideBytes_, request.height)),
+    : MemoryStorage(request,
+                    uint64_t{StrideBytes(request)} * static_cast<uint32_t>(request.height)),
+      strideBytes_(StrideBytes(request)),
       unusedByte_(request.pool.Meaningless(kUnusedByte)) {
-  if (memory_.bytes() == nullptr) return;
   const Cairo& cairo = TheCairo();
-  surface_ = cairo.surfaceCreate(memory_.bytes(), alpha() ? kFormatArgb32 : kFormatRgb24, width(),
+  if (!cairo.problem().empty()) throw std::bad_alloc();
+  surface_ = cairo.surfaceCreate(memory(), alpha() ? kFormatArgb32 : kFormatRgb24, width(),
                                  height(), static_cast<int>(strideBytes_));
-  if (cairo.surfaceStatus(surface_) != kStatusSuccess) return;
+  if (cairo.surfaceStatus(surface_) != kStatusSuccess) {
+    cairo.surfaceDestroy(surface_);
+    throw std::bad_alloc();
+  }
   context_ = cairo.contextCreate(surface_);
   surfaceReferences_ = cairo.surfaceReferences(surface_);
   for (int y = 0; y < height(); ++y) {
@@ -112,19 +87,14 @@ CairoStorage::CairoStorage(const StorageRequest& request)
 }
 
 CairoStorage::~CairoStorage() {
-  if (context_ != nullptr) TheCairo().contextDestroy(context_);
-  if (surface_ != nullptr) TheCairo().surfaceDestroy(surface_);
+  TheCairo().contextDestroy(context_);
+  TheCairo().surfaceDestroy(surface_);
 }
 
-bool CairoStorage::Lock(int type, REALpictureDescription& description) {
-  if (type != 0 && type != kStorageCairoContext) return false;
+void* CairoStorage::Lend() {
   TheCairo().surfaceFlush(surface_);
-  description.type = kStorageCairoContext;
   ++locks_;
-  description.data = context_;
-  description.width = width();
-  description.height = height();
-  return true;
+  return context_;
 }
 
 std::string CairoStorage::Unlock() {
@@ -185,7 +155,7 @@ void CairoStorage::WriteRow(int y, const Rgba* in) {
 }
 
 bool CairoStorage::GuardsIntact() const {
-  if (!memory_.FencesIntact()) return false;
+  if (!MemoryStorage::GuardsIntact()) return false;
   const size_t padding = strideBytes_ - size_t{4} * width();
   for (int y = 0; padding != 0 && y < height(); ++y) {
     if (!IsGuard(reinterpret_cast<const uint8_t*>(Words(y) + width()), padding)) return false;

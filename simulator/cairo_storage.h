@@ -10,38 +10,30 @@
 
 namespace sim {
 
-/// Opens the 32-bit Cairo and makes StorageKind::kCairo available. Returns an empty string, or what
-/// is missing.
-std::string InstallCairoStorage();
+/// Opens the 32-bit Cairo. Returns an empty string, or what is missing.
+std::string InstallCairo();
 
-class CairoStorage final : public Storage {
+class CairoStorage final : public MemoryStorage {
  public:
-  /// Null when memory is short or Cairo refuses the size.
-  static std::unique_ptr<Storage> Make(const StorageRequest& request);
+  explicit CairoStorage(const StorageRequest& request);
   ~CairoStorage() override;
 
   StorageKind kind() const override { return StorageKind::kCairo; }
-  bool Lock(int type, REALpictureDescription& description) override;
   std::string Unlock() override;
   std::string Imbalance() const override;
   void ReadRow(int y, Rgba* out) const override;
   void WriteRow(int y, const Rgba* in) override;
   bool GuardsIntact() const override;
-  size_t ByteCount() const override { return memory_.size(); }
 
   uint32_t* Words(int y) const override {
-    return reinterpret_cast<uint32_t*>(memory_.bytes() + static_cast<size_t>(y) * strideBytes_);
+    return reinterpret_cast<uint32_t*>(memory() + static_cast<size_t>(y) * strideBytes_);
   }
 
  private:
-  void Reach(bool isOpen) override {
-    memory_.Allow(isOpen ? FencedBytes::Access::kWrite : FencedBytes::Access::kNone);
-  }
+  void* Lend() override;
   std::string ContextChange();
-  explicit CairoStorage(const StorageRequest& request);
 
   size_t strideBytes_;
-  PixelMemory memory_;
   uint32_t unusedByte_;
   void* surface_ = nullptr;
   void* context_ = nullptr;

@@ -26,11 +26,9 @@ int FreeSlots(const StorageRequest& request) {
                                             : 0;
 }
 
-// Bytes of all rows with their gaps; SIZE_MAX, which no allocation grants, when they are too many.
-size_t TotalBytes(const StorageRequest& request) {
-  const uint64_t total =
-      Stride(request) * static_cast<uint64_t>(int64_t{request.height} + FreeSlots(request));
-  return total > 0x7FFFFFFF ? SIZE_MAX : static_cast<size_t>(total);
+// Bytes of all rows with their gaps.
+uint64_t TotalBytes(const StorageRequest& request) {
+  return Stride(request) * static_cast<uint64_t>(int64_t{request.height} + FreeSlots(request));
 }
 
 // The slot of each row, counted in strides.
@@ -53,28 +51,19 @@ std::vector<int> RowSlots(const StorageRequest& request) {
 
 }  // namespace
 
-std::unique_ptr<Storage> ConsoleStorage::Make(const StorageRequest& request) {
-  std::unique_ptr<ConsoleStorage> storage(new ConsoleStorage(request));
-  if (storage->block_ == nullptr) return nullptr;
-  return storage;
-}
-
 ConsoleStorage::ConsoleStorage(const StorageRequest& request)
-    : Storage(request.width, request.height, request.alpha),
+    : MemoryStorage(request, TotalBytes(request)),
       gapBytes_(GapBytes(request.rows)),
-      memory_(request.pool, TotalBytes(request)),
       unusedBit_((request.pool.Meaningless(0) & 0x80U) << 24) {
-  if (memory_.bytes() == nullptr) return;
   const size_t stride = static_cast<size_t>(width()) * 4 + static_cast<size_t>(gapBytes_);
   for (const int slot : RowSlots(request)) {
-    uint8_t* const row = memory_.bytes() + static_cast<size_t>(slot) * stride;
+    uint8_t* const row = memory() + static_cast<size_t>(slot) * stride;
     rows_.push_back(row);
     std::memset(row + stride - gapBytes_, kGuardByte, static_cast<size_t>(gapBytes_));
   }
   const size_t tableBytes = (rows_.size() + kPoisonRows) * sizeof(uint8_t*);
   records_ = FencedBytes::Make(tableBytes + sizeof *block_,
                                request.pool.bites ? Edge::kEndsAtPage : Edge::kFences, 0);
-  if (records_ == nullptr) return;
   // No two pictures' are alike: a row copied onto itself would not be noticed.
   const uintptr_t poison = kPoisonRow - (reinterpret_cast<uintptr_t>(this) & 0xFFFF);
   table_ = reinterpret_cast<uint8_t**>(records_->bytes());
@@ -86,23 +75,13 @@ ConsoleStorage::ConsoleStorage(const StorageRequest& request)
   block_->flags = alpha() ? 1 : 0;
   block_->width = width();
   block_->height = height();
-  block_->storage = memory_.bytes();
+  block_->storage = memory();
   block_->rowTable = table_;
 }
 
 void ConsoleStorage::Reach(bool isOpen) {
-  using enum FencedBytes::Access;
-  memory_.Allow(isOpen ? kWrite : kNone);
-  records_->Allow(isOpen ? kRead : kNone);
-}
-
-bool ConsoleStorage::Lock(int type, REALpictureDescription& description) {
-  if (type != 0 && type != kStorageConsoleBlock) return false;
-  description.type = kStorageConsoleBlock;
-  description.data = block_;
-  description.width = width();
-  description.height = height();
-  return true;
+  MemoryStorage::Reach(isOpen);
+  records_->Allow(isOpen ? FencedBytes::Access::kRead : FencedBytes::Access::kNone);
 }
 
 void ConsoleStorage::ReadRow(int y, Rgba* out) const {
@@ -126,7 +105,7 @@ void ConsoleStorage::WriteRow(int y, const Rgba* in) {
 }
 
 bool ConsoleStorage::GuardsIntact() const {
-  if (!memory_.FencesIntact()) return false;
+  if (!MemoryStorage::GuardsIntact()) return false;
   if (!std::equal(rows_.begin(), rows_.end(), table_)) return false;
   if (gapBytes_ == 0) return true;
   return std::all_of(rows_.begin(), rows_.end(), [this](const uint8_t* row) {
@@ -134,18 +113,11 @@ bool ConsoleStorage::GuardsIntact() const {
   });
 }
 
-std::unique_ptr<Storage> UnlockableStorage::Make(const StorageRequest& request) {
-  std::unique_ptr<UnlockableStorage> storage(new UnlockableStorage(request));
-  if (storage->memory_.bytes() == nullptr) return nullptr;
-  return storage;
-}
-
 UnlockableStorage::UnlockableStorage(const StorageRequest& request)
-    : Storage(request.width, request.height, request.alpha),
-      memory_(request.pool, TotalBytes(request)) {}
+    : MemoryStorage(request, TotalBytes(request)) {}
 
 Rgba* UnlockableStorage::Row(int y) const {
-  return reinterpret_cast<Rgba*>(memory_.bytes()) + static_cast<ptrdiff_t>(y) * width();
+  return reinterpret_cast<Rgba*>(memory()) + static_cast<ptrdiff_t>(y) * width();
 }
 
 void UnlockableStorage::ReadRow(int y, Rgba* out) const { std::copy_n(Row(y), width(), out); }

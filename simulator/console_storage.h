@@ -10,17 +10,14 @@
 
 namespace sim {
 
-class ConsoleStorage final : public Storage {
+class ConsoleStorage final : public MemoryStorage {
  public:
-  /// Null when memory is short.
-  static std::unique_ptr<Storage> Make(const StorageRequest& request);
+  explicit ConsoleStorage(const StorageRequest& request);
 
   StorageKind kind() const override { return StorageKind::kConsole; }
-  bool Lock(int type, REALpictureDescription& description) override;
   void ReadRow(int y, Rgba* out) const override;
   void WriteRow(int y, const Rgba* in) override;
   bool GuardsIntact() const override;
-  size_t ByteCount() const override { return memory_.size(); }
 
   /// Found through the original row table.
   uint32_t* Words(int y) const override {
@@ -30,11 +27,10 @@ class ConsoleStorage final : public Storage {
   ConsolePixelBlock& block() { return *block_; }
 
  private:
+  void* Lend() override { return block_; }
   void Reach(bool isOpen) override;
-  explicit ConsoleStorage(const StorageRequest& request);
 
   int gapBytes_;
-  PixelMemory memory_;
   uint32_t unusedBit_;
   std::vector<uint8_t*> rows_;
   // What the plugin may read only: its copy of the row table, whose entries past the last row are
@@ -45,27 +41,16 @@ class ConsoleStorage final : public Storage {
 };
 
 /// Pixels that no lock reaches.
-class UnlockableStorage : public Storage {
+class UnlockableStorage : public MemoryStorage {
  public:
-  static std::unique_ptr<Storage> Make(const StorageRequest& request);
-
-  StorageKind kind() const override { return StorageKind::kNone; }
-  bool Lock(int, REALpictureDescription&) override { return false; }
-  void ReadRow(int y, Rgba* out) const override;
-  void WriteRow(int y, const Rgba* in) override;
-  bool GuardsIntact() const override { return true; }
-  size_t ByteCount() const override { return memory_.size(); }
-
- protected:
   explicit UnlockableStorage(const StorageRequest& request);
 
- private:
-  void Reach(bool isOpen) override {
-    memory_.Allow(isOpen ? FencedBytes::Access::kWrite : FencedBytes::Access::kNone);
-  }
-  Rgba* Row(int y) const;
+  StorageKind kind() const override { return StorageKind::kNone; }
+  void ReadRow(int y, Rgba* out) const override;
+  void WriteRow(int y, const Rgba* in) override;
 
-  PixelMemory memory_;
+ private:
+  Rgba* Row(int y) const;
 };
 
 }  // namespace sim

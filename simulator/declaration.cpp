@@ -8,6 +8,7 @@
 #include <cmath>
 #include <utility>
 
+#include "simulator/nearest.h"
 #include "simulator/raw_call.h"
 
 namespace sim {
@@ -25,8 +26,8 @@ constexpr NamedType kTypes[] = {
     {"Int8", Type::kInteger},    {"UInt8", Type::kInteger}, {"byte", Type::kInteger},
     {"UInt64", Type::kInt64}};
 
-bool SameWord(std::string_view left, std::string_view right) {
-  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+void Require(bool isRight, const std::string& elseWrong) {
+  if (!isRight) throw Unreadable(elseWrong);
 }
 
 /// Reads a text from front to back; every step skips spaces first.
@@ -78,18 +79,18 @@ class Scanner {
     *this = ahead;
     return true;
   }
-  /// "string", "Module1.Kind", "integer(,)"; `text` is how it is written.
-  std::optional<Type> ReadType(std::string& text) {
+  /// "string", "Module1.Kind", "integer(,)"; `text` is how it is written, `what` whose type it is.
+  Type ReadType(std::string& text, const std::string& what) {
     SkipSpaces();
     const std::string_view before = rest_;
     const std::string_view word = Word();
-    if (word.empty()) return std::nullopt;
+    Require(!word.empty(), "the type of " + what + " is missing");
     Type type = Type::kOther;
     for (const NamedType& each : kTypes) {
       if (SameWord(each.name, word)) type = each.type;
     }
     while (Accept('.')) {
-      if (Word().empty()) return std::nullopt;
+      Require(!Word().empty(), "the type of " + what + " is missing");
       type = Type::kOther;
     }
     if (AcceptDimensions()) type = Type::kOther;
@@ -150,57 +151,38 @@ std::optional<Argument> ParseDefault(std::string_view text, Type type) {
   return literal ? Convert(*literal, type) : std::nullopt;
 }
 
-bool ParseParameter(Scanner& scanner, Parameter& parameter, std::string& why) {
+Parameter ParseParameter(Scanner& scanner) {
+  Parameter parameter;
   const bool byReference = scanner.AcceptWord("ByRef");
   parameter.name = scanner.Word();
   const bool isArray = scanner.AcceptDimensions();
-  if (parameter.name.empty() || !scanner.AcceptWord("as")) {
-    why = "a parameter is written \"name as type\"";
-    return false;
-  }
-  const auto type = scanner.ReadType(parameter.typeText);
-  if (!type) {
-    why = "the type of " + parameter.name + " is missing";
-    return false;
-  }
-  parameter.type = byReference || isArray ? Type::kOther : *type;
+  Require(!parameter.name.empty() && scanner.AcceptWord("as"),
+          "a parameter is written \"name as type\"");
+  parameter.type = scanner.ReadType(parameter.typeText, parameter.name);
+  if (byReference || isArray) parameter.type = Type::kOther;
   if (isArray) parameter.typeText += "()";
   if (byReference) parameter.typeText = "ByRef " + parameter.typeText;
-  if (!scanner.Accept('=')) return true;
+  if (!scanner.Accept('=')) return parameter;
   const std::string_view text = scanner.Literal();
   if (!text.empty()) parameter.defaultValue = ParseDefault(text, parameter.type);
   const bool isText = parameter.type == Type::kString && text.starts_with('"');
-  if (parameter.defaultValue || isText || parameter.type == Type::kOther) return true;
-  why = "the default of " + parameter.name + " does not fit its type";
-  return false;
+  Require(parameter.defaultValue || isText || parameter.type == Type::kOther,
+          "the default of " + parameter.name + " does not fit its type");
+  return parameter;
 }
 
-bool ParseMethod(Scanner& scanner, Method& method, std::string& why) {
-  method.name = scanner.Word();
-  if (method.name.empty()) {
-    why = "the method has no name";
-    return false;
-  }
-  if (scanner.Accept('(') && !scanner.Accept(')')) {
-    do {
-      if (!ParseParameter(scanner, method.parameters.emplace_back(), why)) return false;
-    } while (scanner.Accept(','));
-    if (!scanner.Accept(')')) {
-      why = "the parameters do not end";
-      return false;
-    }
-  }
-  if (scanner.AcceptWord("as")) {
-    const auto type = scanner.ReadType(method.resultText);
-    if (!type) {
-      why = "the type of the result is missing";
-      return false;
-    }
-    method.result = *type;
-  }
-  if (scanner.AtEnd()) return true;
-  why = "nothing may follow the result, but \"" + std::string(scanner.rest()) + "\" does";
-  return false;
+/// A list in parentheses, if there is one: take() reads each of its items.
+template <class Take>
+void ParseList(Scanner& scanner, const std::string& elseWrong, Take take) {
+  if (!scanner.Accept('(') || scanner.Accept(')')) return;
+  do take();
+  while (scanner.Accept(','));
+  Require(scanner.Accept(')'), elseWrong);
+}
+
+void RequireEnd(Scanner& scanner, const std::string& what) {
+  Require(scanner.AtEnd(),
+          "nothing may follow the " + what + ", but \"" + std::string(scanner.rest()) + "\" does");
 }
 
 /// The text within quotation marks; empty when there are none around all of it.
@@ -214,13 +196,33 @@ std::optional<std::string> Unquoted(std::string_view literal) {
   return text;
 }
 
+Argument ParseArgument(std::string_view literal) {
+  if (const auto value = ParseLiteral(literal)) return *value;
+  // "#FF2040" is opaque where it is known; what is written so here is not.
+  const bool foreign = literal.size() == 7 && literal.starts_with('#');
+  const std::string digits(foreign ? literal.substr(1) : "FF2040");
+  throw Unreadable("\"" + std::string(literal) +
+                   "\" is neither a number nor a colour such as &cFF" + digits +
+                   " (opaque); six digits, &c" + digits + ", leave alpha 0 (transparent)");
+}
+
 }  // namespace
+
+bool SameWord(std::string_view left, std::string_view right) {
+  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+}
 
 const char* TypeName(Type type) {
   for (const NamedType& each : kTypes) {
     if (each.type == type) return each.name;
   }
   return "nothing";
+}
+
+std::string NearestType(std::string_view text) {
+  constexpr size_t kNear = 2;
+  const bool isWord = std::ranges::all_of(text, [](unsigned char c) { return std::isalnum(c); });
+  return isWord ? NearestName(text, kTypes, &NamedType::name, kNear) : "";
 }
 
 size_t Method::RequiredArguments() const {
@@ -239,11 +241,16 @@ std::string Method::Obstacle() const {
                                                     : "";
 }
 
-std::optional<Method> ParseDeclaration(std::string_view text, std::string* why) {
+Method ParseDeclaration(std::string_view text) {
   Scanner scanner(text);
   Method method;
   method.declaration = text;
-  if (!ParseMethod(scanner, method, *why)) return std::nullopt;
+  method.name = scanner.Word();
+  Require(!method.name.empty(), "the method has no name");
+  ParseList(scanner, "the parameters do not end",
+            [&] { method.parameters.push_back(ParseParameter(scanner)); });
+  if (scanner.AcceptWord("as")) method.result = scanner.ReadType(method.resultText, "the result");
+  RequireEnd(scanner, "result");
   return method;
 }
 
@@ -266,74 +273,53 @@ std::optional<Argument> ParseLiteral(std::string_view text) {
 }
 
 std::optional<Argument> Convert(const Argument& value, Type type) {
+  const auto* const whole = std::get_if<int64_t>(&value);
+  bool fits = false;
   switch (type) {
     case Type::kDouble:
     case Type::kSingle:
-      if (const auto* whole = std::get_if<int64_t>(&value)) return static_cast<double>(*whole);
-      if (std::holds_alternative<double>(value)) return value;
+      if (whole != nullptr) return static_cast<double>(*whole);
+      fits = std::holds_alternative<double>(value);
       break;
     case Type::kInteger:
-      if (const auto* whole = std::get_if<int64_t>(&value)) {
-        if (*whole == static_cast<int32_t>(*whole)) return value;
-      }
+      fits = whole != nullptr && *whole == static_cast<int32_t>(*whole);
       break;
     case Type::kInt64:
-      if (std::holds_alternative<int64_t>(value)) return value;
-      break;
-    case Type::kColor:
-      if (std::holds_alternative<Color>(value)) return value;
+      fits = whole != nullptr;
       break;
     case Type::kBoolean:
-      if (value == Argument(int64_t{0}) || value == Argument(int64_t{1})) return value;
+      fits = whole != nullptr && (*whole == 0 || *whole == 1);
+      break;
+    case Type::kColor:
+      fits = std::holds_alternative<Color>(value);
       break;
     case Type::kString:
-      if (std::holds_alternative<String*>(value)) return value;
+      fits = std::holds_alternative<String*>(value);
       break;
     case Type::kPicture:
-      if (std::holds_alternative<Picture*>(value)) return value;
+      fits = std::holds_alternative<Picture*>(value);
       break;
     default:
       break;
   }
-  return std::nullopt;
+  return fits ? std::optional(value) : std::nullopt;
 }
 
-std::optional<CallText> ParseCall(std::string_view text, std::string* why) {
+CallText ParseCall(std::string_view text) {
   Scanner scanner(text);
   CallText call;
   call.name = scanner.Word();
-  if (call.name.empty()) {
-    *why = "a call starts with the method's name";
-    return std::nullopt;
-  }
-  if (scanner.Accept('(') && !scanner.Accept(')')) {
-    do {
-      const std::string_view literal = scanner.Literal();
-      if (auto string = Unquoted(literal)) {
-        call.arguments.emplace_back(static_cast<String*>(nullptr));
-        call.texts.push_back(std::move(*string));
-        continue;
-      }
-      const auto value = ParseLiteral(literal);
-      if (!value) {
-        // "#FF2040" is opaque where it is known; what is written so here is not.
-        const bool foreign = literal.size() == 7 && literal.starts_with('#');
-        const std::string digits(foreign ? literal.substr(1) : "FF2040");
-        *why = "\"" + std::string(literal) + "\" is neither a number nor a colour such as &cFF" +
-               digits + " (opaque); six digits, &c" + digits + ", leave alpha 0 (transparent)";
-        return std::nullopt;
-      }
-      call.arguments.push_back(*value);
-    } while (scanner.Accept(','));
-    if (!scanner.Accept(')')) {
-      *why = "the arguments do not end with a parenthesis";
-      return std::nullopt;
+  Require(!call.name.empty(), "a call starts with the method's name");
+  ParseList(scanner, "the arguments do not end with a parenthesis", [&] {
+    const std::string_view literal = scanner.Literal();
+    if (auto string = Unquoted(literal)) {
+      call.arguments.emplace_back(static_cast<String*>(nullptr));
+      call.texts.push_back(std::move(*string));
+    } else {
+      call.arguments.push_back(ParseArgument(literal));
     }
-  }
-  if (!scanner.AtEnd()) {
-    *why = "nothing may follow the call, but \"" + std::string(scanner.rest()) + "\" does";
-    return std::nullopt;
-  }
+  });
+  RequireEnd(scanner, "call");
   return call;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -38,6 +39,8 @@ enum class Type {
 };
 
 const char* TypeName(Type type);
+/// The type of the host's language that is meant, where it is written so or nearly so; else empty.
+std::string NearestType(std::string_view text);
 
 struct Parameter {
   std::string name;
@@ -64,8 +67,16 @@ struct Method {
   std::string Obstacle() const;
 };
 
-/// Empty when the text is no declaration; `why` then says what is wrong.
-std::optional<Method> ParseDeclaration(std::string_view text, std::string* why);
+/// What is wrong with a declaration or a call.
+struct Unreadable : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Whether they are one word of the host's language, which takes capitals for small letters.
+bool SameWord(std::string_view left, std::string_view right);
+
+/// Throws Unreadable when the text is no declaration.
+Method ParseDeclaration(std::string_view text);
 /// "30", "-7.5e3", "&hFF", "&o17", "&b101", "&cFF2040", "&c80FF2040" (the first two of eight digits
 /// are bits 24 to 31, which six leave 0). Nothing is infinite.
 std::optional<Argument> ParseLiteral(std::string_view text);
@@ -80,6 +91,7 @@ struct CallText {
   std::vector<Argument> arguments;
   std::vector<std::string> texts;  ///< of the strings, in order
 };
-std::optional<CallText> ParseCall(std::string_view text, std::string* why);
+/// Throws Unreadable when the text is no call.
+CallText ParseCall(std::string_view text);
 
 }  // namespace sim

@@ -19,40 +19,45 @@
 namespace sim {
 
 struct EntryRow {
-  const char* name;
+  std::string_view name;
   void* function;
 };
 
-using MethodTable = std::map<std::string, void*, std::less<>>;
+/// A method of a class of the host's own (of none: empty), by its exact declaration.
+struct MethodRow {
+  std::string_view className;
+  std::string_view declaration;
+  void* function;
+};
 
 std::span<const EntryRow> RuntimeEntries();
 std::span<const EntryRow> PropertyEntries();
 std::span<const EntryRow> PictureEntries();
 std::span<const EntryRow> StringEntries();
 std::span<const EntryRow> ArrayEntries();
-/// The entry of that name in any of the tables, or null.
-void* EntryAddress(const char* name);
-/// The function of a recorder, the same for a name in every host.
-void* RecorderAddress(const Recorder& recorder);
+/// The rows of all of them.
+std::span<const EntryRow> AllEntries();
+/// The entry of that name, or null.
+void* EntryAddress(std::string_view name);
+/// The function of the recorder of that name, the same in every host.
+void* RecorderAddress(std::string_view name);
 
-/// Methods of the host's own classes, by declaration.
-MethodTable PictureMethods();
-MethodTable GraphicsMethods();
-MethodTable MemoryBlockMethods();
-MethodTable FolderItemMethods();
-/// Methods of no class, such as LenB.
-MethodTable GlobalMethods();
+std::span<const MethodRow> PictureMethods();
+std::span<const MethodRow> StringMethods();
 
 using velpicture::EntryName;
 
-/// Sets what messages name, for the time of a call: the entry, and where in the plugin it was
-/// called (which the host's own calls of its entries leave as it is).
+/// Sets what messages name, for the time of a call.
 class CallScope {
  public:
-  /// With `anyThread`, also for what is no entry, such as a function of the C library.
-  CallScope(Host& host, const char* name, const void* site, bool anyThread = false)
-      : now_(host.now), outer_(host.now) {
-    now_.entry = name;
+  /// A function of the plugin.
+  CallScope(Host& host, const char* method) : CallScope(host) { now_ = {method}; }
+  /// An entry, and where in the plugin it was called (which the host's own calls of its entries
+  /// leave as it is). With `anyThread`, also for what is no entry, such as a function of the C
+  /// library.
+  CallScope(Host& host, const char* entry, const void* site, bool anyThread = false)
+      : CallScope(host) {
+    now_.entry = entry;
     if (now_.site == nullptr) now_.site = site;
     if (!anyThread && pthread_equal(host.thread, pthread_self()) == 0) {
       now_.site = site;
@@ -64,19 +69,8 @@ class CallScope {
   ~CallScope() { now_ = outer_; }
 
  private:
-  Whereabouts& now_;
-  const Whereabouts outer_;
-};
+  explicit CallScope(Host& host) : now_(host.now), outer_(host.now) {}
 
-/// The same for the time of a function of the plugin.
-class RunScope {
- public:
-  RunScope(Host& host, const char* name) : now_(host.now), outer_(host.now) { now_ = {name}; }
-  RunScope(const RunScope&) = delete;
-  RunScope& operator=(const RunScope&) = delete;
-  ~RunScope() { now_ = outer_; }
-
- private:
   Whereabouts& now_;
   const Whereabouts outer_;
 };
@@ -87,19 +81,16 @@ struct Incoming {
   using Raw = T;
   static T Get(Host&, T raw) { return raw; }
   static std::string Text(const Host& host, T raw) {
-    if constexpr (std::is_pointer_v<T>) {
-      if constexpr (std::is_function_v<std::remove_pointer_t<T>>)
-        return "*";
-      else
-        return host.Describe(raw);
+    if constexpr (std::is_function_v<std::remove_pointer_t<T>>) {
+      return "*";
+    } else if constexpr (std::is_pointer_v<T>) {
+      return host.Describe(raw);
+    } else if constexpr (std::is_floating_point_v<T>) {
+      char text[32];
+      std::snprintf(text, sizeof text, "%.17g", static_cast<double>(raw));
+      return text;
     } else {
-      if constexpr (std::is_floating_point_v<T>) {
-        char text[32];
-        std::snprintf(text, sizeof text, "%.17g", static_cast<double>(raw));
-        return text;
-      } else {
-        return std::to_string(raw);
-      }
+      return std::to_string(raw);
     }
   }
 };
@@ -118,6 +109,15 @@ struct Incoming<T*> {
   using Raw = void*;
   static T* Get(Host& host, void* raw) { return host.Live<T>(raw); }
   static std::string Text(const Host& host, void* raw) { return host.Describe(raw); }
+};
+
+/// Null is refused.
+template <std::derived_from<Handle> T>
+struct Incoming<T&> : Incoming<T*> {
+  static T& Get(Host& host, void* raw) {
+    if (raw == nullptr) host.Misuse("was given null");
+    return *host.Live<T>(raw);
+  }
 };
 
 template <std::unsigned_integral T>
@@ -169,14 +169,37 @@ struct Outgoing<Taken> {
   throw HostException{host.faults.calls()};
 }
 
+/// Of a value that is kept or handed out: a handle carries a reference.
+template <class T>
+void LockValue(Host& host, T value) {
+  if constexpr (std::is_pointer_v<T>) {
+    if (value != nullptr) host.Lock(value);
+  }
+}
+template <class T>
+void UnlockValue(Host& host, T value) {
+  if constexpr (std::is_pointer_v<T>) {
+    if (value != nullptr) host.Unlock(value);
+  }
+}
+/// Entries that are nothing else.
+template <class T>
+Taken LockHandle(Host& host, T& handle) {
+  host.Lock(&handle);
+  return {};
+}
+template <class T>
+void UnlockHandle(Host& host, T& handle) {
+  host.Unlock(&handle);
+}
+
 template <EntryName kName, auto kFunction, auto kOnFailure, class R, class... Args>
 typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   Host& host = Host::Current();
   const CallScope scope(host, kName.text, __builtin_return_address(0));
   if (host.Missing(kName.text)) host.Misuse("called on a host that lacks it");
   constexpr bool kFallible = !std::is_void_v<typename Outgoing<R>::Raw>;
-  bool fails = false;
-  if constexpr (kFallible) fails = host.faults.Fails(kName.text, host.now.site);
+  const bool fails = kFallible && host.faults.Fails(kName.text, host.now.site);
   if (host.log.enabled) {
     std::string text;
     ((text += text.empty() ? "" : ", ", text += Incoming<Args>::Text(host, raw)), ...);
@@ -188,14 +211,11 @@ typename Outgoing<R>::Raw CallEntry(typename Incoming<Args>::Raw... raw) {
   const auto run = [&](auto function) {
     return std::apply([&](Args... each) { return function(host, each...); }, arguments);
   };
-  if constexpr (std::is_void_v<R>) {
+  if (throws && !std::is_void_v<R>) Throw(host, line);
+  if constexpr (!kFallible) {
     run(kFunction);
     if (throws) Throw(host, line);
-  } else if constexpr (!kFallible) {
-    if (throws) Throw(host, line);
-    run(kFunction);
   } else {
-    if (throws) Throw(host, line);
     if (!fails) {
       const R result = run(kFunction);
       if (host.log.enabled) host.log.Return(line, Outgoing<R>::Text(host, result));

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace sim {
 namespace {
@@ -17,23 +18,24 @@ bool IsGuard(const uint8_t* bytes, size_t size) {
   return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == kGuardByte; });
 }
 
-std::unique_ptr<FencedBytes> FencedBytes::Make(size_t size, Edge edge, size_t fenceBytes) {
-  if (size > kMostBytes) return nullptr;
+std::unique_ptr<FencedBytes> FencedBytes::Make(uint64_t byteCount, Edge edge, size_t fenceBytes) {
+  if (byteCount > kMostBytes) throw std::bad_alloc();
+  const auto size = static_cast<size_t>(byteCount);
   std::unique_ptr<FencedBytes> made(new FencedBytes);
   made->size_ = size;
   if (edge == Edge::kFences) {
     made->block_ = static_cast<uint8_t*>(std::calloc(1, size + 2 * fenceBytes));
+    if (made->block_ == nullptr) throw std::bad_alloc();
     made->before_ = made->after_ = fenceBytes;
   } else {
     made->pageBytes_ = std::max(size + kPageBytes - 1, kPageBytes) / kPageBytes * kPageBytes;
     void* const pages = mmap(nullptr, made->pageBytes_ + 2 * kPageBytes, PROT_NONE,
                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (pages == MAP_FAILED) return nullptr;
+    if (pages == MAP_FAILED) throw std::bad_alloc();
     made->block_ = static_cast<uint8_t*>(pages);
     made->Allow(Access::kWrite);
     (edge == Edge::kEndsAtPage ? made->before_ : made->after_) = made->pageBytes_ - size;
   }
-  if (made->block_ == nullptr) return nullptr;
   uint8_t* const first = made->block_ + (made->pageBytes_ == 0 ? 0 : kPageBytes);
   made->bytes_ = first + made->before_;
   std::memset(first, kGuardByte, made->before_);

@@ -22,9 +22,10 @@ enum class Edge { kFences, kEndsAtPage, kBeginsAtPage };
 
 class FencedBytes {
  public:
-  /// Zeros, aligned to 16 bytes except where they end at a page. Null when memory is short. Of
-  /// fences, `fenceBytes` on both sides (a multiple of 16, or none at all).
-  static std::unique_ptr<FencedBytes> Make(size_t size, Edge edge, size_t fenceBytes = kFenceBytes);
+  /// Zeros, aligned to 16 bytes except where they end at a page. Of fences, `fenceBytes` on both
+  /// sides (a multiple of 16, or none at all). Throws std::bad_alloc when memory is short.
+  static std::unique_ptr<FencedBytes> Make(uint64_t byteCount, Edge edge,
+                                           size_t fenceBytes = kFenceBytes);
   FencedBytes(const FencedBytes&) = delete;
   FencedBytes& operator=(const FencedBytes&) = delete;
   ~FencedBytes();

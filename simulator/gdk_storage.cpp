@@ -15,51 +15,37 @@ constexpr int kNoDither = 0;
 constexpr int kLongestSide = 32767;
 constexpr int64_t kMostPixels = 1 << 28;
 
-// The entries of GDK that the host uses.
-struct Gdk {
-  int (*initCheck)(int* argc, char*** argv);
-  void* (*rootWindow)();
-  int (*drawableDepth)(void* drawable);
-  void* (*pixmapNew)(void* drawable, int width, int height, int depth);
-  void* (*gcNew)(void* drawable);
-  void (*drawRgbImage)(void* drawable, void* gc, int x, int y, int width, int height, int dither,
-                       const uint8_t* pixels, int stride);
-  void* (*pixbufFromDrawable)(void* into, void* drawable, void* colormap, int sourceX, int sourceY,
-                              int x, int y, int width, int height);
-  uint8_t* (*pixbufPixels)(void* pixbuf);
-  int (*pixbufStride)(void* pixbuf);
-  void (*unref)(void* object);
-  void (*errorTrapPush)();
-  int (*errorTrapPop)();
-  std::string problem;
-
-  Gdk() {
-    SharedLibrary library("libgdk-x11-2.0.so.0", "libgtk2.0-0");
-    library.Find(initCheck, "gdk_init_check");
-    library.Find(rootWindow, "gdk_get_default_root_window");
-    library.Find(drawableDepth, "gdk_drawable_get_depth");
-    library.Find(pixmapNew, "gdk_pixmap_new");
-    library.Find(gcNew, "gdk_gc_new");
-    library.Find(drawRgbImage, "gdk_draw_rgb_image");
-    library.Find(pixbufFromDrawable, "gdk_pixbuf_get_from_drawable");
-    library.Find(pixbufPixels, "gdk_pixbuf_get_pixels");
-    library.Find(pixbufStride, "gdk_pixbuf_get_rowstride");
-    library.Find(unref, "g_object_unref");
-    library.Find(errorTrapPush, "gdk_error_trap_push");
-    library.Find(errorTrapPop, "gdk_error_trap_pop");
-    problem = library.problem();
-    if (problem.empty()) CheckDisplay();
+// What the host uses of GDK.
+struct Gdk : SharedLibrary {
+  Gdk() : SharedLibrary("libgdk-x11-2.0.so.0", "libgtk2.0-0") {
+    if (problem_.empty()) CheckDisplay();
   }
+
+  int (*initCheck)(int* argc, char*** argv) = Find("gdk_init_check");
+  void* (*rootWindow)() = Find("gdk_get_default_root_window");
+  int (*drawableDepth)(void* drawable) = Find("gdk_drawable_get_depth");
+  void* (*pixmapNew)(void* drawable, int width, int height, int depth) = Find("gdk_pixmap_new");
+  void* (*gcNew)(void* drawable) = Find("gdk_gc_new");
+  void (*drawRgbImage)(void* drawable, void* gc, int x, int y, int width, int height, int dither,
+                       const uint8_t* pixels, int stride) = Find("gdk_draw_rgb_image");
+  void* (*pixbufFromDrawable)(void* into, void* drawable, void* colormap, int sourceX, int sourceY,
+                              int x, int y, int width,
+                              int height) = Find("gdk_pixbuf_get_from_drawable");
+  uint8_t* (*pixbufPixels)(void* pixbuf) = Find("gdk_pixbuf_get_pixels");
+  int (*pixbufStride)(void* pixbuf) = Find("gdk_pixbuf_get_rowstride");
+  void (*unref)(void* object) = Find("g_object_unref");
+  void (*errorTrapPush)() = Find("gdk_error_trap_push");
+  int (*errorTrapPop)() = Find("gdk_error_trap_pop");
 
  private:
   void CheckDisplay() {
     const char* const display = std::getenv("DISPLAY");
     if (display == nullptr || *display == '\0') {
-      problem = "there is no X display: start Xvfb and set DISPLAY";
+      problem_ = "there is no X display: start Xvfb and set DISPLAY";
     } else if (!initCheck(nullptr, nullptr)) {
-      problem = std::string("the X display ") + display + " cannot be opened";
+      problem_ = std::string("the X display ") + display + " cannot be opened";
     } else if (drawableDepth(rootWindow()) < 24) {
-      problem = std::string("the X display ") + display + " has fewer than 24 bits per pixel";
+      problem_ = std::string("the X display ") + display + " has fewer than 24 bits per pixel";
     }
   }
 };
@@ -71,59 +57,36 @@ const Gdk& TheGdk() {
 
 }  // namespace
 
-std::string InstallGdkStorage() {
-  const Gdk& gdk = TheGdk();
-  if (gdk.problem.empty()) SetStorageFactory(StorageKind::kGdk, GdkStorage::Make);
-  return gdk.problem;
-}
+std::string InstallGdk() { return TheGdk().problem(); }
 
-std::unique_ptr<Storage> GdkStorage::Make(const StorageRequest& request) {
-  if (request.alpha || request.width > kLongestSide || request.height > kLongestSide ||
-      int64_t{request.width} * request.height > kMostPixels) {
-    return nullptr;
-  }
-  try {
-    std::unique_ptr<GdkStorage> storage(new GdkStorage(request));
-    if (storage->pixmap_ == nullptr) return nullptr;
-    return storage;
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-
-GdkStorage::GdkStorage(const StorageRequest& request)
-    // What a new pixmap shows is undefined, so black is sent to it.
-    : Storage(request.width, request.height, request.alpha),
-      pool_(request.pool),
-      copy_(size_t{3} * width() * height()) {
+GdkStorage::GdkStorage(const StorageRequest& request) : Storage(request), pool_(request.pool) {
   const Gdk& gdk = TheGdk();
+  if (!gdk.problem().empty() || alpha() || width() > kLongestSide || height() > kLongestSide ||
+      int64_t{width()} * height() > kMostPixels) {
+    throw std::bad_alloc();
+  }
+  // What a new pixmap shows is undefined, so black is sent to it.
+  copy_.assign(size_t{3} * width() * height(), 0);
   gdk.errorTrapPush();
-  void* const pixmap = gdk.pixmapNew(gdk.rootWindow(), width(), height(), kDepthOfParent);
+  pixmap_ = gdk.pixmapNew(gdk.rootWindow(), width(), height(), kDepthOfParent);
   // The answer comes late: popping the trap waits for it.
   if (gdk.errorTrapPop() != 0) {
-    gdk.unref(pixmap);
-    return;
+    gdk.unref(pixmap_);
+    throw std::bad_alloc();
   }
-  pixmap_ = pixmap;
   pool_.liveBytes += ByteCount();
   pool_.peakBytes = std::max(pool_.peakBytes, pool_.liveBytes);
   Send();
 }
 
 GdkStorage::~GdkStorage() {
-  if (pixmap_ == nullptr) return;
   TheGdk().unref(pixmap_);
   pool_.liveBytes -= ByteCount();
 }
 
-bool GdkStorage::Lock(int type, REALpictureDescription& description) {
-  if (type != 0 && type != kStorageGdkDrawable) return false;
+void* GdkStorage::Lend() {
   if (unsent_) Send();
-  description.type = kStorageGdkDrawable;
-  description.data = pixmap_;
-  description.width = width();
-  description.height = height();
-  return true;
+  return pixmap_;
 }
 
 void GdkStorage::Send() const {

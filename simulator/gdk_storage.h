@@ -11,18 +11,17 @@
 
 namespace sim {
 
-/// Opens the 32-bit GDK 2 and the display that DISPLAY names, and makes StorageKind::kGdk
-/// available. Returns an empty string, or what is missing.
-std::string InstallGdkStorage();
+/// Opens the 32-bit GDK 2 and the display that DISPLAY names. Returns an empty string, or what is
+/// missing.
+std::string InstallGdk();
 
 class GdkStorage final : public Storage {
  public:
-  /// Null for a picture with alpha channel, or when the X server refuses the size.
-  static std::unique_ptr<Storage> Make(const StorageRequest& request);
+  /// None can be had with alpha channel, or of a size that the X server refuses.
+  explicit GdkStorage(const StorageRequest& request);
   ~GdkStorage() override;
 
   StorageKind kind() const override { return StorageKind::kGdk; }
-  bool Lock(int type, REALpictureDescription& description) override;
   std::string Unlock() override {
     copy_.clear();
     return "";
@@ -34,7 +33,7 @@ class GdkStorage final : public Storage {
   size_t ByteCount() const override { return size_t{4} * width() * height(); }
 
  private:
-  explicit GdkStorage(const StorageRequest& request);
+  void* Lend() override;
   void Fetch() const;
   void Send() const;
 

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <new>
 
 #include "simulator/entry_table.h"
 #include "simulator/nearest.h"
@@ -18,19 +17,9 @@ Host* currentHost = nullptr;
 
 constexpr uint32_t kPoisonWord = 0xDEADDEAD;
 
-const char* ApplicationClass(AppKind kind) {
-  switch (kind) {
-    case AppKind::kConsole:
-      return "ConsoleApplication";
-    case AppKind::kWeb:
-      return "WebApplication";
-    case AppKind::kDesktop:
-      return "Application";
-    case AppKind::kUnknown:
-      break;
-  }
-  return nullptr;
-}
+// In the order of AppKind.
+constexpr const char* kApplicationClasses[] = {nullptr, "ConsoleApplication", "WebApplication",
+                                               "Application"};
 
 }  // namespace
 
@@ -42,16 +31,14 @@ Host::Host(Settings hostSettings) : settings(std::move(hostSettings)) {
   AddClass({.name = "Picture",
             .properties = {{"Width", {PropertyType::kInt}},
                            {"Height", {PropertyType::kInt}},
-                           {"HasAlphaChannel", {PropertyType::kBool}}},
-            .methods = PictureMethods()});
-  AddClass({.name = "Graphics", .methods = GraphicsMethods()});
-  AddClass({.name = "MemoryBlock", .methods = MemoryBlockMethods()});
-  AddClass({.name = "FolderItem", .methods = FolderItemMethods()});
+                           {"HasAlphaChannel", {PropertyType::kBool}}}});
+  for (const char* const name : {"Graphics", "MemoryBlock", "FolderItem"}) AddClass({.name = name});
   AddClass({.name = "RuntimeException", .properties = {{"Message", {PropertyType::kString}}}});
   AddClass({.name = "NilObjectException",
             .super = "RuntimeException",
             .properties = {{"Message", {PropertyType::kString}}}});
-  if (const char* const name = ApplicationClass(settings.application)) AddClass({.name = name});
+  const char* const name = kApplicationClasses[static_cast<size_t>(settings.application)];
+  if (name != nullptr) AddClass({.name = name});
 }
 
 Host::~Host() {
@@ -78,33 +65,22 @@ void* Host::Resolve(const char* name) {
   const CallScope scope(host, "the look-up of an entry", __builtin_return_address(0));
   void* address = nullptr;
   if (!host.Missing(name)) {
-    const std::string_view wanted = name;
-    for (const auto& recorder : host.recorders_) {
-      if (recorder->name == wanted) address = RecorderAddress(*recorder);
-    }
-    if (address == nullptr) address = EntryAddress(name);
+    const bool isRecorded = host.FindRecorder(name) != nullptr;
+    address = isRecorded ? RecorderAddress(name) : EntryAddress(name);
   }
   host.log.Add({LogLine::kLookup, name, "", address == nullptr});
   return address;
 }
 
 Recorder& Host::Record(std::string name, uint64_t result) {
-  for (const auto& recorder : recorders_) {
-    if (recorder->name != name) continue;
-    recorder->result = result;
-    return *recorder;
-  }
-  recorders_.push_back(std::make_unique<Recorder>());
-  recorders_.back()->name = std::move(name);
-  recorders_.back()->result = result;
-  return *recorders_.back();
+  Recorder& recorder = recorders_[std::move(name)];
+  recorder.result = result;
+  return recorder;
 }
 
-Recorder* Host::FindRecorder(std::string_view name) const {
-  for (const auto& recorder : recorders_) {
-    if (recorder->name == name) return recorder.get();
-  }
-  return nullptr;
+Recorder* Host::FindRecorder(std::string_view name) {
+  const auto found = recorders_.find(name);
+  return found == recorders_.end() ? nullptr : &found->second;
 }
 
 void Host::Misuse(const std::string& text) const {
@@ -127,9 +103,8 @@ uint32_t Host::NextLitter() {
 // Handles.
 
 void Host::Register(std::unique_ptr<Handle> handle) {
-  handle->lockedAt_ = now.site;
   handle->serial_ = static_cast<uint32_t>(++serials_[handle->KindName()]);
-  if (handle->ShowsReferences()) handle->word3_ = handle->references_;
+  Lock(handle.get());
   if (dynamic_cast<Picture*>(handle.get()) != nullptr) ++ledger.livePictures;
   byAddress_[handle.get()] = handle.get();
   handles_.push_back(std::move(handle));
@@ -153,18 +128,25 @@ std::string Host::Describe(const void* address) const {
   return found == byAddress_.end() ? "*" : found->second->Name();
 }
 
+std::vector<Picture*> Host::LivePictures() const {
+  std::vector<Picture*> pictures;
+  for (const auto& handle : handles_) {
+    auto* const picture = dynamic_cast<Picture*>(handle.get());
+    if (picture != nullptr && picture->live()) pictures.push_back(picture);
+  }
+  return pictures;
+}
+
 void Host::Lock(Handle* handle) {
-  ++handle->references_;
+  handle->AddReferences(1);
   handle->lockedAt_ = now.site;
-  if (handle->ShowsReferences()) handle->word3_ = handle->references_;
 }
 
 void Host::Unlock(Handle* handle) {
   if (handle->references_ <= handle->heldOutside_) {
     Misuse(handle->Name() + " lost a reference that the caller did not hold");
   }
-  --handle->references_;
-  if (handle->ShowsReferences()) handle->word3_ = handle->references_;
+  handle->AddReferences(-1);
   if (handle->references_ == 0) Release(handle);
 }
 
@@ -203,7 +185,7 @@ void Host::Release(Handle* handle) {
 
 ClassRef* Host::AddClass(ClassInfo info) {
   std::string name = info.name;
-  auto* const made = Own(std::make_unique<ClassRef>(std::make_unique<ClassInfo>(std::move(info))));
+  auto* const made = New<ClassRef>(std::move(info));
   classes_[std::move(name)] = made;
   return made;
 }
@@ -219,10 +201,9 @@ const ClassRef& Host::OwnClass(std::string_view name) {
 }
 
 std::string Host::NearestClass(std::string_view name) const {
-  const auto nearest =
-      Nearest(name, classes_, [](const auto& each) -> std::string_view { return each.first; });
   constexpr size_t kNear = 3;
-  return nearest != classes_.end() && Distance(name, nearest->first) <= kNear ? nearest->first : "";
+  return NearestName(
+      name, classes_, [](const auto& each) { return each.first; }, kNear);
 }
 
 bool Host::IsA(const ClassRef& derived, const ClassRef& base) const {
@@ -250,7 +231,7 @@ bool Host::ConstructPicture(Picture& picture, const PictureOptions& options, int
 }
 
 Picture* Host::NewPicture(int width, int height, bool alpha) {
-  Picture* const picture = Own(std::make_unique<Picture>(OwnClass("Picture")));
+  auto* const picture = New<Picture>(OwnClass("Picture"));
   if (!ConstructPicture(*picture, NewPictureOptions(alpha), width, height)) {
     Unlock(picture);
     return nullptr;
@@ -260,11 +241,10 @@ Picture* Host::NewPicture(int width, int height, bool alpha) {
 }
 
 Ref<Picture> Host::MakePicture(const Image& image, const PictureOptions& options) {
-  Picture* const picture = Own(std::make_unique<Picture>(OwnClass("Picture")));
-  auto held = Ref<Picture>::Adopt(picture);
+  auto picture = Ref<Picture>::Adopt(New<Picture>(OwnClass("Picture")));
   if (!ConstructPicture(*picture, options, image.width, image.height)) return {};
   picture->Write(image);
-  return held;
+  return picture;
 }
 
 Ref<Picture> Host::MakePicture(const Image& image, bool alpha) {
@@ -274,30 +254,27 @@ Ref<Picture> Host::MakePicture(const Image& image, bool alpha) {
 // Other things for tests and tools.
 
 Ref<String> Host::MakeString(std::string_view bytes, uint32_t encoding) {
-  return Ref<String>::Adopt(Own(std::make_unique<String>(bytes, encoding, StringEdge())));
+  return Ref<String>::Adopt(New<String>(bytes, encoding, StringEdge()));
 }
 
 Ref<MemoryBlock> Host::MakeMemoryBlock(std::string_view bytes) {
-  auto block =
-      std::make_unique<MemoryBlock>(OwnClass("MemoryBlock"), bytes.size(), memory.NextEdge());
+  auto* const block = New<MemoryBlock>(OwnClass("MemoryBlock"), bytes.size(), memory.NextEdge());
   std::memcpy(block->data(), bytes.data(), bytes.size());
-  return Ref<MemoryBlock>::Adopt(Own(std::move(block)));
+  return Ref<MemoryBlock>::Adopt(block);
 }
 
 Ref<Array> Host::MakeArray(ElementType type, size_t count) {
-  return Ref<Array>::Adopt(Own(std::make_unique<Array>(OwnClass("Array"), type, count)));
+  return Ref<Array>::Adopt(New<Array>(OwnClass("Array"), type, count));
 }
 
 Ref<Object> Host::MakeObject(std::string_view className) {
   const ClassRef* const found = FindClass(className);
-  if (found == nullptr) return {};
-  return Ref<Object>::Adopt(Own(std::make_unique<Object>(*found)));
+  return Ref<Object>::Adopt(found == nullptr ? nullptr : New<Object>(*found));
 }
 
 char* Host::Borrow(std::string_view bytes) {
   // A single NUL follows: more is not promised.
   auto buffer = FencedBytes::Make(bytes.size() + 1, StringEdge(), 0);
-  if (buffer == nullptr) throw std::bad_alloc();
   auto* const data = reinterpret_cast<char*>(buffer->bytes());
   std::memcpy(data, bytes.data(), bytes.size());
   buffer->Allow(FencedBytes::Access::kRead);

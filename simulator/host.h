@@ -72,7 +72,6 @@ struct PictureOptions {
 /// A stand-in for an entry without behaviour here (or instead of its behaviour): keeps the raw
 /// argument words of each call and returns `result` in eax and edx.
 struct Recorder {
-  std::string name;
   uint64_t result = 0;
   std::vector<std::array<uint32_t, 8>> calls;
 };
@@ -218,12 +217,13 @@ class Host {
   Handle* Known(const void* address) const;
   /// Name of a handle, "null", or the bare address, for the log.
   std::string Describe(const void* address) const;
-  /// Makes the host own a new handle, which starts with one reference for the caller.
-  template <class T>
-  T* Own(std::unique_ptr<T> handle) {
-    T* const raw = handle.get();
-    Register(std::move(handle));
-    return raw;
+  /// Makes a handle, which starts with one reference for the caller.
+  template <class T, class... Args>
+  T* New(Args&&... args) {
+    auto made = std::make_unique<T>(std::forward<Args>(args)...);
+    T* const handle = made.get();
+    Register(std::move(made));
+    return handle;
   }
   void Lock(Handle* handle);
   void Unlock(Handle* handle);
@@ -241,7 +241,7 @@ class Host {
   bool Missing(std::string_view name) const { return settings.missing.contains(name); }
   /// A class for an object of the host's own kind, made on first use.
   const ClassRef& OwnClass(std::string_view name);
-  Recorder* FindRecorder(std::string_view name) const;
+  Recorder* FindRecorder(std::string_view name);
   /// Hands out a buffer that the plugin borrows, and takes it back (misuse unless it is borrowed).
   char* Borrow(std::string_view bytes);
   void GiveBack(char* data);
@@ -259,7 +259,9 @@ class Host {
   friend class Ref;
   void HoldOutside(Handle* handle);
   void DropOutside(Handle* handle);
-  static bool GuardsIntact(const Handle& handle);
+  std::unordered_map<const Handle*, int> ExpectedReferences() const;
+  static void AccountFor(const Handle& handle, int expected, std::vector<Discrepancy>& all);
+  std::vector<Picture*> LivePictures() const;
   Handle* Find(const void* address) const;
   void Register(std::unique_ptr<Handle> handle);
   void Release(Handle* handle);
@@ -268,7 +270,7 @@ class Host {
   std::unordered_map<const void*, Handle*> byAddress_;
   std::map<std::string, int, std::less<>> serials_;
   std::map<std::string, ClassRef*, std::less<>> classes_;
-  std::vector<std::unique_ptr<Recorder>> recorders_;
+  std::map<std::string, Recorder, std::less<>> recorders_;
   std::unordered_map<char*, std::unique_ptr<FencedBytes>> borrowed_;
   size_t litters_ = 0;
 };

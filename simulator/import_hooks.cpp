@@ -5,6 +5,7 @@
 #include <link.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -64,43 +65,26 @@ void* HookedDlsym(void* library, const char* name) {
 const Hook kOtherHooks[] = {HookOf("madvise", HookedMadvise), HookOf("mincore", HookedMincore),
                             HookOf("dlopen", HookedDlopen), HookOf("dlsym", HookedDlsym)};
 
-/// The parts of a loaded object's dynamic section that lead from relocations to symbol names.
-struct Imports {
-  explicit Imports(const link_map& map) {
-    for (const ElfW(Dyn)* entry = map.l_ld; entry->d_tag != DT_NULL; ++entry) {
-      switch (entry->d_tag) {
-        case DT_SYMTAB:
-          symbols = reinterpret_cast<const ElfW(Sym)*>(entry->d_un.d_ptr);
-          break;
-        case DT_STRTAB:
-          names = reinterpret_cast<const char*>(entry->d_un.d_ptr);
-          break;
-        case DT_REL:
-          tables[0].first = reinterpret_cast<const ElfW(Rel)*>(entry->d_un.d_ptr);
-          break;
-        case DT_RELSZ:
-          tables[0].count = entry->d_un.d_val / sizeof(ElfW(Rel));
-          break;
-        case DT_JMPREL:
-          tables[1].first = reinterpret_cast<const ElfW(Rel)*>(entry->d_un.d_ptr);
-          break;
-        case DT_PLTRELSZ:
-          tables[1].count = entry->d_un.d_val / sizeof(ElfW(Rel));
-          break;
-        default:
-          break;
-      }
-    }
+/// What the plugin gets for a function of that name; null for what it imports.
+void* HookFor(std::string_view name) {
+  for (const auto& hooks : {MemoryHooks(), std::span<const Hook>(kOtherHooks)}) {
+    const auto found = std::ranges::find(hooks, name, &Hook::name);
+    if (found != hooks.end()) return found->function;
   }
+  return nullptr;
+}
 
-  struct Table {
-    const ElfW(Rel) * first = nullptr;
-    size_t count = 0;
-  };
-  const ElfW(Sym) * symbols = nullptr;
-  const char* names = nullptr;
-  Table tables[2];
-};
+/// What a loaded object's dynamic section has of that kind; 0 for nothing.
+uintptr_t Dynamic(const link_map& map, ElfW(Sword) tag) {
+  const ElfW(Dyn)* entry = map.l_ld;
+  while (entry->d_tag != tag && entry->d_tag != DT_NULL) ++entry;
+  return entry->d_tag == tag ? entry->d_un.d_ptr : 0;
+}
+
+std::span<const ElfW(Rel)> Relocations(const link_map& map, int first, int byteCount) {
+  return {reinterpret_cast<const ElfW(Rel)*>(Dynamic(map, first)),
+          Dynamic(map, byteCount) / sizeof(ElfW(Rel))};
+}
 
 bool HoldsSymbolAddress(uint32_t relocationType) {
   return relocationType == R_386_JMP_SLOT || relocationType == R_386_GLOB_DAT ||
@@ -119,20 +103,14 @@ void Overwrite(uintptr_t slot, void* function) {
 ImportHooks::ImportHooks(void* library) {
   link_map* map = nullptr;
   if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0) return;
-  const Imports imports(*map);
-  for (const Imports::Table& table : imports.tables) {
-    for (size_t i = 0; i < table.count; ++i) {
-      const ElfW(Rel)& relocation = table.first[i];
+  const auto* const symbols = reinterpret_cast<const ElfW(Sym)*>(Dynamic(*map, DT_SYMTAB));
+  const auto* const names = reinterpret_cast<const char*>(Dynamic(*map, DT_STRTAB));
+  for (const auto& relocations :
+       {Relocations(*map, DT_REL, DT_RELSZ), Relocations(*map, DT_JMPREL, DT_PLTRELSZ)}) {
+    for (const ElfW(Rel) & relocation : relocations) {
       if (!HoldsSymbolAddress(ELF32_R_TYPE(relocation.r_info))) continue;
-      const char* const name =
-          imports.names + imports.symbols[ELF32_R_SYM(relocation.r_info)].st_name;
-      for (const auto& hooks : {MemoryHooks(), std::span<const Hook>(kOtherHooks)}) {
-        for (const Hook& hook : hooks) {
-          if (std::strcmp(hook.name, name) == 0) {
-            Overwrite(map->l_addr + relocation.r_offset, hook.function);
-          }
-        }
-      }
+      void* const hook = HookFor(names + symbols[ELF32_R_SYM(relocation.r_info)].st_name);
+      if (hook != nullptr) Overwrite(map->l_addr + relocation.r_offset, hook);
     }
   }
 }

@@ -7,6 +7,7 @@
 #include <numeric>
 #include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "simulator/entry_table.h"
 
@@ -17,9 +18,27 @@ std::string Counted(int count, const char* what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+/// What of a picture's locks was not given back.
+void AccountForLocks(const Picture& picture, std::vector<Discrepancy>& all) {
+  const std::string name = picture.Name() + ": ";
+  const int locks = picture.descriptionLocks;
+  if (locks != 0) {
+    all.push_back({Discrepancy::kLock,
+                   name + "description left locked" + (locks == 1 ? "" : ", more than once"), locks,
+                   picture.descriptionLockedAt});
+  }
+  const std::string more = picture.storage == nullptr ? "" : picture.storage->Imbalance();
+  if (!more.empty()) all.push_back({Discrepancy::kLock, name + more});
+  if (picture.owedUnlocks != 0) {
+    all.push_back({Discrepancy::kLock,
+                   name + "no unlock after a failed lock, which this host wants",
+                   picture.owedUnlocks, picture.descriptionLockedAt});
+  }
+}
+
 }  // namespace
 
-std::vector<Discrepancy> Host::Account() const {
+std::unordered_map<const Handle*, int> Host::ExpectedReferences() const {
   std::unordered_map<const Handle*, int> expected;
   for (const auto& handle : handles_) {
     if (!handle->live()) continue;
@@ -28,40 +47,34 @@ std::vector<Discrepancy> Host::Account() const {
       if (held != nullptr) ++expected[held];
     });
   }
+  return expected;
+}
 
+void Host::AccountFor(const Handle& handle, int expected, std::vector<Discrepancy>& all) {
+  const std::string name = handle.Name() + ": ";
+  if (handle.references_ != expected) {
+    all.push_back({Discrepancy::kReferences,
+                   name + Counted(handle.references_, "reference") + ", " +
+                       std::to_string(expected) + " expected",
+                   handle.references_ - expected, handle.lockedAt_});
+  }
+  if (!handle.GuardsIntact()) {
+    all.push_back({Discrepancy::kBounds, name + "written outside its bounds"});
+  }
+  if (handle.ShowsReferences() && handle.word3_ != handle.references_) {
+    all.push_back({Discrepancy::kBounds, name + "its count of references was written to"});
+  }
+  if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
+    AccountForLocks(*picture, all);
+  }
+}
+
+std::vector<Discrepancy> Host::Account() const {
   std::vector<Discrepancy> all;
+  auto expected = ExpectedReferences();
   for (const auto& handle : handles_) {
     const bool isClass = dynamic_cast<const ClassRef*>(handle.get()) != nullptr;
-    if (!handle->live() || isClass) continue;
-    const std::string name = handle->Name();
-    const int surplus = handle->references_ - expected[handle.get()];
-    if (surplus != 0) {
-      all.push_back({Discrepancy::kReferences,
-                     name + ": " + Counted(handle->references_, "reference") + ", " +
-                         std::to_string(expected[handle.get()]) + " expected",
-                     surplus, handle->lockedAt_});
-    }
-    if (!GuardsIntact(*handle)) {
-      all.push_back({Discrepancy::kBounds, name + ": written outside its bounds"});
-    }
-    if (handle->ShowsReferences() && handle->word3_ != handle->references_) {
-      all.push_back({Discrepancy::kBounds, name + ": its count of references was written to"});
-    }
-    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
-    if (picture == nullptr) continue;
-    if (picture->descriptionLocks != 0) {
-      all.push_back({Discrepancy::kLock,
-                     name + ": description left locked" +
-                         (picture->descriptionLocks == 1 ? "" : ", more than once"),
-                     picture->descriptionLocks, picture->descriptionLockedAt});
-    }
-    const std::string more = picture->storage == nullptr ? "" : picture->storage->Imbalance();
-    if (!more.empty()) all.push_back({Discrepancy::kLock, name + ": " + more});
-    if (picture->owedUnlocks != 0) {
-      all.push_back({Discrepancy::kLock,
-                     name + ": no unlock after a failed lock, which this host wants",
-                     picture->owedUnlocks, picture->descriptionLockedAt});
-    }
+    if (handle->live() && !isClass) AccountFor(*handle, expected[handle.get()], all);
   }
   if (ledger.borrowedStrings != 0) {
     all.push_back({Discrepancy::kBorrowed,
@@ -84,11 +97,8 @@ std::string Host::Imbalance() const {
 
 std::vector<std::string> Host::TakeStaleCaches() {
   std::vector<std::string> names;
-  for (const auto& handle : handles_) {
-    auto* const picture = dynamic_cast<Picture*>(handle.get());
-    if (picture == nullptr || !picture->live() || !picture->cacheIsStale) continue;
-    picture->cacheIsStale = false;
-    names.push_back(picture->Name());
+  for (Picture* const picture : LivePictures()) {
+    if (std::exchange(picture->cacheIsStale, false)) names.push_back(picture->Name());
   }
   return names;
 }
@@ -97,16 +107,13 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
                          const void* callSite) {
   const CallScope scope(*this, name, callSite);
   const auto first = reinterpret_cast<uintptr_t>(begin), last = first + byteCount;
-  const auto isMixed = [first, last](const auto& handle) {
-    const auto* const picture = dynamic_cast<const Picture*>(handle.get());
-    return picture != nullptr && picture->storage != nullptr &&
-           picture->storage->TouchesPages(first,
-                                          (last + kPageBytes - 1) / kPageBytes * kPageBytes) &&
-           !picture->storage->CoversPages(first, last);
-  };
-  const auto found = std::ranges::find_if(handles_, isMixed);
-  if (found != handles_.end()) {
-    Misuse("names pages that hold pixels of " + (*found)->Name() + " and something else");
+  const uintptr_t lastPageEnd = (last + kPageBytes - 1) / kPageBytes * kPageBytes;
+  for (const Picture* const picture : LivePictures()) {
+    const Storage* const storage = picture->storage.get();
+    if (storage != nullptr && storage->TouchesPages(first, lastPageEnd) &&
+        !storage->CoversPages(first, last)) {
+      Misuse("names pages that hold pixels of " + picture->Name() + " and something else");
+    }
   }
   ledger.pageCalls.push_back({advice, byteCount});
   return !faults.Fails(name, now.site);
@@ -136,20 +143,8 @@ std::string PlaceInLibrary(const void* address) {
   return std::string(path.substr(path.rfind('/') + 1)) + text;
 }
 
-bool Host::GuardsIntact(const Handle& handle) {
-  if (const auto* const picture = dynamic_cast<const Picture*>(&handle)) {
-    if (picture->storage == nullptr) return true;
-    const OpenPixels open(*picture->storage);
-    return picture->storage->GuardsIntact();
-  }
-  if (const auto* const block = dynamic_cast<const MemoryBlock*>(&handle)) {
-    return block->GuardsIntact();
-  }
-  return true;
-}
-
 void Host::CheckGuards(const Handle& handle) const {
-  if (!GuardsIntact(handle)) Misuse(handle.Name() + " was written outside its bounds");
+  if (!handle.GuardsIntact()) Misuse(handle.Name() + " was written outside its bounds");
 }
 
 void Host::CheckGuards() const {

@@ -3,35 +3,14 @@
 #include <algorithm>
 
 namespace sim {
-namespace {
-
-template <class Test>
-int CountLines(const std::vector<LogLine>& lines, Test test) {
-  return static_cast<int>(std::count_if(lines.begin(), lines.end(), test));
-}
-
-}  // namespace
-
-int Log::Calls(std::string_view name) const {
-  return CountLines(lines, [name](const LogLine& line) {
-    return line.kind == LogLine::kCall && line.name == name;
-  });
-}
-
-int Log::Lookups(std::string_view name) const {
-  return CountLines(lines, [name](const LogLine& line) {
-    return line.kind == LogLine::kLookup && line.name == name;
-  });
-}
-
-int Log::Libraries(std::string_view name) const {
-  return CountLines(lines, [name](const LogLine& line) {
-    return line.kind == LogLine::kLibrary && line.arguments == name;
-  });
+int Log::Count(LogLine::Kind kind, std::string LogLine::*part, std::string_view text) const {
+  return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
+    return line.kind == kind && line.*part == text;
+  }));
 }
 
 int Log::CallCount() const {
-  return CountLines(lines, [](const LogLine& line) { return line.kind == LogLine::kCall; });
+  return static_cast<int>(std::ranges::count(lines, LogLine::kCall, &LogLine::kind));
 }
 
 std::string Log::Sequence() const {

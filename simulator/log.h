@@ -47,9 +47,11 @@ class Log {
   bool TakesMemory() const { return enabled && (memory || echo != nullptr); }
 
   /// Number of calls of an entry, of look-ups of a name, of libraries or library entries asked for.
-  int Calls(std::string_view name) const;
-  int Lookups(std::string_view name) const;
-  int Libraries(std::string_view name) const;
+  int Calls(std::string_view name) const { return Count(LogLine::kCall, &LogLine::name, name); }
+  int Lookups(std::string_view name) const { return Count(LogLine::kLookup, &LogLine::name, name); }
+  int Libraries(std::string_view name) const {
+    return Count(LogLine::kLibrary, &LogLine::arguments, name);
+  }
   int CallCount() const;
   /// The names of all calls, in order, parted by one space: "REALLockObject REALUnlockObject".
   std::string Sequence() const;
@@ -64,6 +66,8 @@ class Log {
   std::vector<LogLine> lines;
 
  private:
+  int Count(LogLine::Kind kind, std::string LogLine::*part, std::string_view text) const;
+
   /// The last line that was echoed has no end yet, since what it returns may follow.
   mutable bool echoIsOpen_ = false;
 };

@@ -1,7 +1,6 @@
 #include "simulator/objects.h"
 
 #include <cstring>
-#include <new>
 
 namespace sim {
 namespace {
@@ -29,7 +28,6 @@ String::String(std::string_view bytes, uint32_t textEncoding, Edge edge)
     : encoding(textEncoding),
       size_(bytes.size()),
       text_(FencedBytes::Make(bytes.size() + 2, edge, 0)) {
-  if (text_ == nullptr) throw std::bad_alloc();
   text_->bytes()[0] = kGuardByte;
   std::memcpy(text_->bytes() + 1, bytes.data(), bytes.size());
   text_->Allow(FencedBytes::Access::kRead);
@@ -43,9 +41,6 @@ void String::Clear() {
   text_.reset();
 }
 
-ClassRef::ClassRef(std::unique_ptr<ClassInfo> classInfo) : info_(std::move(classInfo)) {}
-ClassRef::~ClassRef() = default;
-
 void Object::VisitHeld(const Visit& visit) const {
   for (const auto& [name, property] : properties) {
     if (property.type == PropertyType::kString || property.type == PropertyType::kObject) {
@@ -57,6 +52,12 @@ void Object::VisitHeld(const Visit& visit) const {
 void Picture::VisitHeld(const Visit& visit) const {
   Object::VisitHeld(visit);
   visit(mask);
+}
+
+bool Picture::GuardsIntact() const {
+  if (storage == nullptr) return true;
+  const OpenPixels open(*storage);
+  return storage->GuardsIntact();
 }
 
 Image Picture::Read() const {
@@ -82,9 +83,9 @@ void Picture::Fill(Rgba colour) {
 }
 
 MemoryBlock::MemoryBlock(const ClassRef& blockClass, size_t blockSize, Edge edge)
-    : Object(blockClass), size(blockSize), bytes_(FencedBytes::Make(blockSize, edge, kBlockFence)) {
-  if (bytes_ == nullptr) throw std::bad_alloc();
-}
+    : Object(blockClass),
+      size(blockSize),
+      bytes_(FencedBytes::Make(blockSize, edge, kBlockFence)) {}
 
 Array::Array(const ClassRef& arrayClass, ElementType elementType, size_t count)
     : Object(arrayClass), type(elementType), elements_(count * elementSize()) {
@@ -92,18 +93,8 @@ Array::Array(const ClassRef& arrayClass, ElementType elementType, size_t count)
 }
 
 size_t Array::elementSize() const {
-  switch (type) {
-    case ElementType::kInt64:
-    case ElementType::kUInt64:
-    case ElementType::kDouble:
-      return 8;
-    case ElementType::kUInt16:
-      return 2;
-    case ElementType::kByte:
-      return 1;
-    default:
-      return 4;
-  }
+  constexpr size_t kSizes[] = {8, 8, 4, 4, 2, 1, 4, 8, sizeof(void*), sizeof(void*)};
+  return kSizes[static_cast<size_t>(type)];
 }
 
 void Array::OpenGap(size_t index) {

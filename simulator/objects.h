@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/host_types.h"
@@ -35,6 +36,8 @@ class Handle {
   /// References that anybody holds.
   int references() const { return references_; }
 
+  /// False once somebody wrote beside the bytes that the plugin gets to see.
+  virtual bool GuardsIntact() const { return true; }
   /// Calls `visit` for each handle that this one holds a reference on; null handles included.
   using Visit = std::function<void(Handle*)>;
   virtual void VisitHeld(const Visit&) const {}
@@ -53,13 +56,17 @@ class Handle {
 
  private:
   friend class Host;
+  void AddReferences(int change) {
+    references_ += change;
+    if (ShowsReferences()) word3_ = references_;
+  }
   /// True where word 3 repeats the number of references.
   virtual bool ShowsReferences() const { return true; }
   /// Frees the content; what it held is released by the host.
   virtual void Clear() = 0;
 
   uint32_t serial_ = 0;
-  int references_ = 1;
+  int references_ = 0;
   int heldOutside_ = 0;             // by tests and tools
   const void* lockedAt_ = nullptr;  // the place in the plugin that took the last reference
   bool live_ = true;
@@ -85,22 +92,6 @@ class String final : public Handle {
   void Clear() override;
   size_t size_;
   std::unique_ptr<FencedBytes> text_;
-};
-
-struct ClassInfo;
-
-/// The host's own kind of pointer to a class; never reference-counted.
-class ClassRef final : public Handle {
- public:
-  explicit ClassRef(std::unique_ptr<ClassInfo> classInfo);
-  ~ClassRef() override;
-  const char* KindName() const override { return "class"; }
-  REALclassRefStruct* handle() { return reinterpret_cast<REALclassRefStruct*>(this); }
-  const ClassInfo& info() const { return *info_; }
-
- private:
-  void Clear() override {}
-  std::unique_ptr<ClassInfo> info_;
 };
 
 /// Kinds of property, one for each get entry.
@@ -129,8 +120,19 @@ struct ClassInfo {
   std::string name = {};
   std::string super = {};
   std::map<std::string, Property, std::less<>> properties = {};
-  /// Exact declarations and the functions behind them.
-  std::map<std::string, void*, std::less<>> methods = {};
+};
+
+/// The host's own kind of pointer to a class; never reference-counted.
+class ClassRef final : public Handle {
+ public:
+  explicit ClassRef(ClassInfo classInfo) : info_(std::move(classInfo)) {}
+  const char* KindName() const override { return "class"; }
+  REALclassRefStruct* handle() { return reinterpret_cast<REALclassRefStruct*>(this); }
+  const ClassInfo& info() const { return info_; }
+
+ private:
+  void Clear() override {}
+  ClassInfo info_;
 };
 
 /// An instance of any class.
@@ -156,6 +158,7 @@ class Picture final : public Object {
   REALpictureStruct* handle() { return reinterpret_cast<REALpictureStruct*>(this); }
   void VisitHeld(const Visit& visit) const override;
 
+  bool GuardsIntact() const override;
   /// The pixels as they are, locks or not.
   Image Read() const;
   void Write(const Image& image);
@@ -204,7 +207,7 @@ class MemoryBlock final : public Object {
 
   uint8_t* data() const { return bytes_->bytes(); }
   std::string_view bytes() const { return {reinterpret_cast<const char*>(data()), size}; }
-  bool GuardsIntact() const { return bytes_->Intact(); }
+  bool GuardsIntact() const override { return bytes_ == nullptr || bytes_->Intact(); }
 
   size_t size;
   /// Makes "memoryBlockGetPtr" answer null.

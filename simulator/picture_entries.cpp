@@ -25,11 +25,11 @@ Picture* NewOpaquePicture(Host& host, int width, int height, int depth) {
   return SizeNewPicture(host, width, height) ? host.NewPicture(width, height, false) : nullptr;
 }
 
-void ConstructAlphaPicture(Host& host, Picture* picture, int width, int height) {
-  if (picture == nullptr || picture->storage != nullptr) host.Misuse("nothing to construct");
+void ConstructAlphaPicture(Host& host, Picture& picture, int width, int height) {
+  if (picture.storage != nullptr) host.Misuse(picture.Name() + " is constructed already");
   if (!SizeNewPicture(host, width, height)) return;
-  if (!host.ConstructPicture(*picture, host.NewPictureOptions(true), width, height)) return;
-  if (!host.settings.warmMemory) picture->Fill(host.settings.blankWithAlpha);
+  if (!host.ConstructPicture(picture, host.NewPictureOptions(true), width, height)) return;
+  if (!host.settings.warmMemory) picture.Fill(host.settings.blankWithAlpha);
 }
 
 Picture* BuildFromBuffer(Host& host, int width, int height, uint32_t type, const uint8_t* buffer,
@@ -53,7 +53,7 @@ Picture* BuildFromBuffer(Host& host, int width, int height, uint32_t type, const
 
 Graphics* GetGraphics(Host& host, Picture* picture) {
   if (picture == nullptr || picture->storage == nullptr || !host.settings.graphics) return nullptr;
-  return host.Own(std::make_unique<Graphics>(host.OwnClass("Graphics"), *picture));
+  return host.New<Graphics>(host.OwnClass("Graphics"), *picture);
 }
 
 Picture* GetMask(Host& host, Picture* picture, uint8_t create) {
@@ -66,14 +66,14 @@ Picture* GetMask(Host& host, Picture* picture, uint8_t create) {
   return picture->mask;
 }
 
-void ClearCache(Host& host, Picture* picture) {
-  if (picture == nullptr) host.Misuse("no picture");
-  ++picture->cacheClears;
-  picture->cacheIsStale = false;
+void ClearCache(Host&, Picture& picture) {
+  ++picture.cacheClears;
+  picture.cacheIsStale = false;
 }
 
 // A failed lock: an old host still wants it given back. An unknown version (NaN) counts as new.
-bool LockFailed(Host& host, Picture* picture) {
+template <class... Rest>
+bool LockFailed(Host& host, Picture* picture, Rest...) {
   if (picture != nullptr && host.reportedVersion < kFirstVersionWithCleanLocks) {
     ++picture->owedUnlocks;
     picture->descriptionLockedAt = host.now.site;
@@ -110,45 +110,36 @@ bool LockNative(Host& host, Picture* picture, REALpictureDescription* descriptio
   return LockAs(host, picture, description, 0);
 }
 
-bool TypedLockFault(Host& host, Picture* picture, REALpictureDescription*, int) {
-  return LockFailed(host, picture);
-}
-bool NativeLockFault(Host& host, Picture* picture, REALpictureDescription*) {
-  return LockFailed(host, picture);
-}
-
-void UnlockDescription(Host& host, Picture* picture) {
-  if (picture == nullptr) host.Misuse("no picture");
-  if (picture->owedUnlocks > 0) {
-    --picture->owedUnlocks;
+void UnlockDescription(Host& host, Picture& picture) {
+  if (picture.owedUnlocks > 0) {
+    --picture.owedUnlocks;
     return;
   }
-  if (picture->descriptionLocks == 0) {
+  if (picture.descriptionLocks == 0) {
     // An old host that cannot lock is asked for the unlock all the same.
     const bool isOld = host.reportedVersion < kFirstVersionWithCleanLocks;
     const bool cannotLock =
         host.Missing("REALLockPictureDescription") || host.Missing("lockPictureDescription");
     if (isOld && cannotLock) return;
-    host.Misuse(picture->Name() + " is not locked");
+    host.Misuse(picture.Name() + " is not locked");
   }
-  host.CheckGuards(*picture);
-  if (WatchesCache(host, *picture) && picture->Describe() != picture->lockedPixels) {
-    picture->cacheIsStale = true;
+  host.CheckGuards(picture);
+  if (WatchesCache(host, picture) && picture.Describe() != picture.lockedPixels) {
+    picture.cacheIsStale = true;
   }
-  --picture->descriptionLocks;
-  const std::string changed = picture->storage->Unlock();
-  if (!changed.empty()) host.Misuse(picture->Name() + " came back with " + changed);
-  picture->storage->Close();
+  --picture.descriptionLocks;
+  const std::string changed = picture.storage->Unlock();
+  if (!changed.empty()) host.Misuse(picture.Name() + " came back with " + changed);
+  picture.storage->Close();
 }
 
 // Source pixels from (sx, sy) on, stretched from sw x sh to w x h by nearest neighbour, laid over
 // the target at (x, y); parts outside either picture are left out.
-void DrawPicture(Host& host, Graphics* graphics, Picture* image, int x, int y, int w, int h, int sx,
+void DrawPicture(Host& host, Graphics& graphics, Picture& image, int x, int y, int w, int h, int sx,
                  int sy, int sw, int sh) {
-  if (graphics == nullptr || image == nullptr) host.Misuse("nothing to draw");
-  Picture& target = *host.Live<Picture>(&graphics->picture);
-  if (image->storage == nullptr) host.Misuse(image->Name() + " has no pixels");
-  Storage& from = *image->storage;
+  const Picture& target = *host.Live<Picture>(&graphics.picture);
+  if (image.storage == nullptr) host.Misuse(image.Name() + " has no pixels");
+  Storage& from = *image.storage;
   Storage& to = *target.storage;
   const OpenPixels openFrom(from), openTo(to);
   if (sw == kWholePicture) sw = from.width();
@@ -174,16 +165,16 @@ void DrawPicture(Host& host, Graphics* graphics, Picture* image, int x, int y, i
 
 }  // namespace
 
-MethodTable PictureMethods() {
-  return {{"Constructor(width as integer, height as integer)",
-           Wrapped<"Constructor", ConstructAlphaPicture>()}};
-}
-
-MethodTable GraphicsMethods() {
-  return {
-      {"DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
+std::span<const MethodRow> PictureMethods() {
+  static const MethodRow rows[] = {
+      {"Picture", "Constructor(width as integer, height as integer)",
+       Wrapped<"Constructor", ConstructAlphaPicture>()},
+      {"Graphics",
+       "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
        "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)",
-       Wrapped<"DrawPicture", DrawPicture>()}};
+       Wrapped<"DrawPicture", DrawPicture>()},
+  };
+  return rows;
 }
 
 std::span<const EntryRow> PictureEntries() {
@@ -193,8 +184,9 @@ std::span<const EntryRow> PictureEntries() {
       Row<"pluginPictureGraphicsGetter", GetGraphics>(),
       Row<"REALGetPictureMask", GetMask>(),
       Row<"REALPictureClearCache", ClearCache>(),
-      Row<"lockPictureDescription", LockNative, NativeLockFault>(),
-      Row<"REALLockPictureDescription", LockDescription, TypedLockFault>(),
+      Row<"lockPictureDescription", LockNative, LockFailed<REALpictureDescription*>>(),
+      Row<"REALLockPictureDescription", LockDescription,
+          LockFailed<REALpictureDescription*, int>>(),
       Row<"unlockPictureDescription", UnlockDescription>(),
   };
   return rows;

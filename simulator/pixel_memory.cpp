@@ -6,17 +6,16 @@
 
 namespace sim {
 
-std::unique_ptr<FencedBytes> PixelPool::Allocate(size_t size) {
+std::unique_ptr<FencedBytes> PixelPool::Allocate(uint64_t size) {
   auto& kept = kept_[size];
   std::unique_ptr<FencedBytes> block;
   if (kept.empty()) {
     block = FencedBytes::Make(size, NextEdge());
-    if (block == nullptr) return nullptr;
   } else {
     block = std::move(kept.back());
     kept.pop_back();
   }
-  liveBytes += size;
+  liveBytes += block->size();
   peakBytes = std::max(peakBytes, liveBytes);
   return block;
 }

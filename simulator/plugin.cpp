@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <bit>
@@ -160,7 +159,7 @@ std::vector<std::string> Plugin::Neighbours() const {
 
 uint64_t Plugin::Run(RawCall call, const char* name, void* function, bool returnsNumber) const {
   Host& host = Host::Current();
-  const RunScope scope(host, name);
+  const CallScope scope(host, name);
   CallerHabits now = habits;
   if (host.settings.bites) {
     now.litter = host.NextLitter();
@@ -193,26 +192,22 @@ void Plugin::Start(Host& host) {
 void Plugin::Read(const Host::MethodList& list, std::vector<Method>& into) {
   for (int i = 0; i < list.count; ++i) {
     const REALmethodDefinition& row = list.rows[i];
-    std::string why;
-    auto method = ParseDeclaration(row.declaration, &why);
-    if (!method) {
-      unreadable_.push_back({list.owner, row.declaration, why});
-      continue;
+    try {
+      Method method = ParseDeclaration(row.declaration);
+      method.owner = list.owner;
+      method.function = row.function;
+      method.flags = row.flags;
+      into.push_back(std::move(method));
+    } catch (const Unreadable& why) {
+      unreadable_.push_back({list.owner, row.declaration, why.what()});
     }
-    method->owner = list.owner;
-    method->function = row.function;
-    method->flags = row.flags;
-    into.push_back(std::move(*method));
   }
 }
 
 const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>& arguments) const {
   std::string misfit, forms;
   for (const Method& method : methods_) {
-    if (method.name.size() != name.size() ||
-        strncasecmp(method.name.data(), name.data(), name.size()) != 0) {
-      continue;
-    }
+    if (!SameWord(method.name, name)) continue;
     if (Fit(method, arguments)) return method;
     misfit = Misfit(method, arguments);
     forms += (forms.empty() ? "" : ", or ") + method.declaration;
@@ -220,9 +215,8 @@ const Method& Plugin::Choose(std::string_view name, const std::vector<Argument>&
   if (!forms.empty()) {
     throw PluginError(misfit + "; it is declared as " + forms);
   }
-  const auto nearest =
-      Nearest(name, methods_, [](const Method& method) -> std::string_view { return method.name; });
-  if (nearest != methods_.end()) forms = ": did you mean " + nearest->name + "?";
+  const std::string nearest = NearestName(name, methods_, &Method::name);
+  if (!nearest.empty()) forms = ": did you mean " + nearest + "?";
   for (const UnreadableRow& row : unreadable_) forms += "; unreadable: " + row.Text();
   throw PluginError("there is no method " + std::string(name) + forms);
 }
@@ -245,7 +239,7 @@ Result Plugin::Call(const Method& method, Picture* picture,
   Result result;
   result.type = method.result;
   Host& host = Host::Current();
-  const RunScope scope(host, method.name.c_str());
+  const CallScope scope(host, method.name.c_str());
   host.now.site = method.function;
   switch (method.result) {
     case Type::kPicture:

@@ -93,8 +93,8 @@ void* Allocate(const char* name, size_t size, Site site, bool isZero, Make make)
   return Made(name, arguments, address, size, FenceBytes(), site);
 }
 
-/// Strikes it off. What some other library allocated is free to be freed; whether it is an
-/// allocation at all, the C library looks itself.
+/// Strikes it off the account. What another library allocated may be freed, too; the C library
+/// notices itself what is no allocation.
 void Forget(const char* name, void* address, Site site) {
   if (!Host::Exists()) return;
   Host& host = Host::Current();
@@ -111,9 +111,13 @@ void Forget(const char* name, void* address, Site site) {
 
 void* HookedMalloc(size_t size) { return Allocate("malloc", size, SITE, false, std::malloc); }
 
+size_t Product(size_t count, size_t size) {
+  return size != 0 && count > SIZE_MAX / size ? SIZE_MAX : count * size;
+}
+
 void* HookedCalloc(size_t count, size_t size) {
-  const size_t all = size != 0 && count > SIZE_MAX / size ? SIZE_MAX : count * size;
-  return Allocate("calloc", all, SITE, true, [](size_t padded) { return std::calloc(1, padded); });
+  return Allocate("calloc", Product(count, size), SITE, true,
+                  [](size_t padded) { return std::calloc(1, padded); });
 }
 
 void* Reallocate(const char* name, void* address, size_t size, Site site) {
@@ -129,7 +133,7 @@ void* Reallocate(const char* name, void* address, size_t size, Site site) {
   const size_t kept = former               ? former.mapped().size
                       : address != nullptr ? malloc_usable_size(address)
                                            : 0;
-  // Told to make nothing of it, the C library frees.
+  // For no bytes at all, the C library frees.
   const bool frees = size == 0 && address != nullptr;
   void* const moved = std::realloc(address, frees ? 0 : WithFence(size));
   if (moved == nullptr && !frees && former) {
@@ -144,8 +148,7 @@ void* HookedRealloc(void* address, size_t size) {
 }
 
 void* HookedReallocarray(void* address, size_t count, size_t size) {
-  const size_t all = size != 0 && count > SIZE_MAX / size ? SIZE_MAX : count * size;
-  return Reallocate("reallocarray", address, all, SITE);
+  return Reallocate("reallocarray", address, Product(count, size), SITE);
 }
 
 char* CopyText(const char* name, const char* text, size_t length, Site site) {
@@ -175,23 +178,15 @@ int PrintText(const char* name, char** text, const char* format, va_list argumen
              : std::vsnprintf(*text, static_cast<size_t>(length) + 1, format, arguments);
 }
 
-int HookedVasprintf(char** text, const char* format, va_list arguments) {
+// Those that a compiler calls to have buffers checked take a flag, too.
+
+template <class... Flag>
+int HookedVasprintf(char** text, Flag..., const char* format, va_list arguments) {
   return PrintText("vasprintf", text, format, arguments, SITE);
 }
 
-int HookedVasprintfChecked(char** text, int, const char* format, va_list arguments) {
-  return PrintText("vasprintf", text, format, arguments, SITE);
-}
-
-int HookedAsprintf(char** text, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  const int length = PrintText("asprintf", text, format, arguments, SITE);
-  va_end(arguments);
-  return length;
-}
-
-int HookedAsprintfChecked(char** text, int, const char* format, ...) {
+template <class... Flag>
+int HookedAsprintf(char** text, Flag..., const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   const int length = PrintText("asprintf", text, format, arguments, SITE);
@@ -269,8 +264,8 @@ void* HookedNewAlignedNothrow(size_t size, std::align_val_t alignment, const std
   return Aligned("new", static_cast<size_t>(alignment), size, SITE);
 }
 
-// Those that take a size, an alignment or std::nothrow take it behind the address: one function is
-// all of them. What is aligned comes from the C library, here as in the C++ library itself.
+// Those that take a size, an alignment or std::nothrow take it behind the address: one function
+// serves for all. Aligned blocks come from the C library, here as in the C++ library itself.
 void HookedDelete(void* address) {
   const Busy lock(busy);
   Forget("delete", address, SITE);
@@ -358,10 +353,10 @@ std::span<const Hook> MemoryHooks() {
       HookOf("reallocarray", HookedReallocarray),
       HookOf("strdup", HookedStrdup),
       HookOf("strndup", HookedStrndup),
-      HookOf("asprintf", HookedAsprintf),
-      HookOf("__asprintf_chk", HookedAsprintfChecked),
-      HookOf("vasprintf", HookedVasprintf),
-      HookOf("__vasprintf_chk", HookedVasprintfChecked),
+      HookOf("asprintf", HookedAsprintf<>),
+      HookOf("__asprintf_chk", HookedAsprintf<int>),
+      HookOf("vasprintf", HookedVasprintf<>),
+      HookOf("__vasprintf_chk", HookedVasprintf<int>),
       HookOf("getline", HookedGetline),
       HookOf("getdelim", HookedGetdelim),
       HookOf("__getdelim", HookedGetdelim),

@@ -5,12 +5,13 @@
 // faults. Where memory bites it has a fence behind it, and what nobody wrote is litter.
 
 #include <span>
+#include <string_view>
 
 namespace sim {
 
 /// A function that the plugin imports, and what it gets instead.
 struct Hook {
-  const char* name;
+  std::string_view name;
   void* function;
 };
 template <class Function>

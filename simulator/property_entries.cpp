@@ -4,6 +4,7 @@
 // for the caller.
 
 #include <cstring>
+#include <utility>
 
 #include "simulator/entry_table.h"
 
@@ -40,9 +41,7 @@ bool Get(Host& host, Object* object, const char* name, T* out) {
   const Property* const property = FindProperty(host, object, name, kType);
   if (property == nullptr) return false;
   *out = FromBits<T>(property->bits);
-  if constexpr (std::is_pointer_v<T>) {
-    if (*out != nullptr) host.Lock(*out);
-  }
+  LockValue(host, *out);
   return true;
 }
 
@@ -50,23 +49,17 @@ template <PropertyType kType, class T>
 bool Set(Host& host, Object* object, const char* name, T value) {
   Property* const property = FindProperty(host, object, name, kType);
   if (property == nullptr) return false;
-  const uint64_t old = property->bits;
-  property->bits = ToBits(value);
-  if constexpr (std::is_pointer_v<T>) {
-    if (value != nullptr) host.Lock(value);
-    if (old != 0) host.Unlock(FromBits<T>(old));
-  }
+  LockValue(host, value);
+  UnlockValue(host, FromBits<T>(std::exchange(property->bits, ToBits(value))));
   return true;
 }
 
 template <PropertyType kType, class T>
 Object* ToVariant(Host& host, T value) {
-  auto variant = std::make_unique<Object>(host.OwnClass("Variant"));
+  auto* const variant = host.New<Object>(host.OwnClass("Variant"));
   variant->properties["Value"] = {kType, ToBits(value)};
-  if constexpr (std::is_pointer_v<T>) {
-    if (value != nullptr) host.Lock(value);
-  }
-  return host.Own(std::move(variant));
+  LockValue(host, value);
+  return variant;
 }
 
 }  // namespace

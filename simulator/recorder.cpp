@@ -28,11 +28,9 @@ simRecordCall(uint32_t number, const uint32_t* words) {
   const CallScope scope(host, name.c_str(), site);
   Recorder* const recorder = host.FindRecorder(name);
   if (recorder == nullptr || host.Missing(name)) host.Misuse("called on a host that lacks it");
-  std::array<uint32_t, 8> copy;
-  for (size_t i = 0; i < copy.size(); ++i) copy[i] = words[i];
   const bool fails = host.faults.Fails(name, host.now.site);
   host.log.Add({LogLine::kCall, name, "", fails});
-  recorder->calls.push_back(copy);
+  std::copy_n(words, 8, recorder->calls.emplace_back().begin());
   if (host.faults.Throws(name, host.now.site)) throw HostException{host.faults.calls()};
   return fails ? 0 : recorder->result;
 }
@@ -62,14 +60,14 @@ constexpr std::array<void (*)(), sizeof...(kNumbers)> MakeThunks(std::index_sequ
 
 }  // namespace
 
-void* RecorderAddress(const Recorder& recorder) {
+void* RecorderAddress(std::string_view name) {
   static constexpr auto thunks = MakeThunks(std::make_index_sequence<kMaxRecorded>());
   auto& names = RecordedNames();
-  const auto found = std::find(names.begin(), names.end(), recorder.name);
+  const auto found = std::find(names.begin(), names.end(), name);
   const auto number = static_cast<size_t>(found - names.begin());
   if (found == names.end()) {
     if (number == kMaxRecorded) Host::Current().Misuse("too many recorders");
-    names.push_back(recorder.name);
+    names.emplace_back(name);
   }
   return reinterpret_cast<void*>(thunks[number]);
 }

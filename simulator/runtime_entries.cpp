@@ -1,5 +1,7 @@
 // Entries for registration, classes, objects and exceptions, and the look-up over all tables.
 
+#include <algorithm>
+
 #include "simulator/entry_table.h"
 
 namespace sim {
@@ -91,8 +93,8 @@ const ClassRef* FindClassRef(Host& host, const char* name) { return host.FindCla
 
 Object* Instantiate(Host& host, const ClassRef* classRef) {
   if (classRef == nullptr) return nullptr;
-  if (classRef->info().name == "Picture") return host.Own(std::make_unique<Picture>(*classRef));
-  return host.Own(std::make_unique<Object>(*classRef));
+  if (classRef->info().name == "Picture") return host.New<Picture>(*classRef);
+  return host.New<Object>(*classRef);
 }
 
 Object* InstantiateByName(Host& host, const char* name) {
@@ -103,35 +105,28 @@ bool ObjectIsA(Host& host, Object* object, const ClassRef* classRef) {
   return object != nullptr && classRef != nullptr && host.IsA(*object->classRef, *classRef);
 }
 
-Taken LockObject(Host& host, Object* object) {
-  if (object == nullptr) host.Misuse("no object");
-  host.Lock(object);
-  return {};
-}
-
-void UnlockObject(Host& host, Object* object) {
-  if (object == nullptr) host.Misuse("no object");
-  host.Unlock(object);
+void* LoadMethod(const Host& host, std::string_view className, std::string_view declaration) {
+  if (host.Missing(declaration)) return nullptr;
+  for (const auto& table : {PictureMethods(), StringMethods()}) {
+    for (const MethodRow& row : table) {
+      if (row.className == className && row.declaration == declaration) return row.function;
+    }
+  }
+  return nullptr;
 }
 
 void* LoadObjectMethod(Host& host, Object* object, const char* declaration) {
-  if (object == nullptr || host.Missing(declaration)) return nullptr;
-  const auto& methods = object->classRef->info().methods;
-  const auto found = methods.find(std::string_view(declaration));
-  return found == methods.end() ? nullptr : found->second;
+  if (object == nullptr) return nullptr;
+  return LoadMethod(host, object->classRef->info().name, declaration);
 }
 
 void* LoadGlobalMethod(Host& host, void* nothing, const char* declaration) {
   if (nothing != nullptr) host.Misuse("a global method of an object");
-  if (host.Missing(declaration)) return nullptr;
-  static const MethodTable methods = GlobalMethods();
-  const auto found = methods.find(std::string_view(declaration));
-  return found == methods.end() ? nullptr : found->second;
+  return LoadMethod(host, "", declaration);
 }
 
-void RaiseHostException(Host& host, Object* exception) {
-  if (exception == nullptr) host.Misuse("no exception");
-  host.raised.push_back(Ref<Object>::Adopt(exception));
+void RaiseHostException(Host& host, Object& exception) {
+  host.raised.push_back(Ref<Object>::Adopt(&exception));
 }
 
 }  // namespace
@@ -149,8 +144,8 @@ std::span<const EntryRow> RuntimeEntries() {
       Row<"CreateInstance", Instantiate>(),
       Row<"PluginNewInstance", InstantiateByName>(),
       Row<"RuntimeObjectIsa", ObjectIsA>(),
-      Row<"REALLockObject", LockObject>(),
-      Row<"REALUnlockObject", UnlockObject>(),
+      Row<"REALLockObject", LockHandle<Object>>(),
+      Row<"REALUnlockObject", UnlockHandle<Object>>(),
       Row<"REALLoadObjectMethod", LoadObjectMethod>(),
       Row<"REALLoadGlobalMethod", LoadGlobalMethod>(),
       Row<"RuntimeRaiseException", RaiseHostException>(),
@@ -158,17 +153,22 @@ std::span<const EntryRow> RuntimeEntries() {
   return rows;
 }
 
-void* EntryAddress(const char* name) {
-  static const std::map<std::string, void*, std::less<>> addresses = [] {
-    std::map<std::string, void*, std::less<>> all;
+std::span<const EntryRow> AllEntries() {
+  static const std::vector<EntryRow> all = [] {
+    std::vector<EntryRow> rows;
     for (const auto& table :
          {RuntimeEntries(), PropertyEntries(), PictureEntries(), StringEntries(), ArrayEntries()}) {
-      for (const EntryRow& row : table) all[row.name] = row.function;
+      rows.insert(rows.end(), table.begin(), table.end());
     }
-    return all;
+    return rows;
   }();
-  const auto found = addresses.find(std::string_view(name));
-  return found == addresses.end() ? nullptr : found->second;
+  return all;
+}
+
+void* EntryAddress(std::string_view name) {
+  const auto rows = AllEntries();
+  const auto found = std::ranges::find(rows, name, &EntryRow::name);
+  return found == rows.end() ? nullptr : found->function;
 }
 
 bool GivesBack(std::string_view entry) {
@@ -178,10 +178,7 @@ bool GivesBack(std::string_view entry) {
 
 std::vector<std::string> EntryNames() {
   std::vector<std::string> names;
-  for (const auto& table :
-       {RuntimeEntries(), PropertyEntries(), PictureEntries(), StringEntries(), ArrayEntries()}) {
-    for (const EntryRow& row : table) names.emplace_back(row.name);
-  }
+  for (const EntryRow& row : AllEntries()) names.emplace_back(row.name);
   return names;
 }
 

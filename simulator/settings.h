@@ -79,7 +79,7 @@ struct Settings {
   /// read is read-only, the plugin's own memory is fenced, and what nobody wrote is litter that
   /// differs from call to call (needs import hooks).
   bool bites = false;
-  /// Where the row of patterns begins that litter goes through.
+  /// The first of the patterns of litter, which change with each call.
   unsigned firstLitter = 0;
   /// The destructor of the host then tolerates an imbalance, which otherwise stops the process.
   bool allowLeaks = false;

@@ -11,6 +11,10 @@ namespace sim {
 
 class SharedLibrary {
  public:
+  /// Why something could not be had; empty while nothing is wrong.
+  const std::string& problem() const { return problem_; }
+
+ protected:
   /// `package`: what Debian calls the one that brings it.
   SharedLibrary(const char* name, const char* package) : library_(dlopen(name, RTLD_NOW)) {
     if (library_ != nullptr) return;
@@ -18,20 +22,25 @@ class SharedLibrary {
     problem_ = std::string(dlerror()) + " (Debian's package " + package + architecture + ")";
   }
 
-  /// Points `function` to the library's entry of that name; null when the library or the entry is
-  /// missing, and problem() then says so.
-  template <class Function>
-  void Find(Function*& function, const char* name) {
-    function = library_ == nullptr ? nullptr : reinterpret_cast<Function*>(dlsym(library_, name));
-    if (function == nullptr && problem_.empty()) problem_ = std::string(name) + " is missing";
+  /// An entry, as the type of function that it is taken for.
+  struct Entry {
+    void* address;
+    template <class Function>
+    operator Function*() const {  // NOLINT(google-explicit-constructor)
+      return reinterpret_cast<Function*>(address);
+    }
+  };
+  /// Null when the library or the entry is missing, and problem() then says so.
+  Entry Find(const char* name) {
+    void* const address = library_ == nullptr ? nullptr : dlsym(library_, name);
+    if (address == nullptr && problem_.empty()) problem_ = std::string(name) + " is missing";
+    return {address};
   }
 
-  /// Why something could not be had; empty while nothing is wrong.
-  const std::string& problem() const { return problem_; }
+  std::string problem_;
 
  private:
   void* library_;
-  std::string problem_;
 };
 
 }  // namespace sim

@@ -6,7 +6,7 @@
 
 namespace sim {
 
-void* RecorderAddress(const Recorder&) { Host::Current().Misuse("no recorders in 64 bits"); }
+void* RecorderAddress(std::string_view) { Host::Current().Misuse("no recorders in 64 bits"); }
 
 ImportHooks::ImportHooks(void*) { Host::Current().Misuse("no import hooks in 64 bits"); }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <vector>
 
 #include "simulator/cairo_storage.h"
@@ -14,16 +15,15 @@ namespace {
 struct Kind {
   /// The REALpictureStorage that it is locked as; 0 for none.
   int nativeType;
-  /// Null until installed.
   StorageFactory factory;
-  /// Null for what needs nothing.
+  /// Opens what it needs and says what is missing; null for what needs nothing.
   std::string (*install)();
 };
 
-Kind kinds[] = {{0, UnlockableStorage::Make, nullptr},
-                {kStorageConsoleBlock, ConsoleStorage::Make, nullptr},
-                {kStorageCairoContext, nullptr, InstallCairoStorage},
-                {kStorageGdkDrawable, nullptr, InstallGdkStorage}};
+Kind kinds[] = {{0, MakeStorageOf<UnlockableStorage>, nullptr},
+                {kStorageConsoleBlock, MakeStorageOf<ConsoleStorage>, nullptr},
+                {kStorageCairoContext, MakeStorageOf<CairoStorage>, InstallCairo},
+                {kStorageGdkDrawable, MakeStorageOf<GdkStorage>, InstallGdk}};
 
 Kind& KindOf(StorageKind kind) { return kinds[static_cast<size_t>(kind)]; }
 
@@ -37,6 +37,16 @@ bool IsNativeType(int type) {
 std::string InstallStorage(StorageKind kind) {
   const auto install = KindOf(kind).install;
   return install == nullptr ? "" : install();
+}
+
+bool Storage::Lock(int type, REALpictureDescription& description) {
+  const int ownType = KindOf(kind()).nativeType;
+  if (ownType == 0 || (type != 0 && type != ownType)) return false;
+  description.type = ownType;
+  description.data = Lend();
+  description.width = width_;
+  description.height = height_;
+  return true;
 }
 
 void Storage::Open() {
@@ -77,8 +87,11 @@ bool Storage::CoversPages(uintptr_t begin, uintptr_t end) const {
 void SetStorageFactory(StorageKind kind, StorageFactory factory) { KindOf(kind).factory = factory; }
 
 std::unique_ptr<Storage> MakeStorage(StorageKind kind, const StorageRequest& request) {
-  const StorageFactory factory = KindOf(kind).factory;
-  return factory == nullptr ? nullptr : factory(request);
+  try {
+    return KindOf(kind).factory(request);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 }  // namespace sim

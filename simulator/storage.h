@@ -3,6 +3,9 @@
 // Storage: the native pixels behind one host picture. A storage knows how to describe itself when
 // the plugin locks the picture, and how to move rows in and out as straight RGBA. It lives exactly
 // as long as its picture; references, locks and the ledger are the picture's affair.
+//
+// One that cannot be had (memory is short, a library is missing or refuses the size) throws
+// std::bad_alloc when it is made.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,9 +19,19 @@
 
 namespace sim {
 
+struct StorageRequest {
+  int width;
+  int height;
+  bool alpha;
+  RowLayout rows;
+  int extraStrideBytes;
+  PixelPool& pool;
+};
+
 class Storage {
  public:
-  Storage(int width, int height, bool alpha) : width_(width), height_(height), alpha_(alpha) {}
+  explicit Storage(const StorageRequest& request)
+      : width_(request.width), height_(request.height), alpha_(request.alpha) {}
   Storage(const Storage&) = delete;
   Storage& operator=(const Storage&) = delete;
   virtual ~Storage() = default;
@@ -30,7 +43,7 @@ class Storage {
 
   /// Answers a lock for one native kind (REALpictureStorage; 0 stands for whatever this is): fills
   /// type, data, width and height and returns true, or returns false and leaves the record alone.
-  virtual bool Lock(int type, REALpictureDescription& description) = 0;
+  virtual bool Lock(int type, REALpictureDescription& description);
   /// Gives one successful lock back. Returns what was not left as it was, or nothing.
   virtual std::string Unlock() { return ""; }
 
@@ -61,6 +74,8 @@ class Storage {
   virtual size_t ByteCount() const = 0;
 
  private:
+  /// What a successful lock hands out.
+  virtual void* Lend() { return nullptr; }
   /// Lets pixels and what leads to them be reached, or not.
   virtual void Reach(bool /*isOpen*/) {}
 
@@ -82,27 +97,38 @@ class OpenPixels {
   Storage& storage_;
 };
 
-struct StorageRequest {
-  int width;
-  int height;
-  bool alpha;
-  RowLayout rows;
-  int extraStrideBytes;
-  PixelPool& pool;
-};
+/// Pixels in memory of the host's own, zeroed or recycled.
+class MemoryStorage : public Storage {
+ public:
+  size_t ByteCount() const override { return memory_.size(); }
+  bool GuardsIntact() const override { return memory_.FencesIntact(); }
 
-/// Makes a storage with zeroed (or recycled) pixels, or null when it cannot be had.
-using StorageFactory = std::unique_ptr<Storage> (*)(const StorageRequest&);
+ protected:
+  MemoryStorage(const StorageRequest& request, uint64_t byteCount)
+      : Storage(request), memory_(request.pool, byteCount) {}
+  void Reach(bool isOpen) override {
+    memory_.Allow(isOpen ? FencedBytes::Access::kWrite : FencedBytes::Access::kNone);
+  }
+  uint8_t* memory() const { return memory_.bytes(); }
+
+ private:
+  const PixelMemory memory_;
+};
 
 /// Whether pictures of some kind are locked as this REALpictureStorage.
 bool IsNativeType(int type);
 
-/// Opens what a kind of storage needs; until then a desktop storage cannot be had. Returns an empty
-/// string, or what is missing.
+/// Opens what a kind of storage needs. Returns an empty string, or what is missing.
 std::string InstallStorage(StorageKind kind);
+
+using StorageFactory = std::unique_ptr<Storage> (*)(const StorageRequest&);
+template <class T>
+std::unique_ptr<Storage> MakeStorageOf(const StorageRequest& request) {
+  return std::make_unique<T>(request);
+}
 /// From now on that kind is made so.
 void SetStorageFactory(StorageKind kind, StorageFactory factory);
-/// Null when memory is short or the kind has no factory.
+/// Null when it cannot be had.
 std::unique_ptr<Storage> MakeStorage(StorageKind kind, const StorageRequest& request);
 
 }  // namespace sim

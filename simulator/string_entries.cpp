@@ -13,7 +13,7 @@ uint32_t MarkOf(const REALstringData* record) {
 }
 
 String* NewString(Host& host, std::string_view bytes, uint32_t encoding) {
-  return host.Own(std::make_unique<String>(bytes, encoding, host.StringEdge()));
+  return host.New<String>(bytes, encoding, host.StringEdge());
 }
 
 std::string_view BytesOf(const String* string) {
@@ -24,17 +24,6 @@ String* BuildString(Host& host, const void* bytes, int length) {
   if (bytes == nullptr || length < 0) return nullptr;
   return NewString(host, {static_cast<const char*>(bytes), static_cast<size_t>(length)},
                    kEncodingUndefined);
-}
-
-Taken LockString(Host& host, String* string) {
-  if (string == nullptr) host.Misuse("no string");
-  host.Lock(string);
-  return {};
-}
-
-void UnlockString(Host& host, String* string) {
-  if (string == nullptr) host.Misuse("no string");
-  host.Unlock(string);
 }
 
 int CompareStrings(Host&, String* left, String* right) {
@@ -111,8 +100,8 @@ void DisposeStringData(Host& host, REALstringData* record) {
 
 MemoryBlock* NewMemoryBlock(Host& host, int size) {
   if (size < 0) return nullptr;
-  return host.Own(std::make_unique<MemoryBlock>(host.OwnClass("MemoryBlock"),
-                                                static_cast<size_t>(size), host.memory.NextEdge()));
+  return host.New<MemoryBlock>(host.OwnClass("MemoryBlock"), static_cast<size_t>(size),
+                               host.memory.NextEdge());
 }
 
 void* GetBlockAddress(Host&, MemoryBlock* block) {
@@ -128,24 +117,22 @@ void NeverCalled(Host& host) { host.Misuse("this method is only there to be foun
 
 }  // namespace
 
-MethodTable GlobalMethods() {
-  return {{"LenB( s as string ) as integer", Wrapped<"LenB", LenB>()}};
-}
-
-MethodTable MemoryBlockMethods() {
-  return {{"Constructor(bytes as Integer)", Wrapped<"MemoryBlock.Constructor", NeverCalled>()}};
-}
-
-MethodTable FolderItemMethods() {
-  return {
-      {"TrueItem(Index as integer) as Folderitem", Wrapped<"FolderItem.TrueItem", NeverCalled>()}};
+std::span<const MethodRow> StringMethods() {
+  static const MethodRow rows[] = {
+      {"", "LenB( s as string ) as integer", Wrapped<"LenB", LenB>()},
+      {"MemoryBlock", "Constructor(bytes as Integer)",
+       Wrapped<"MemoryBlock.Constructor", NeverCalled>()},
+      {"FolderItem", "TrueItem(Index as integer) as Folderitem",
+       Wrapped<"FolderItem.TrueItem", NeverCalled>()},
+  };
+  return rows;
 }
 
 std::span<const EntryRow> StringEntries() {
   static const EntryRow rows[] = {
       Row<"REALBuildString", BuildString>(),
-      Row<"REALLockString", LockString>(),
-      Row<"REALUnlockString", UnlockString>(),
+      Row<"REALLockString", LockHandle<String>>(),
+      Row<"REALUnlockString", UnlockHandle<String>>(),
       Row<"RuntimeStringCompare", CompareStrings>(),
       Row<"RuntimeAddString", AddStrings>(),
       Row<"REALGetStringEncoding", GetEncoding>(),

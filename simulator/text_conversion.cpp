@@ -4,27 +4,24 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "host/host_types.h"
 
 namespace sim {
 namespace {
 
+constexpr std::pair<uint32_t, const char*> kLibraryNames[] = {{kEncodingMacRoman, "MACINTOSH"},
+                                                              {kEncodingUtf16, "UTF-16LE"},
+                                                              {kEncodingUtf8, "UTF-8"},
+                                                              {kEncodingWindowsLatin1, "CP1252"},
+                                                              {kEncodingAscii, "ASCII"}};
+
 const char* LibraryName(uint32_t encoding) {
-  switch (encoding) {
-    case kEncodingMacRoman:
-      return "MACINTOSH";
-    case kEncodingUtf16:
-      return "UTF-16LE";
-    case kEncodingWindowsLatin1:
-      return "CP1252";
-    case kEncodingAscii:
-      return "ASCII";
-    case kEncodingUtf8:
-      return "UTF-8";
-    default:
-      return nullptr;
+  for (const auto& [number, name] : kLibraryNames) {
+    if (number == encoding) return name;
   }
+  return nullptr;
 }
 
 // Bytes of the character at the start of `text`, as far as there are any; at least one.

@@ -8,8 +8,8 @@ namespace {
 constexpr int kColorspaceRgb = 0;
 constexpr int kBitsPerChannel = 8;
 
-struct GdkPixbuf : PeerLibrary {
-  GdkPixbuf() : PeerLibrary("libgdk_pixbuf-2.0.so.0", "libgdk-pixbuf-2.0-0") {}
+struct GdkPixbuf : sim::SharedLibrary {
+  GdkPixbuf() : sim::SharedLibrary("libgdk_pixbuf-2.0.so.0", "libgdk-pixbuf-2.0-0") {}
 
   void* (*newFromData)(const uint8_t* data, int colorspace, int alpha, int bits, int width,
                        int height, int strideBytes, void* destroy,

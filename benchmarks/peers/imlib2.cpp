@@ -11,8 +11,8 @@ namespace {
 // Quarters, clockwise.
 enum Orientation { kQuarter = 1, kHalf = 2, kThreeQuarters = 3 };
 
-struct Imlib2 : PeerLibrary {
-  Imlib2() : PeerLibrary("libImlib2.so.1", "libimlib2") {}
+struct Imlib2 : sim::SharedLibrary {
+  Imlib2() : sim::SharedLibrary("libImlib2.so.1", "libimlib2") {}
 
   void* (*createImage)(int width, int height) = Find("imlib_create_image");
   uint32_t* (*getData)() = Find("imlib_image_get_data");

@@ -11,8 +11,8 @@ enum Direction { kCounterClockwise = -1, kClockwise = 1 };
 constexpr int kAreaMap = 1;
 constexpr int kBringInWhite = 1;
 
-struct Leptonica : PeerLibrary {
-  Leptonica() : PeerLibrary("liblept.so.5", "liblept5") {}
+struct Leptonica : sim::SharedLibrary {
+  Leptonica() : sim::SharedLibrary("liblept.so.5", "liblept5") {}
 
   // Into the first picture: the second itself, or a new one when null.
   using Move = void*(void* target, void* source);

@@ -8,8 +8,8 @@ namespace {
 // In degrees, clockwise.
 enum Mode { kQuarter = 90, kHalf = 180, kThreeQuarters = 270 };
 
-struct Libyuv : PeerLibrary {
-  Libyuv() : PeerLibrary("libyuv.so.0", "libyuv0") {}
+struct Libyuv : sim::SharedLibrary {
+  Libyuv() : sim::SharedLibrary("libyuv.so.0", "libyuv0") {}
 
   using Copy = int(const uint8_t* source, int sourceStride, uint8_t* target, int targetStride,
                    int width, int height);

@@ -58,25 +58,6 @@ Peer OpenImlib2();
 Peer OpenLeptonica();
 Peer OpenSdl2Gfx();
 
-/// A library whose functions are members of a derived struct, each initialized with Find.
-struct PeerLibrary : sim::SharedLibrary {
-  /// An address that becomes a pointer to any function.
-  struct Entry {
-    template <class Function>
-    operator Function*() const {
-      return reinterpret_cast<Function*>(address);
-    }
-    void* address;
-  };
-
-  using SharedLibrary::SharedLibrary;
-  Entry Find(const char* name) {
-    Entry entry;
-    SharedLibrary::Find(entry.address, name);
-    return entry;
-  }
-};
-
 /// The one of its kind, opened at its first use.
 template <class Library>
 const Library& The() {

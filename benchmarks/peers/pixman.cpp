@@ -15,8 +15,8 @@ struct Transform {
   int32_t matrix[3][3];
 };
 
-struct Pixman : PeerLibrary {
-  Pixman() : PeerLibrary("libpixman-1.so.0", "libpixman-1-0") {}
+struct Pixman : sim::SharedLibrary {
+  Pixman() : sim::SharedLibrary("libpixman-1.so.0", "libpixman-1-0") {}
 
   void* (*createBits)(uint32_t format, int width, int height, void* bits,
                       int strideBytes) = Find("pixman_image_create_bits_no_clear");

@@ -5,8 +5,8 @@
 namespace velbench {
 namespace {
 
-struct Sdl2Gfx : PeerLibrary {
-  Sdl2Gfx() : PeerLibrary("libSDL2_gfx-1.0.so.0", "libsdl2-gfx-1.0-0") {}
+struct Sdl2Gfx : sim::SharedLibrary {
+  Sdl2Gfx() : sim::SharedLibrary("libSDL2_gfx-1.0.so.0", "libsdl2-gfx-1.0-0") {}
 
   // The first two are of the library beneath.
   void* (*createSurfaceFrom)(const void* pixels, int width, int height, int depth, int strideBytes,

@@ -27,6 +27,14 @@ __attribute__((noinline)) bool OldStack(Picture*) {
   return number[50] != 0;
 }
 
+bool InThread(void* (*work)(void*), void* argument) {
+  pthread_t thread;
+  return pthread_create(&thread, nullptr, work, argument) == 0 &&
+         pthread_join(thread, nullptr) == 0;
+}
+
+void Read(const volatile uint8_t* byte) { static_cast<void>(*byte); }
+
 /// What the method Break does wrong.
 struct Fault {
   const char* name;
@@ -123,6 +131,11 @@ const Fault kFaults[] = {
     {"output", [](Picture*) { return std::puts("hello") >= 0; }},
     {"name", [](Picture*) { return resolve("lockPictureDescriptions") == nullptr; }},
     // Pictures.
+    {"kept_entry",
+     [](Picture* picture) {
+       reinterpret_cast<void (*)(Picture*)>(clearCache)(picture);
+       return true;
+     }},
     {"owed", [](Picture* picture) { return WithRows(picture, [](uint32_t**) {}); }},
     {"lock", [](Picture* picture) { return WithRows(picture, [](uint32_t**) {}); }},
     {"fence",
@@ -146,15 +159,12 @@ const Fault kFaults[] = {
     {"overread",
      [](Picture* picture) {
        return WithBlock(picture, [](ConsolePixelBlock& block) {
-         static_cast<void>(
-             *static_cast<volatile uint8_t*>(block.rowTable[block.height - 1] + 4 * block.width));
+         Read(block.rowTable[block.height - 1] + 4 * block.width);
        });
      }},
     {"underread",
      [](Picture* picture) {
-       return WithBlock(picture, [](ConsolePixelBlock& block) {
-         static_cast<void>(*static_cast<volatile uint8_t*>(block.rowTable[0] - 1));
-       });
+       return WithBlock(picture, [](ConsolePixelBlock& block) { Read(block.rowTable[0] - 1); });
      }},
     {"kept_picture",
      [](Picture* picture) {
@@ -164,9 +174,9 @@ const Fault kFaults[] = {
      }},
     {"kept_pixels",
      [](Picture* picture) {
-       static volatile uint8_t* kept = nullptr;
+       static uint8_t* kept = nullptr;
        return WithBlock(picture, [](ConsolePixelBlock& block) {
-         if (kept != nullptr) static_cast<void>(*kept);
+         if (kept != nullptr) Read(kept);
          kept = block.rowTable[0];
        });
      }},
@@ -196,27 +206,26 @@ const Fault kFaults[] = {
        if (pixels != nullptr) *pixels = 0;
        return done;
      }},
-    {"cairo_reference", [](Picture* picture) { return CallCairo(picture, "cairo_reference"); }},
-    {"cairo_save", [](Picture* picture) { return CallCairo(picture, "cairo_save"); }},
+    {"cairo_reference",
+     [](Picture* picture) {
+       return WithContext(picture, [](void* context) { CallCairo("cairo_reference", context); });
+     }},
+    {"cairo_save",
+     [](Picture* picture) {
+       return WithContext(picture, [](void* context) { CallCairo("cairo_save", context); });
+     }},
     {"cairo_translate",
-     [](Picture* picture) { return CallCairo(picture, "cairo_translate", 2.0, 3.0); }},
+     [](Picture* picture) {
+       return WithContext(picture,
+                          [](void* context) { CallCairo("cairo_translate", context, 2.0, 3.0); });
+     }},
     {"surface",
      [](Picture* picture) {
-       return WithDescription(picture, [](const REALpictureDescription& description) {
-         if (description.type != kStorageCairoContext) return;
-         void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
-         using Of = void* (*)(void*);
-         auto* const target = reinterpret_cast<Of>(dlsym(library, "cairo_get_target"));
-         reinterpret_cast<Of>(dlsym(library, "cairo_surface_reference"))(target(description.data));
-         dlclose(library);
+       return WithContext(picture, [](void* context) {
+         CallCairo("cairo_surface_reference", CallCairo("cairo_get_target", context));
        });
      }},
-    {"thread",
-     [](Picture*) {
-       pthread_t thread;
-       return pthread_create(&thread, nullptr, AskVersion, nullptr) == 0 &&
-              pthread_join(thread, nullptr) == 0;
-     }},
+    {"thread", [](Picture*) { return InThread(AskVersion, nullptr); }},
     {"deep",
      [](Picture*) {
        // The way around a failure is not looked at.
@@ -258,13 +267,11 @@ const Fault kFaults[] = {
      }},
     {"frees_in_thread",
      [](Picture*) {
-       pthread_t thread;
        const auto release = [](void* block) -> void* {
          std::free(block);
          return nullptr;
        };
-       return pthread_create(&thread, nullptr, release, std::malloc(9)) == 0 &&
-              pthread_join(thread, nullptr) == 0;
+       return InThread(release, std::malloc(9));
      }},
     {"own_pages",
      [](Picture*) {

@@ -14,7 +14,8 @@ using Picture = REALpictureStruct;
 
 inline void* (*resolve)(const char*);
 inline double version = 0;
-inline int calls = 0;  ///< of Break
+inline int calls = 0;     ///< of Break
+inline void* clearCache;  ///< as start-up found it
 
 inline bool Is(const char* fault) {
   const char* const wanted = std::getenv("FAULT");
@@ -60,15 +61,19 @@ bool WithRows(Picture* picture, Use use) {
     use(reinterpret_cast<uint32_t**>(block.rowTable));
   });
 }
-/// Calls an entry of Cairo on the context, where it is a picture of Cairo's.
-template <class... Args>
-bool CallCairo(Picture* picture, const char* name, Args... args) {
-  return WithDescription(picture, [=](const REALpictureDescription& description) {
-    if (description.type != kStorageCairoContext) return;
-    void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
-    auto* const call = reinterpret_cast<void (*)(void*, Args...)>(dlsym(library, name));
-    if (call != nullptr) call(description.data, args...);
-    if (library != nullptr) dlclose(library);
+/// Calls an entry of Cairo, if it is there.
+template <class Result = void*, class... Args>
+Result CallCairo(const char* name, Args... args) {
+  void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
+  auto* const call = reinterpret_cast<Result (*)(Args...)>(dlsym(library, name));
+  if (library != nullptr) dlclose(library);
+  return call == nullptr ? Result() : call(args...);
+}
+/// Calls use(context), where it is a picture of Cairo's.
+template <class Use>
+bool WithContext(Picture* picture, Use use) {
+  return WithDescription(picture, [use](const REALpictureDescription& description) {
+    if (description.type == kStorageCairoContext) use(description.data);
   });
 }
 

@@ -39,10 +39,8 @@ std::string Describe(Fixture& fixture, String* string) {
 
 /// The scenario of a method is its call.
 std::string Method(Fixture& fixture, const char* text) {
-  std::string why;
-  const auto call = sim::ParseCall(text, &why);
-  if (!call) throw std::runtime_error(why);
-  return fixture.plugin.Call(call->name, fixture.picture.get(), call->arguments).Describe();
+  const auto call = sim::ParseCall(text);
+  return fixture.plugin.Call(call.name, fixture.picture.get(), call.arguments).Describe();
 }
 
 /// The scenario of a function of one object is what it returns of the fixture's.

@@ -9,9 +9,13 @@ class OddStorage final : public sim::UnlockableStorage {
  public:
   /// Pictures without storage are of this kind while it lives.
   struct Scope {
-    Scope() { sim::SetStorageFactory(sim::StorageKind::kNone, Make); }
-    ~Scope() { sim::SetStorageFactory(sim::StorageKind::kNone, UnlockableStorage::Make); }
+    Scope() { sim::SetStorageFactory(sim::StorageKind::kNone, sim::MakeStorageOf<OddStorage>); }
+    ~Scope() {
+      sim::SetStorageFactory(sim::StorageKind::kNone, sim::MakeStorageOf<UnlockableStorage>);
+    }
   };
+
+  using UnlockableStorage::UnlockableStorage;
   bool Lock(int type, REALpictureDescription& description) override {
     if (type != lockType) return false;
     description = answer;
@@ -20,10 +24,4 @@ class OddStorage final : public sim::UnlockableStorage {
 
   static inline int lockType;
   static inline REALpictureDescription answer;
-
- private:
-  using UnlockableStorage::UnlockableStorage;
-  static std::unique_ptr<Storage> Make(const sim::StorageRequest& request) {
-    return std::unique_ptr<Storage>(new OddStorage(request));
-  }
 };

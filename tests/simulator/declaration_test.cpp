@@ -8,17 +8,15 @@ namespace sim {
 namespace {
 
 TEST(Declaration, IsTakenApart) {
-  std::string why;
-  const auto method = ParseDeclaration(
-      "RotateVel(angle as double, background as color = &cFFFFFFFF) as picture", &why);
-  ASSERT_TRUE(method) << why;
-  EXPECT_EQ(method->name, "RotateVel");
-  EXPECT_EQ(method->result, Type::kPicture);
-  ASSERT_EQ(method->parameters.size(), 2U);
-  EXPECT_EQ(method->parameters[0].type, Type::kDouble);
-  EXPECT_EQ(method->parameters[1].name, "background");
-  EXPECT_EQ(method->parameters[1].defaultValue, Argument(Color{0xFFFFFFFF}));
-  EXPECT_EQ(method->RequiredArguments(), 1U);
+  const Method method =
+      ParseDeclaration("RotateVel(angle as double, background as color = &cFFFFFFFF) as picture");
+  EXPECT_EQ(method.name, "RotateVel");
+  EXPECT_EQ(method.result, Type::kPicture);
+  ASSERT_EQ(method.parameters.size(), 2U);
+  EXPECT_EQ(method.parameters[0].type, Type::kDouble);
+  EXPECT_EQ(method.parameters[1].name, "background");
+  EXPECT_EQ(method.parameters[1].defaultValue, Argument(Color{0xFFFFFFFF}));
+  EXPECT_EQ(method.RequiredArguments(), 1U);
 }
 
 TEST(Declaration, HasDefaultsOfEveryKind) {
@@ -37,24 +35,20 @@ TEST(Declaration, HasDefaultsOfEveryKind) {
       {"b as boolean = TRUE", int64_t{1}},
   };
   for (const auto& [parameter, value] : cases) {
-    std::string why;
-    const auto method =
-        ParseDeclaration("A(" + std::string(parameter) + ", c as color = &c000001)", &why);
-    ASSERT_TRUE(method) << parameter << ": " << why;
-    EXPECT_EQ(method->parameters[0].defaultValue, value) << parameter;
-    EXPECT_EQ(method->parameters[1].defaultValue, Argument(Color{1})) << parameter;
+    const Method method =
+        ParseDeclaration("A(" + std::string(parameter) + ", c as color = &c000001)");
+    EXPECT_EQ(method.parameters[0].defaultValue, value) << parameter;
+    EXPECT_EQ(method.parameters[1].defaultValue, Argument(Color{1})) << parameter;
   }
 }
 
 TEST(Declaration, OfOtherTypesIsReadAndNotTried) {
   for (const char* type : {"string()", "integer(,)", "Module1.Kind", "FolderItem"}) {
-    std::string why;
-    auto method =
-        ParseDeclaration("A(b as " + std::string(type) + " = 3, c as double) as " + type, &why);
-    ASSERT_TRUE(method) << type << ": " << why;
-    method->owner = "Picture";
-    EXPECT_EQ(method->result, Type::kOther);
-    EXPECT_EQ(method->Obstacle(), "the parameter b as " + std::string(type) + " cannot be made up");
+    Method method =
+        ParseDeclaration("A(b as " + std::string(type) + " = 3, c as double) as " + type);
+    method.owner = "Picture";
+    EXPECT_EQ(method.result, Type::kOther);
+    EXPECT_EQ(method.Obstacle(), "the parameter b as " + std::string(type) + " cannot be made up");
   }
 }
 
@@ -75,21 +69,23 @@ TEST(Declaration, IsRefusedWithTheReason) {
   };
   for (const auto& [text, reason] : cases) {
     std::string why;
-    EXPECT_FALSE(ParseDeclaration(text, &why)) << text;
+    try {
+      ParseDeclaration(text);
+    } catch (const Unreadable& error) {
+      why = error.what();
+    }
     EXPECT_NE(why.find(reason), std::string::npos) << text << ": " << why;
   }
 }
 
 TEST(Call, IsTakenApart) {
-  std::string why;
-  const auto call = ParseCall(" RotateVel( -7.5e1 , &c80ff2040,3 ) ", &why);
-  ASSERT_TRUE(call) << why;
-  EXPECT_EQ(call->name, "RotateVel");
-  EXPECT_EQ(call->arguments,
+  const CallText call = ParseCall(" RotateVel( -7.5e1 , &c80ff2040,3 ) ");
+  EXPECT_EQ(call.name, "RotateVel");
+  EXPECT_EQ(call.arguments,
             (std::vector<Argument>{-75.0, Color{0x80FF2040}, Argument(int64_t{3})}));
   for (const char* wrong :
        {"", "A(", "A(1,)", "A(&cFFF)", "A(1) B", "A(0x10)", "A(1e)", "A(inf)"}) {
-    EXPECT_FALSE(ParseCall(wrong, &why)) << wrong;
+    EXPECT_THROW(ParseCall(wrong), Unreadable) << wrong;
   }
 }
 

@@ -3,16 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/cairo_storage.h"
-#include "simulator/gdk_storage.h"
+#include "simulator/image.h"
+#include "simulator/storage.h"
 
 namespace sim {
 namespace {
 
 std::unique_ptr<Storage> MakeCairo(int width, int height, bool alpha, int extraStrideBytes,
                                    PixelPool& pool) {
-  EXPECT_EQ(InstallCairoStorage(), "");
-  return CairoStorage::Make({width, height, alpha, RowLayout::kContiguous, extraStrideBytes, pool});
+  return MakeStorage(StorageKind::kCairo,
+                     {width, height, alpha, RowLayout::kContiguous, extraStrideBytes, pool});
 }
 
 TEST(DesktopStorages, KeepPixelsThroughALock) {
