@@ -35,8 +35,8 @@ constexpr StorageCase kStorages[] = {
     {"three-byte", sim::kGdkHost, false, 3},
 };
 
-// 4001 x 2999 because the strides of real pictures are multiples of 4 bytes and no more, 4096 x 4096
-// because its rows lie a power of two apart, where cache sets collide.
+// 4001 x 2999 because the strides of real pictures are multiples of 4 bytes and no more, 4096 x
+// 4096 because its rows lie a power of two apart, where cache sets collide.
 constexpr Size kSizes[] = {{32, 32},     {128, 128},   {256, 256},  {512, 512},
                            {1920, 1080}, {4001, 2999}, {4096, 4096}};
 constexpr Size kQuickSizes[] = {{32, 32}, {512, 512}, {1920, 1080}};
