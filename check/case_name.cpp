@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "check/refused.h"
+#include "simulator/plugin.h"
 
 namespace check {
 namespace {
@@ -102,9 +102,9 @@ Case Case::Parse(const std::string& name) {
   Case parsed{std::string(method), SetupNamed(setup), 0, {}};
   const auto details = Details::Parse(rest);
   if (parsed.setup == nullptr || !IsNumber(version, parsed.version) || !details) {
-    throw Refused("--case '" + name +
-                  "' is no case: give one as the check names it, such as "
-                  "'HMirrorVel/console/2012.01/call 3'");
+    throw sim::PluginError("--case '" + name +
+                           "' is no case: give one as the check names it, such as "
+                           "'HMirrorVel/console/2012.01/call 3'");
   }
   parsed.details = *details;
   return parsed;

@@ -46,7 +46,7 @@ struct Case {
 
   /// "HMirrorVel/cairo/2011.5/call 3"
   std::string Name() const;
-  /// Throws Refused when there can be no such case.
+  /// Throws sim::PluginError when there can be no such case.
   static Case Parse(const std::string& name);
 };
 

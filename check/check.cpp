@@ -16,7 +16,6 @@
 #include "check/groups.h"
 #include "check/isolation.h"
 #include "check/plugin_file.h"
-#include "check/refused.h"
 #include "check/workers.h"
 #include "simulator/storage.h"
 
@@ -134,9 +133,8 @@ class Check {
     for (const double version : kCallVersions) {
       if (quick_ && version != kNewest) continue;
       for (const sim::PictureSetup& setup : sim::PictureSetups()) {
-        const bool isQuick =
-            std::any_of(kStartSetups, kStartSetups + kQuickSetups,
-                        [&setup](const char* name) { return SetupNamed(name) == &setup; });
+        constexpr auto kEnd = kStartSetups + kQuickSetups;
+        const bool isQuick = std::find(kStartSetups, kEnd, std::string_view(setup.name)) != kEnd;
         if (quick_ && !isQuick) continue;
         if (starts_[method].contains({setup.application, version})) {
           groups.push_back({method, &setup, version, withParameters_.contains(method)});
@@ -206,7 +204,7 @@ Loading TryLoading(const std::string& path, double seconds) {
     return {{kLoading, {ending.finding}},
             ending.finding.when.find("unloaded") != std::string::npos};
   }
-  if (ending.text != "loaded") throw Refused(ending.text);
+  if (ending.text != "loaded") throw sim::PluginError(ending.text);
   return {};
 }
 

@@ -24,10 +24,11 @@ struct CheckOptions {
 /// Told what is tried now, and how much of it is done.
 using Watcher = std::function<void(const char* what, size_t done, size_t all)>;
 
-/// All cases of a plugin. Throws Refused when the file cannot be checked.
+/// All cases of a plugin. Throws sim::PluginError when the file cannot be checked.
 std::vector<CaseResult> RunCheck(const CheckOptions& options, const Watcher& watcher);
 
-/// The one case of that name, in this process, printing every call into the host. Throws Refused.
+/// The one case of that name, in this process, printing every call into the host. Throws
+/// sim::PluginError.
 CaseResult RunOneCase(const CheckOptions& options, const std::string& name);
 
 }  // namespace check

@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include "check/isolation.h"
-#include "check/refused.h"
 
 namespace check {
 
@@ -146,14 +145,10 @@ class GroupRun {
   /// Other sizes, and other arguments. Those that lead to other calls are ways of their own.
   void TryOthers(const Details& first) {
     std::vector<Details> others;
-    for (const Size size : kOtherSizes) {
-      others.push_back(first);
-      others.back().size = size;
-    }
+    for (const Size size : kOtherSizes) others.emplace_back(first).size = size;
     if (group_.hasParameters) {
       for (const ArgumentSet& set : ArgumentSets().subspan(1)) {
-        others.push_back(first);
-        others.back().arguments = &set;
+        others.emplace_back(first).arguments = &set;
       }
     }
     for (const Details& details : others) {
@@ -220,7 +215,8 @@ Usual UsualOf(LoadedPlugin& loaded, const Case& each, double seconds) {
   const Ending ending =
       RunIsolated([&] { return Dumped(RunCase(loaded, each, nullptr)); }, seconds);
   if (!ending.returned) {
-    throw Refused("the undisturbed case does not come to its end: --case '" + each.Name() + "'");
+    throw sim::PluginError("the undisturbed case does not come to its end: --case '" + each.Name() +
+                           "'");
   }
   return nlohmann::json::parse(ending.text).get<CaseReport>().shown;
 }

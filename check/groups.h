@@ -40,7 +40,7 @@ struct GroupResult {
 /// Runs the cases of a group one after the other, each in a process of its own.
 GroupResult RunGroup(LoadedPlugin& loaded, const Group& group, const CaseLimits& limits);
 
-/// What an undisturbed case shows; throws Refused when it does not come to its end.
+/// What an undisturbed case shows; throws sim::PluginError when it does not come to its end.
 Usual UsualOf(LoadedPlugin& loaded, const Case& each, double seconds);
 
 /// Whether the outcome of an undisturbed case depends on litter: with the same litter it is the

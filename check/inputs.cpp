@@ -34,8 +34,7 @@ const ArgumentSet kSets[] = {
 std::span<const ArgumentSet> ArgumentSets() { return kSets; }
 
 const ArgumentSet* ArgumentSetNamed(std::string_view name) {
-  const auto set = std::find_if(std::begin(kSets), std::end(kSets),
-                                [name](const ArgumentSet& each) { return each.name == name; });
+  const auto set = std::ranges::find(kSets, name, &ArgumentSet::name);
   return set == std::end(kSets) ? nullptr : set;
 }
 
@@ -56,28 +55,18 @@ sim::Picture* Inputs::NewReceiver() {
 }
 
 sim::Picture* Inputs::PictureFor(PictureChoice choice) {
-  const sim::PictureOptions usual = {setup_.source, setup_.alpha, setup_.rows};
-  const auto argument = [this](Size size, const sim::PictureOptions& options) {
-    return NewPicture(size, options, "the argument");
-  };
-  switch (choice) {
-    case PictureChoice::kUsual:
-      return argument(size_, usual);
-    case PictureChoice::kNull:
-      return nullptr;
-    case PictureChoice::kReceiver:
-      return receiver_;
-    case PictureChoice::kOtherSize:
-      return argument({size_.width + 4, size_.height + 2}, usual);
-    case PictureChoice::kOtherStorage:
-      // Where all are alike, one that cannot be locked at all.
-      return argument(size_, setup_.target != setup_.source
-                                 ? sim::PictureOptions{setup_.target}
-                                 : sim::PictureOptions{sim::StorageKind::kNone});
-    case PictureChoice::kOtherAlpha:
-      return argument(size_, {setup_.source, !setup_.alpha, setup_.rows});
+  using enum PictureChoice;
+  if (choice == kNull) return nullptr;
+  if (choice == kReceiver) return receiver_;
+  Size size = size_;
+  sim::PictureOptions options = {setup_.source, setup_.alpha, setup_.rows};
+  if (choice == kOtherSize) size = {size_.width + 4, size_.height + 2};
+  if (choice == kOtherAlpha) options.alpha = !options.alpha;
+  if (choice == kOtherStorage) {
+    // Where all are alike, one that cannot be locked at all.
+    options = {setup_.target != setup_.source ? setup_.target : sim::StorageKind::kNone};
   }
-  return nullptr;
+  return NewPicture(size, options, "the argument");
 }
 
 sim::String* Inputs::NewText(std::string_view bytes) {

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <vector>
 
-#include "check/refused.h"
+#include "simulator/plugin.h"
 
 namespace check {
 namespace {
@@ -35,22 +35,23 @@ void CheckFile(const std::string& path) {
   const std::string name = ": name a plugin's file";
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  if (!fs::exists(status)) throw Refused("there is no plugin " + path + name);
-  if (fs::is_directory(status)) throw Refused(path + " is a folder" + name);
-  if (!fs::is_regular_file(status)) throw Refused(path + " is no file that can be loaded" + name);
+  if (!fs::exists(status)) throw sim::PluginError("there is no plugin " + path + name);
+  if (fs::is_directory(status)) throw sim::PluginError(path + " is a folder" + name);
+  if (!fs::is_regular_file(status))
+    throw sim::PluginError(path + " is no file that can be loaded" + name);
   std::ifstream file(path, std::ios::binary);
-  if (!file) throw Refused(path + " cannot be read: look at its permissions");
+  if (!file) throw sim::PluginError(path + " cannot be read: look at its permissions");
   Elf32_Ehdr header = {};
   file.read(reinterpret_cast<char*>(&header), sizeof header);
   if (!file || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_type != ET_DYN) {
-    throw Refused(path + " is no shared library" + name);
+    throw sim::PluginError(path + " is no shared library" + name);
   }
   if (header.e_ident[EI_CLASS] != ELFCLASS32 || header.e_machine != EM_386) {
-    throw Refused(path +
-                  " is no 32-bit i386 library, as this host's plugins are: build it with -m32");
+    throw sim::PluginError(
+        path + " is no 32-bit i386 library, as this host's plugins are: build it with -m32");
   }
   if (LengthByHeader(file, header) > fs::file_size(path, error)) {
-    throw Refused(path + " is cut off: copy or build it again");
+    throw sim::PluginError(path + " is cut off: copy or build it again");
   }
 }
 

@@ -4,7 +4,8 @@
 
 namespace check {
 
-/// Throws Refused, with what would be right, unless the file is a whole 32-bit i386 library.
+/// Throws sim::PluginError, with what would be right, unless the file is a whole 32-bit i386
+/// library.
 void CheckFile(const std::string& path);
 
 }  // namespace check

@@ -28,7 +28,7 @@ std::unique_ptr<FencedBytes> FencedBytes::Make(uint64_t byteCount, Edge edge, si
     if (made->block_ == nullptr) throw std::bad_alloc();
     made->before_ = made->after_ = fenceBytes;
   } else {
-    made->pageBytes_ = std::max(size + kPageBytes - 1, kPageBytes) / kPageBytes * kPageBytes;
+    made->pageBytes_ = WholePages(std::max(size, size_t{1}));
     void* const pages = mmap(nullptr, made->pageBytes_ + 2 * kPageBytes, PROT_NONE,
                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (pages == MAP_FAILED) throw std::bad_alloc();

@@ -13,6 +13,10 @@ namespace sim {
 constexpr uint8_t kGuardByte = 0xE7;
 constexpr size_t kFenceBytes = 64;
 constexpr size_t kPageBytes = 4096;
+/// The bytes of all pages that this many reach into.
+constexpr size_t WholePages(size_t size) {
+  return (size + kPageBytes - 1) / kPageBytes * kPageBytes;
+}
 
 /// True when all `size` bytes are guard bytes.
 bool IsGuard(const uint8_t* bytes, size_t size);

@@ -37,7 +37,7 @@ int HookedMincore(void* begin, size_t byteCount, unsigned char* states) {
   return Ask("mincore", begin, byteCount, PageCall::kAsk, __builtin_return_address(0), [&] {
     const int result = mincore(begin, byteCount, states);
     if (result == 0 && Host::Exists() && Host::Current().settings.pagesMissing) {
-      std::memset(states, 0, (byteCount + kPageBytes - 1) / kPageBytes);
+      std::memset(states, 0, WholePages(byteCount) / kPageBytes);
     }
     return result;
   });

@@ -107,10 +107,9 @@ bool Host::AdmitPageCall(const char* name, const void* begin, size_t byteCount, 
                          const void* callSite) {
   const CallScope scope(*this, name, callSite);
   const auto first = reinterpret_cast<uintptr_t>(begin), last = first + byteCount;
-  const uintptr_t lastPageEnd = (last + kPageBytes - 1) / kPageBytes * kPageBytes;
   for (const Picture* const picture : LivePictures()) {
     const Storage* const storage = picture->storage.get();
-    if (storage != nullptr && storage->TouchesPages(first, lastPageEnd) &&
+    if (storage != nullptr && storage->TouchesPages(first, WholePages(last)) &&
         !storage->CoversPages(first, last)) {
       Misuse("names pages that hold pixels of " + picture->Name() + " and something else");
     }

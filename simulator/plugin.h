@@ -17,7 +17,7 @@
 
 namespace sim {
 
-/// A shared object that cannot be loaded, a method that is not there, arguments that do not fit:
+/// A file that is no plugin, a method or a case that is not there, arguments that do not fit:
 /// what() says what is wrong and what would be right.
 struct PluginError : std::runtime_error {
   using std::runtime_error::runtime_error;

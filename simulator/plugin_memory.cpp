@@ -279,33 +279,26 @@ void HookedDeleteAligned(void* address) {
 }
 
 // Mapped pages. Whatever part of them is unmapped, the rest stays the plugin's.
-size_t WholePages(size_t size) { return (size + kPageBytes - 1) / kPageBytes * kPageBytes; }
-
 void ForgetPages(void* address, size_t size) {
   if (!Host::Exists()) return;
   auto& all = Host::Current().ledger.pluginAllocations;
   auto* const begin = static_cast<uint8_t*>(address);
   uint8_t* const end = begin + WholePages(size);
-  std::vector<std::pair<void*, Allocation>> touched;
-  for (const auto& [first, allocation] : all) {
-    auto* const byte = static_cast<uint8_t*>(first);
-    if (allocation.isMapped && byte < end && byte + allocation.size > begin) {
-      touched.emplace_back(first, allocation);
-    }
-  }
-  for (auto& [first, allocation] : touched) {
-    all.erase(first);
-    auto* const byte = static_cast<uint8_t*>(first);
-    uint8_t* const last = byte + allocation.size;
-    if (byte < begin) {
-      allocation.size = static_cast<size_t>(begin - byte);
-      all[byte] = allocation;
-    }
-    if (last > end) {
-      allocation.size = static_cast<size_t>(last - end);
-      all[end] = allocation;
-    }
-  }
+  std::vector<std::pair<void*, Allocation>> rests;
+  const auto keep = [&rests](uint8_t* first, const uint8_t* last, Allocation rest) {
+    if (first >= last) return;
+    rest.size = static_cast<size_t>(last - first);
+    rests.emplace_back(first, rest);
+  };
+  std::erase_if(all, [&](const auto& each) {
+    auto* const first = static_cast<uint8_t*>(each.first);
+    uint8_t* const last = first + each.second.size;
+    if (!each.second.isMapped || first >= end || last <= begin) return false;
+    keep(first, begin, each.second);
+    keep(end, last, each.second);
+    return true;
+  });
+  all.insert(rests.begin(), rests.end());
 }
 
 void* MadePages(const char* name, void* pages, size_t size, Site site) {

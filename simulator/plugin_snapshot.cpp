@@ -1,10 +1,11 @@
 #include "simulator/plugin_snapshot.h"
 
 #include <link.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <stdexcept>
+
+#include "simulator/fenced_bytes.h"
 
 namespace sim {
 namespace {
@@ -13,11 +14,6 @@ struct Segments {
   uintptr_t inside;  ///< an address in the object that is looked for
   std::vector<std::pair<uintptr_t, uintptr_t>> writable;
 };
-
-uintptr_t PageUp(uintptr_t address) {
-  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-  return (address + page - 1) / page * page;
-}
 
 /// What the loader made read-only after relocation is no state: it is left out.
 int CollectWritable(dl_phdr_info* object, size_t, void* data) {
@@ -31,7 +27,7 @@ int CollectWritable(dl_phdr_info* object, size_t, void* data) {
     const uintptr_t end = first + header.p_memsz;
     if (header.p_type == PT_LOAD && wanted.inside >= first && wanted.inside < end) found = true;
     if (header.p_type == PT_LOAD && (header.p_flags & PF_W) != 0) writable.emplace_back(first, end);
-    if (header.p_type == PT_GNU_RELRO) relroEnd = PageUp(end);
+    if (header.p_type == PT_GNU_RELRO) relroEnd = WholePages(end);
   }
   if (!found) return 0;
   for (auto& [first, end] : writable) {

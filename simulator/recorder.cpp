@@ -13,10 +13,7 @@ namespace {
 
 constexpr size_t kMaxRecorded = 128;
 
-std::vector<std::string>& RecordedNames() {
-  static std::vector<std::string> names;
-  return names;
-}
+std::vector<std::string> recordedNames;
 
 // eax and edx: where a cdecl caller finds 64-bit results, and narrower ones in the lower part.
 extern "C" __attribute__((visibility("hidden"), used, no_sanitize("address"))) uint64_t
@@ -24,7 +21,7 @@ simRecordCall(uint32_t number, const uint32_t* words) {
   // The caller's return address lies below its arguments.
   const auto* const site = reinterpret_cast<const void*>(words[-1]);
   Host& host = Host::Current();
-  const std::string& name = RecordedNames()[number];
+  const std::string& name = recordedNames[number];
   const CallScope scope(host, name.c_str(), site);
   Recorder* const recorder = host.FindRecorder(name);
   if (recorder == nullptr || host.Missing(name)) host.Misuse("called on a host that lacks it");
@@ -62,12 +59,11 @@ constexpr std::array<void (*)(), sizeof...(kNumbers)> MakeThunks(std::index_sequ
 
 void* RecorderAddress(std::string_view name) {
   static constexpr auto thunks = MakeThunks(std::make_index_sequence<kMaxRecorded>());
-  auto& names = RecordedNames();
-  const auto found = std::find(names.begin(), names.end(), name);
-  const auto number = static_cast<size_t>(found - names.begin());
-  if (found == names.end()) {
+  const auto found = std::find(recordedNames.begin(), recordedNames.end(), name);
+  const auto number = static_cast<size_t>(found - recordedNames.begin());
+  if (found == recordedNames.end()) {
     if (number == kMaxRecorded) Host::Current().Misuse("too many recorders");
-    names.emplace_back(name);
+    recordedNames.emplace_back(name);
   }
   return reinterpret_cast<void*>(thunks[number]);
 }

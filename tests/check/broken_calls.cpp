@@ -206,19 +206,10 @@ const Fault kFaults[] = {
        if (pixels != nullptr) *pixels = 0;
        return done;
      }},
-    {"cairo_reference",
-     [](Picture* picture) {
-       return WithContext(picture, [](void* context) { CallCairo("cairo_reference", context); });
-     }},
-    {"cairo_save",
-     [](Picture* picture) {
-       return WithContext(picture, [](void* context) { CallCairo("cairo_save", context); });
-     }},
+    {"cairo_reference", [](Picture* picture) { return CallOnContext(picture, "cairo_reference"); }},
+    {"cairo_save", [](Picture* picture) { return CallOnContext(picture, "cairo_save"); }},
     {"cairo_translate",
-     [](Picture* picture) {
-       return WithContext(picture,
-                          [](void* context) { CallCairo("cairo_translate", context, 2.0, 3.0); });
-     }},
+     [](Picture* picture) { return CallOnContext(picture, "cairo_translate", 2.0, 3.0); }},
     {"surface",
      [](Picture* picture) {
        return WithContext(picture, [](void* context) {

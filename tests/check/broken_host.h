@@ -77,6 +77,11 @@ bool WithContext(Picture* picture, Use use) {
   });
 }
 
+template <class... Args>
+bool CallOnContext(Picture* picture, const char* name, Args... args) {
+  return WithContext(picture, [=](void* context) { CallCairo(name, context, args...); });
+}
+
 inline void* AskVersion(void*) { return Host<void*>("REALGetRBVersion"); }
 
 inline bool WriteCleared(Picture* picture, uint32_t word) {
