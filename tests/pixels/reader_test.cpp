@@ -33,7 +33,7 @@ struct ReaderCase {
   double version;
   /// After "kinds alpha? ".
   std::string steps;
-  uint32_t pixelType;  // 0: refused
+  uint32_t format;  // 0: refused
   /// What the application is known as afterwards: c for console, d for desktop, or neither.
   char known;
   /// Where temporary copies go.
@@ -41,17 +41,18 @@ struct ReaderCase {
 };
 
 const ReaderCase kCases[] = {
-    {"Console", kConsole, kBlock, false, 'c', 2012.0, "10 hold", 8, 'c'},
-    {"ConsoleEdited", kConsole, kBlock, false, 'e', 0.0, "10 hold", 8, 'c'},
-    {"Web", kWeb, kBlock, true, 'c', 2012.0, "10 hold", 8, 'c'},
+    {"Console", kConsole, kBlock, false, 'c', 2012.0, "10 hold", kPixelConsole, 'c'},
+    {"ConsoleEdited", kConsole, kBlock, false, 'e', 0.0, "10 hold", kPixelConsole, 'c'},
+    {"Web", kWeb, kBlock, true, 'c', 2012.0, "10 hold", kPixelConsole, 'c'},
     {"ConsoleNotLockable", kConsole, kNone, false, 'c', 2012.0, "10", 0, 'c'},
     {"OldConsoleNotLockable", kConsole, kNone, true, 'c', 2011.99, "10 unlock", 0, 'c'},
-    {"Unknown", kUnknown, kBlock, false, 'c', 2012.0, "12 6 10 hold", 8, 'c'},
-    {"UnknownEdited", kUnknown, kBlock, false, 'e', 2012.0, "12 6 10 hold", 8, 'c'},
-    {"OldUnknown", kUnknown, kBlock, false, 'r', 2011.99, "12 unlock 6 unlock 10 hold", 8, 'c'},
-    {"UnknownAlpha", kUnknown, kBlock, true, 'c', 2012.0, "12 10 hold", 8, 'c'},
+    {"Unknown", kUnknown, kBlock, false, 'c', 2012.0, "12 6 10 hold", kPixelConsole, 'c'},
+    {"UnknownEdited", kUnknown, kBlock, false, 'e', 2012.0, "12 6 10 hold", kPixelConsole, 'c'},
+    {"OldUnknown", kUnknown, kBlock, false, 'r', 2011.99, "12 unlock 6 unlock 10 hold",
+     kPixelConsole, 'c'},
+    {"UnknownAlpha", kUnknown, kBlock, true, 'c', 2012.0, "12 10 hold", kPixelConsole, 'c'},
     {"UnknownCopied", kUnknown, kNone, false, 'c', 2012.0,
-     "12 6 10 " COPY "kinds alpha? 12 6 10 hold drop", 8, 'c'},
+     "12 6 10 " COPY "kinds alpha? 12 6 10 hold drop", kPixelConsole, 'c'},
     {"UnknownNotLockable", kUnknown, kNone, false, 'r', 2012.0, "12 6 10", 0, '-'},
     {"CopyNotCopiedAgain", kUnknown, kNone, false, 'c', 2012.0,
      "12 6 10 " COPY "kinds alpha? 12 6 10 drop", 0, '-', kNone},
@@ -61,14 +62,14 @@ const ReaderCase kCases[] = {
      'd'},
     {"DesktopCopyOfNoUse", kDesktop, kNone, false, 'c', 2012.0, "12 6 " COPY "alpha? 12 6 drop", 0,
      'd'},
-    {"Cairo", kDesktop, kCairo, false, 'c', 2012.0, "12 hold", 15, 'd'},
-    {"CairoAlphaEdited", kDesktop, kCairo, true, 'e', 0.0, "12 hold", 14, 'd'},
-    {"UnknownCairo", kUnknown, kCairo, true, 'c', 2012.0, "12 hold", 14, 'd'},
+    {"Cairo", kDesktop, kCairo, false, 'c', 2012.0, "12 hold", kPixelRgb32, 'd'},
+    {"CairoAlphaEdited", kDesktop, kCairo, true, 'e', 0.0, "12 hold", kPixelArgb32, 'd'},
+    {"UnknownCairo", kUnknown, kCairo, true, 'c', 2012.0, "12 hold", kPixelArgb32, 'd'},
     {"ConsoleRefusesCairo", kConsole, kCairo, true, 'c', 2012.0, "10", 0, 'c'},
     {"DesktopCopiedToCairo", kDesktop, kNone, false, 'c', 2012.0,
-     "12 6 " COPY "alpha? 12 hold drop", 15, 'd', kCairo},
-    {"Gdk", kDesktop, kGdk, false, 'r', 2012.0, "12 6 hold", 11, 'd'},
-    {"OldUnknownGdk", kUnknown, kGdk, false, 'c', 2011.99, "12 unlock 6 hold", 11, 'd'},
+     "12 6 " COPY "alpha? 12 hold drop", kPixelRgb32, 'd', kCairo},
+    {"Gdk", kDesktop, kGdk, false, 'r', 2012.0, "12 6 hold", kPixelRgb24, 'd'},
+    {"OldUnknownGdk", kUnknown, kGdk, false, 'c', 2011.99, "12 unlock 6 hold", kPixelRgb24, 'd'},
     {"GdkNotEdited", kDesktop, kGdk, false, 'e', 2012.0, "12 6 hold unlock clear drop", 0, 'd'},
 };
 
@@ -95,27 +96,27 @@ TEST_P(Reader, TriesTheStoragesInOrder) {
                                               edits ? "GetPictureEditor" : "GetPictureReader",
                                               editor, picture->handle());
   EXPECT_EQ(session.Steps(), "kinds alpha? " + param.steps);
-  EXPECT_EQ(opened, param.pixelType != 0);
+  EXPECT_EQ(opened, param.format != 0);
   EXPECT_EQ(session.isConsole(), param.known == 'c');
   EXPECT_EQ(session.isDesktop(), param.known == 'd');
   EXPECT_EQ(editor.picture != nullptr, opened);
-  EXPECT_EQ(editor.pixbuf != nullptr, param.pixelType == kPixelRgb24);
+  EXPECT_EQ(editor.pixbuf != nullptr, param.format == kPixelRgb24);
   if (opened) {
     EXPECT_EQ(std::tuple(editor.width, editor.height, editor.accessX, editor.accessY),
               std::tuple(5, 3, 0, 0));
-    EXPECT_EQ(editor.pixelType, param.pixelType);
-    EXPECT_EQ(editor.bytesPerPixel, param.pixelType == kPixelRgb24 ? 3 : 4);
-    if (param.pixelType != kPixelRgb24) {
-      EXPECT_EQ(editor.rowBytes, param.pixelType == kPixelConsole ? 20 : 32);
+    EXPECT_EQ(editor.pixelType, param.format);
+    EXPECT_EQ(editor.bytesPerPixel, param.format == kPixelRgb24 ? 3 : 4);
+    if (param.format != kPixelRgb24) {
+      EXPECT_EQ(editor.rowBytes, param.format == kPixelConsole ? 20 : 32);
     }
     EXPECT_EQ(editor.baseAddress, editor.pixels);
     EXPECT_EQ(editor.ownedBuffer, nullptr);
     EXPECT_EQ(editor.hasAlpha, param.alpha);
     EXPECT_EQ(std::pair(editor.writable, editor.allowCopy), std::pair(edits, param.mode != 'r'));
-    ASSERT_EQ(editor.rowTable != nullptr, param.pixelType == kPixelConsole);
+    ASSERT_EQ(editor.rowTable != nullptr, param.format == kPixelConsole);
     EXPECT_EQ(editor.rowTable != nullptr ? *editor.rowTable : editor.pixels, editor.pixels);
     const velpicture::Rgba read = session.Get(editor, 4, 2);
-    if (param.pixelType != kPixelArgb32) {  // where colours are premultiplied
+    if (param.format != kPixelArgb32) {  // where colours are premultiplied
       EXPECT_EQ(std::pair(read.red, read.blue),
                 std::pair(int{image.At(4, 2).red}, int{image.At(4, 2).blue}));
     }
