@@ -85,12 +85,6 @@ bool PreparedCall::MakesNumber() const {
   return method->result != sim::Type::kPicture && method->result != sim::Type::kBoolean;
 }
 
-std::vector<std::string> HostNames() {
-  std::vector<std::string> names;
-  for (const sim::HostKind& kind : sim::kHostKinds) names.emplace_back(kind.name);
-  return names;
-}
-
 MethodRunner::MethodRunner(const Options& options)
     : hostName_(NameOf(options)),
       keepsAlpha_(KindOf(options).alpha != sim::StorageKind::kNone &&

@@ -43,9 +43,6 @@ struct MethodFailed : std::runtime_error {
 /// "320 x 480"
 std::string SizeText(int width, int height);
 
-/// The kinds of host that there are, as Options::host names them.
-std::vector<std::string> HostNames();
-
 class MethodRunner {
  public:
   /// Starts the host and the plugin. Throws UserError or sim::PluginError when something is

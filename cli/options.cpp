@@ -5,8 +5,9 @@
 #include <iterator>
 #include <sstream>
 
-#include "cli/method_runner.h"
 #include "cli/user_error.h"
+#include "simulator/declaration.h"
+#include "simulator/settings.h"
 #include "transforms/kernels/variant_names.h"
 
 namespace velhost {
@@ -36,6 +37,12 @@ std::string Choices(const std::vector<std::string>& words) {
   std::string choices;
   for (const std::string& word : words) choices += (choices.empty() ? "" : "|") + word;
   return choices;
+}
+
+std::vector<std::string> HostNames() {
+  std::vector<std::string> names;
+  for (const sim::HostKind& kind : sim::kHostKinds) names.emplace_back(kind.name);
+  return names;
 }
 
 std::vector<std::string> KernelNames() {

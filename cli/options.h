@@ -21,7 +21,7 @@ struct Options {
   std::vector<std::string> calls;
   std::string output;
   imaging::WriteOptions write;
-  std::string host = "console";  ///< one of HostNames()
+  std::string host = "console";  ///< the name of one of sim::kHostKinds
   double hostVersion = 2012.01;
   std::string plugin;  ///< empty for VelPicture.so beside the executable
   std::string kernels;
