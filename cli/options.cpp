@@ -16,8 +16,8 @@ namespace {
 const std::vector<std::string> kFormats = {"png", "jpg", "bmp"};
 
 constexpr const char* kAbout =
-    "Loads VelPicture.so into a simulated host and runs its Picture methods on\n"
-    "picture files.";
+    "Loads a plugin into a simulated host and runs its Picture methods on picture\n"
+    "files, or checks what the plugin leaks and breaks.";
 
 constexpr const char* kFooter =
     "Examples:\n"
