@@ -23,7 +23,7 @@ std::string LabelOf(const sim::Method& method, const std::vector<sim::Method>& a
   if (count == 1) return method.name;
   std::string types;
   for (const sim::Parameter& parameter : method.parameters) {
-    types += (types.empty() ? "" : ",") + std::string(sim::TypeName(parameter.type));
+    types += (types.empty() ? "" : ",") + parameter.typeText;
   }
   return method.name + "(" + types + ")";
 }

@@ -118,11 +118,11 @@ std::string SkippedAsText(const std::vector<CaseResult>& results) {
   std::vector<const CaseResult*> firsts;
   for (const CaseResult& result : results) {
     if (result.skipped.empty()) continue;
-    if (more[result.skipped]++ == 0) firsts.push_back(&result);
+    if (more[MethodOf(result.name) + "|" + result.skipped]++ == 0) firsts.push_back(&result);
   }
   std::string text;
   for (const CaseResult* const first : firsts) {
-    const size_t count = more[first->skipped] - 1;
+    const size_t count = more[MethodOf(first->name) + "|" + first->skipped] - 1;
     text += "skipped: " + first->name + ": " + first->skipped;
     if (count > 0) text += " (and " + std::to_string(count) + " more)";
     text += "\n";

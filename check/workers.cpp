@@ -101,8 +101,12 @@ std::vector<std::string> RunShared(size_t count, int processes,
   close(ends[1]);
   std::vector<std::string> results(count);
   size_t finished = 0;
-  for (Header header; ReadAll(ends[0], &header, sizeof header); ++finished, done()) {
-    std::string& result = results.at(header.index);
+  // Not to the end of the pipe: a child that got away from a plugin may hold it open. A worker that
+  // was killed at a result's half would leave a header that is none.
+  for (Header header; finished < count && ReadAll(ends[0], &header, sizeof header);
+       ++finished, done()) {
+    if (header.index >= count) break;
+    std::string& result = results[header.index];
     result.resize(header.size);
     if (!ReadAll(ends[0], result.data(), header.size)) break;
   }

@@ -183,7 +183,7 @@ void DeclareOptions(CLI::App& app, Options& options) {
   app.add_option("--host-version", options.hostVersion, "what the host says it is [2012.01]")
       ->option_text("NUMBER")
       ->check(CLI::Range(0.0, 9999.0));
-  app.add_option("--plugin", options.plugin, "plugin to load [VelPicture.so beside velhost]")
+  app.add_option("--plugin", options.plugin, "plugin to load [VelPicture.so that came with it]")
       ->option_text("FILE");
   app.add_option("--kernels", options.kernels, "pixel kernels to use [the fastest that can run]")
       ->option_text(Choices(KernelNames()));

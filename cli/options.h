@@ -23,7 +23,7 @@ struct Options {
   imaging::WriteOptions write;
   std::string host = "console";  ///< the name of one of sim::kHostKinds
   double hostVersion = 2012.01;
-  std::string plugin;  ///< empty for VelPicture.so beside the executable
+  std::string plugin;  ///< empty for VelPicture.so that came with velhost
   std::string kernels;
   bool force = false;
   bool orient = true;

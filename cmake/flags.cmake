@@ -64,6 +64,15 @@ function(velpicture_plugin target)
   target_link_libraries(${target} PRIVATE -lm -lc -lgcc)
 endfunction()
 
+# Gives `target` debugging symbols. A release has them in an archive of their own, where the sources
+# lie in a folder of this name.
+function(velpicture_symbols target)
+  if(NOT VEL_SANITIZE)
+    target_compile_options(${target} PRIVATE -g
+      -fdebug-prefix-map=${PROJECT_SOURCE_DIR}=/VelPicture-${PROJECT_VERSION})
+  endif()
+endfunction()
+
 # Makes `target` a program that runs where a C library is: the C++ run-time library is within. What
 # plugins need of it to let exceptions pass is shown to them.
 function(velpicture_standalone target)

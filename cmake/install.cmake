@@ -35,7 +35,13 @@ function(install_packages plugin_folder header_folder library_folder)
   # A project whose -m32 comes with the package's target counts as a 64-bit one.
   write_basic_package_version_file(${made}/VelPictureConfigVersion.cmake
     COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
-  file(RELATIVE_PATH prefix /${library_folder}/pkgconfig /)
+  set(here ${library_folder}/pkgconfig)
+  cmake_path(ABSOLUTE_PATH here BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
+  foreach(kind plugin header)
+    cmake_path(ABSOLUTE_PATH ${kind}_folder BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
+      OUTPUT_VARIABLE there)
+    file(RELATIVE_PATH ${kind}_from_here ${here} ${there})
+  endforeach()
   configure_file(cmake/package/velpicture.pc.in ${made}/velpicture.pc @ONLY)
   install(FILES ${made}/VelPictureConfig.cmake ${made}/VelPictureConfigVersion.cmake
     DESTINATION ${package} ${ARGN})

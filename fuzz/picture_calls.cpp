@@ -91,7 +91,7 @@ class PictureCall {
   }
 
  private:
-  /// Methods added at the end, up to so many, leave those that kept inputs pick.
+  /// Methods added at the end, up to so many, leave what kept inputs pick, but for those beyond.
   static const sim::Method& PickMethod(FuzzCase& fuzzCase) {
     constexpr int kMostMethods = 16;
     const std::vector<sim::Method>& methods = fuzzCase.plugin.methods();

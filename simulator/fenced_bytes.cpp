@@ -28,10 +28,11 @@ std::unique_ptr<FencedBytes> FencedBytes::Make(uint64_t byteCount, Edge edge, si
     if (made->block_ == nullptr) throw std::bad_alloc();
     made->before_ = made->after_ = fenceBytes;
   } else {
-    made->pageBytes_ = WholePages(std::max(size, size_t{1}));
-    void* const pages = mmap(nullptr, made->pageBytes_ + 2 * kPageBytes, PROT_NONE,
+    const size_t pageBytes = WholePages(std::max(size, size_t{1}));
+    void* const pages = mmap(nullptr, pageBytes + 2 * kPageBytes, PROT_NONE,
                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (pages == MAP_FAILED) throw std::bad_alloc();
+    made->pageBytes_ = pageBytes;
     made->block_ = static_cast<uint8_t*>(pages);
     made->Allow(Access::kWrite);
     (edge == Edge::kEndsAtPage ? made->before_ : made->after_) = made->pageBytes_ - size;

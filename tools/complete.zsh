@@ -4,7 +4,7 @@ zmodload zsh/zpty
 cd $2
 path=($PWD $path)
 if [[ $1 == bash ]]; then
-  zpty shell env TERM=dumb bash --norc --noprofile -i
+  zpty shell env TERM=dumb HISTFILE= bash --norc --noprofile -i
   zpty -w shell $'PS1=; source shell/velhost.bash; bind -x \'"\\C-g": printf "[%s]\\n" "$READLINE_LINE"\'; echo rea""dy'
 else
   zpty shell env TERM=dumb zsh -f -i

@@ -5,7 +5,7 @@
 namespace velhost {
 namespace {
 
-// What `command` calls the methods that its plugin registers.
+// What `command` calls the methods of the plugin that it came with.
 std::string MethodsOf(const std::string& command) {
   return "$(" + command + " --list 2>/dev/null | sed 's/[ (].*//')";
 }

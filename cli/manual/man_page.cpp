@@ -1,3 +1,5 @@
+#include <cctype>
+#include <map>
 #include <sstream>
 
 #include "cli/manual/pages.h"
@@ -5,16 +7,17 @@
 namespace velhost {
 namespace {
 
-// Text of a page: a dash is no hyphen, a backslash no command, and no line begins with a macro.
+// What would come out as another character, or be a command.
+const std::map<char, std::string> kSpecial = {{'\\', "\\e"},  {'-', "\\-"},   {'\'', "\\(aq"},
+                                              {'`', "\\(ga"}, {'^', "\\(ha"}, {'~', "\\(ti"}};
+
+// Text of a page. No line of it begins with a macro.
 std::string Roff(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
-    if ((c == '.' || c == '\'') && (escaped.empty() || escaped.back() == '\n')) escaped += "\\&";
-    if (c == '\\') {
-      escaped += "\\e";
-    } else {
-      escaped += c == '-' ? "\\-" : std::string(1, c);
-    }
+    if (c == '.' && (escaped.empty() || escaped.back() == '\n')) escaped += "\\&";
+    const auto special = kSpecial.find(c);
+    escaped += special == kSpecial.end() ? std::string(1, c) : special->second;
   }
   return escaped;
 }

@@ -11,6 +11,7 @@ namespace {
 
 std::unique_ptr<Storage> MakeCairo(int width, int height, bool alpha, int extraStrideBytes,
                                    PixelPool& pool) {
+  EXPECT_EQ(InstallStorage(StorageKind::kCairo), "");
   return MakeStorage(StorageKind::kCairo,
                      {width, height, alpha, RowLayout::kContiguous, extraStrideBytes, pool});
 }

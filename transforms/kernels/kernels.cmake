@@ -13,6 +13,7 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_LIST_DIR}/variants.def)
 add_library(velpicture_kernels OBJECT ${VEL_KERNEL_SOURCES})
 velpicture_plugin(velpicture_kernels)
+velpicture_symbols(velpicture_kernels)
 # Otherwise one kernel's length moves the loops of the next, whose times change by three per cent.
 target_compile_options(velpicture_kernels PRIVATE -falign-loops=32)
 if(VEL_STAND_IN)
