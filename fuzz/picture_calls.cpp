@@ -91,7 +91,8 @@ class PictureCall {
   }
 
  private:
-  /// Methods added at the end, up to so many, leave what kept inputs pick, but for those beyond.
+  /// Kept inputs go on picking the same methods when others are added at the end, up to so many.
+  /// Only picks behind the last one begin again with the first, until a method is added there.
   static const sim::Method& PickMethod(FuzzCase& fuzzCase) {
     constexpr int kMostMethods = 16;
     const std::vector<sim::Method>& methods = fuzzCase.plugin.methods();
