@@ -345,6 +345,8 @@ check() {
 1||says "^---.*the second time"|--check "$PLUGIN" --case "$case"
 1||says "when lockPictureDescription (call 1, at broken.so+0x.*) failed"|--check "$PLUGIN" --case "Break/web/2011.5/call 1"
 0|||--check "$PLUGIN" --quick --only start-up
+2|'nosuch' is in no case||--check "$PLUGIN" --quick --only nosuch
+2|'nosuch' is in no case||--check "$PLUGIN" --quick --only nosuch --list-cases
 0||says "^Break/cairo/2012.01/5x3$"|--check "$PLUGIN" --quick --list-cases
 0||says "^warning: .*left locked"|--check "$PLUGIN" --quick --level error
 1||grep -q "<failure type=.lock. message=" one.xml|--check "$PLUGIN" --quick --junit one.xml
