@@ -54,9 +54,15 @@ int Tried(const Options& options, const std::vector<check::CaseResult>& results)
 
 int CheckPlugin(const Options& options) {
   if (!options.checkedCase.empty()) return CheckOneCase(options);
+  const bool jsonToOutput = options.json == imaging::kStandardOutput;
+  const bool junitToOutput = options.junit == imaging::kStandardOutput;
+  if (jsonToOutput && junitToOutput) {
+    throw UserError("--json and --junit cannot both be -: give one of them a file");
+  }
   for (const std::string& file : {options.json, options.junit}) {
     if (!file.empty()) imaging::CheckOutputPath(file, true);
   }
+  if ((jsonToOutput || junitToOutput) && !options.check.listed) imaging::KeepStandardOutput();
   std::optional<Progress> progress;
   const auto watch = [&progress](const char* what, size_t done, size_t all) {
     if (done == 0) {

@@ -173,9 +173,9 @@ void DeclareOptions(CLI::App& app, Options& options) {
       ->check(CLI::Range(1, 1024));
   app.add_flag("--exceptions", check.exceptions,
                "let host calls throw exceptions in the check, too");
-  app.add_option("--json", options.json, "file for the results of the check, case by case")
+  app.add_option("--json", options.json, "file for the results of the check, case by case, or -")
       ->option_text("FILE");
-  app.add_option("--junit", options.junit, "the same as XML, which CI systems read")
+  app.add_option("--junit", options.junit, "the same as XML, which CI systems read, or -")
       ->option_text("FILE");
   app.add_option("--host", options.host, "kind of host [console]")
       ->option_text(Choices(HostNames()))

@@ -350,9 +350,13 @@ check() {
 0||says "^Break/cairo/2012.01/5x3$"|--check "$PLUGIN" --quick --list-cases
 0||says "^warning: .*left locked"|--check "$PLUGIN" --quick --level error
 1||grep -q "<failure type=.lock. message=" one.xml|--check "$PLUGIN" --quick --junit one.xml
+2|cannot both be -||--check "$PLUGIN" --quick --json - --junit -
 1||grep -v seconds one.json >first.json|--check "$PLUGIN" --quick --json one.json --jobs 1
 1||cmp -s <(grep -v seconds one.json) first.json|--check "$PLUGIN" --quick --json one.json --jobs 3
 CASES
+  "$velhost" --check "$PLUGIN" --quick --json - 2>"$errors" | grep -v seconds >"$said"
+  same "$said" first.json
+  grep -q ': description left locked' "$errors" || fail "no text beside JSON: $(cat "$errors")"
   # Every line that is said to repeat a case does.
   expect 1 --check "$PLUGIN" --quick
   sed -n "s/^    .* --case //p" "$said" | sort -u >repeats
