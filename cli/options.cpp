@@ -139,7 +139,7 @@ void DeclareOptions(CLI::App& app, Options& options) {
   app.add_flag("--list", options.list, "show the methods that the plugin registered");
   app.add_flag("--sheet", options.sheet,
                "draw all methods, or those given, on a picture into one\n"
-               "file [out/sheet.png]");
+               "file [sheet.png]");
   app.add_flag_callback(
       "--no-times", [&options] { options.times = false; }, "leave the times out of the sheet");
   check::CheckOptions& check = options.check;
@@ -202,7 +202,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
     throw UserError(std::string(error.what()) + " (velhost --help shows what there is)");
   }
   CheckCompany(app);
-  if (options.sheet && app.count("--output") == 0) options.output = "out/sheet.png";
+  if (options.sheet && app.count("--output") == 0) options.output = "sheet.png";
   Complete(options);
   return options;
 }

@@ -148,6 +148,7 @@ habits() {
 0||says '^other.png: RotateMemoryVel(30): [0-9]* in'|sample.png other.png -m "RotateMemoryVel(30)"
 0||says '^velhost [0-9]*[.][0-9]*[.][0-9]*$'|-V
 0||fits && says '^  -m,--method CALL '|--help
+0||[ -s sheet.png ]|sample.png --sheet
 CASES
   "$velhost" - -m Rotate90Vel -o - <sample.png 2>"$errors" >"$said" || fail "no picture in a pipe"
   same "$said" quarter.png
