@@ -350,9 +350,9 @@ check() {
 2|'nosuch' is in no case||--check "$PLUGIN" --quick --only nosuch --list-cases
 0||says "^Break/cairo/2012.01/5x3$"|--check "$PLUGIN" --quick --list-cases
 0||says "^warning: .*left locked"|--check "$PLUGIN" --quick --level error
-1||grep -q "<failure type=.lock. message=" one.xml|--check "$PLUGIN" --quick --junit one.xml
+1||grep -q "<failure type=.lock. message=.* broken.so+0x[0-9a-f]* (broken.*:[0-9]*)" one.xml|--check "$PLUGIN" --quick --junit one.xml
 2|cannot both be -||--check "$PLUGIN" --quick --json - --junit -
-1||grep -v seconds one.json >first.json|--check "$PLUGIN" --quick --json one.json --jobs 1
+1||grep -v seconds one.json >first.json; grep -q '"source": "broken.*:[0-9]*"' first.json|--check "$PLUGIN" --quick --json one.json --jobs 1
 1||cmp -s <(grep -v seconds one.json) first.json|--check "$PLUGIN" --quick --json one.json --jobs 3
 CASES
   "$velhost" --check "$PLUGIN" --quick --json - 2>"$errors" | grep -v seconds >"$said"
