@@ -61,8 +61,14 @@ void Complete(Options& options) {
   }
 }
 
-// What would go unheeded.
-void CheckCompany(const CLI::App& app) {
+// What would go unheeded, or be taken for something else.
+void CheckCompany(const CLI::App& app, const Options& options) {
+  // The parser takes whatever stands there.
+  const std::string& plugin = options.check.plugin;
+  if (app.count("--check") != 0 && (plugin.empty() || plugin.starts_with('-'))) {
+    throw UserError("--check '" + plugin +
+                    "': the plugin stands right behind, as in --check MyPlugin.so --quick");
+  }
   constexpr const char* kNeeds[][2] = {
       {"--no-times", "--sheet"}, {"--case", "--check"},       {"--case-seconds", "--check"},
       {"--jobs", "--check"},     {"--exceptions", "--check"}, {"--json", "--check"},
@@ -187,6 +193,8 @@ void DeclareOptions(CLI::App& app, Options& options) {
       ->option_text("FILE");
   app.add_option("--kernels", options.kernels, "pixel kernels to use [the fastest that can run]")
       ->option_text(Choices(KernelNames()));
+  // So that messages about a value that is missing name it.
+  for (CLI::Option* const option : app.get_options()) option->type_name(option->get_option_text());
 }
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv) {
@@ -201,7 +209,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& error) {
     throw UserError(std::string(error.what()) + " (velhost --help shows what there is)");
   }
-  CheckCompany(app);
+  CheckCompany(app, options);
   if (options.sheet && app.count("--output") == 0) options.output = "sheet.png";
   Complete(options);
   return options;

@@ -112,6 +112,7 @@ refusals() {
 2|mac not in {console,web,cairo,gdk}||sample.png -m MirrorVel --host mac -o out.png
 2|--host-version||sample.png -m MirrorVel --host-version new -o out.png
 2|no plugin .*nope.so||sample.png -m MirrorVel --plugin nope.so -o out.png
+2|/text.png cannot be loaded: [^/]*$||sample.png -m MirrorVel --plugin text.png -o out.png
 2|--kernels||sample.png -m MirrorVel --kernels abacus -o out.png
 2|not expected: --bogus||sample.png -m MirrorVel --bogus -o out.png
 CASES
@@ -329,6 +330,7 @@ check() {
   ln -s "$(ldd "$velhost" | awk '/libm.so/ { print $3 }')" libm.so
   head -c 20000 "$PLUGIN" >cut.so
   mkfifo pipe.so
+  LC_ALL=C sed 's/libc[.]so[.]6/lost.so.6/' "$PLUGIN" >orphan.so
   case='Break/console/2012.01/5x3'
   try <<'CASES'
 2|text.png is no shared library||--check text.png
@@ -337,6 +339,10 @@ check() {
 2|no entry point REALPluginMain||--check libm.so
 2|cut.so is cut off||--check cut.so
 2|pipe.so is no file||--check pipe.so
+2|/orphan.so cannot be loaded: lost.so.6: cannot open||--check orphan.so
+2|--check: 1 required PLUGIN missing||--check
+2|--check '--quick': the plugin stands right behind||--check --quick orphan.so
+2|--check '': the plugin stands right behind||--check ""
 2|is no case: give one||--check "$PLUGIN" --case Break/console
 2|is no case: give one||--check "$PLUGIN" --case Break/console/2012/5x3,hello
 2|nothing could be tried||--check "$PLUGIN" --case Nope/console/2012/5x3
