@@ -28,8 +28,9 @@ constexpr const char* kFooter =
     "Exit status:\n"
     "    0  all went well\n"
     "    1  a picture or the check failed\n"
-    "    2  the command line is wrong, or a file would be replaced: nothing was done\n"
-    "  130  ended by Ctrl-C\n";
+    "    2  the command line is wrong, or a file would be replaced: nothing was done;\n"
+    "       or nothing of the plugin could be tried\n"
+    "  130  ended by Ctrl-C (129: the terminal went; 143: by a request to terminate)\n";
 
 /// What --help shows in the place of an option's value: its choices, of which completions know,
 /// too.
