@@ -7,6 +7,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <utility>
 
 #include "check/case_name.h"
 #include "check/places.h"
@@ -37,6 +38,21 @@ std::string Quoted(const std::string& text) {
 
 std::string CommandFor(const Telling& telling, const std::string& name) {
   return telling.command + " --check " + Quoted(telling.plugin) + " --case " + Quoted(name);
+}
+
+/// Empty when it is not known.
+std::string SourceOf(const Telling& telling, const Finding& finding) {
+  // Many findings share few places, and each question starts a program.
+  static std::map<std::pair<std::string, std::string>, std::string> known;
+  const auto [line, isNew] = known.try_emplace({telling.plugin, finding.place});
+  if (isNew) line->second = SourceLine(telling.plugin, finding.place);
+  return line->second;
+}
+
+/// "Sign.so+0x11d3 (Sign.cpp:21)"
+std::string PlaceOf(const Telling& telling, const Finding& finding) {
+  const std::string line = SourceOf(telling, finding);
+  return finding.place + (line.empty() ? "" : " (" + line + ")");
 }
 
 /// What findings of one fault have in common: all except the numbers in their texts.
@@ -101,10 +117,7 @@ std::string TextOf(const Telling& telling, const Fault& fault) {
   const Finding& finding = fault.finding;
   std::string text = std::string(NameOf(finding.level)) + ": " + MethodOf(fault.first->name) +
                      ": " + finding.text + " [" + NameOf(finding.kind) + "]\n";
-  if (!finding.place.empty()) {
-    const std::string line = SourceLine(telling.plugin, finding.place);
-    text += "    at " + finding.place + (line.empty() ? "" : " (" + line + ")") + "\n";
-  }
+  if (!finding.place.empty()) text += "    at " + PlaceOf(telling, finding) + "\n";
   if (!finding.when.empty()) text += "    " + finding.when + "\n";
   if (fault.cases.size() > 1) {
     text += "    in " + std::to_string(fault.cases.size()) + " cases: " + WhereFound(fault.cases) +
@@ -191,6 +204,7 @@ std::string AsJson(const Telling& telling, const std::vector<CaseResult>& result
                                  {"kind", NameOf(finding.kind)},
                                  {"text", finding.text},
                                  {"place", finding.place},
+                                 {"source", SourceOf(telling, finding)},
                                  {"when", finding.when}});
     }
     if (!result.findings.empty()) one["repeat"] = CommandFor(telling, result.name);
@@ -217,7 +231,7 @@ std::string AsJUnit(const Telling& telling, const std::vector<CaseResult>& resul
     for (const Finding& finding : result.findings) {
       if (finding.level < telling.level) continue;
       xml += "<failure type=\"" + XmlText(NameOf(finding.kind)) + "\" message=\"" +
-             XmlText(finding.text + " " + finding.place + " " + finding.when) + "\"/>";
+             XmlText(finding.text + " " + PlaceOf(telling, finding) + " " + finding.when) + "\"/>";
     }
     xml += "</testcase>\n";
   }

@@ -1,5 +1,6 @@
 #include "cli/check_command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -33,13 +34,35 @@ int CheckOneCase(const Options& options) {
   return isWell ? kDone : kFailed;
 }
 
+/// kWrong, and says so, where nothing was tried: a check that looks at nothing must not pass.
+int Tried(const Options& options, const std::vector<check::CaseResult>& results) {
+  const std::string& only = options.check.only;
+  if (!only.empty()) {
+    const bool isTried =
+        std::any_of(results.begin(), results.end(),
+                    [](const check::CaseResult& result) { return result.skipped.empty(); });
+    if (isTried) return kDone;
+    PrintError("--only '" + only + "' is in no case that can be tried: --list-cases names them");
+    return kWrong;
+  }
+  if (options.check.listed || !check::NothingTried(results)) return kDone;
+  PrintError("nothing could be tried: see what was skipped, and why");
+  return kWrong;
+}
+
 }  // namespace
 
 int CheckPlugin(const Options& options) {
   if (!options.checkedCase.empty()) return CheckOneCase(options);
+  const bool jsonToOutput = options.json == imaging::kStandardOutput;
+  const bool junitToOutput = options.junit == imaging::kStandardOutput;
+  if (jsonToOutput && junitToOutput) {
+    throw UserError("--json and --junit cannot both be -: give one of them a file");
+  }
   for (const std::string& file : {options.json, options.junit}) {
     if (!file.empty()) imaging::CheckOutputPath(file, true);
   }
+  if ((jsonToOutput || junitToOutput) && !options.check.listed) imaging::KeepStandardOutput();
   std::optional<Progress> progress;
   const auto watch = [&progress](const char* what, size_t done, size_t all) {
     if (done == 0) {
@@ -53,7 +76,7 @@ int CheckPlugin(const Options& options) {
   const std::vector<check::CaseResult> results = check::RunCheck(options.check, watch);
   if (options.check.listed) {
     for (const check::CaseResult& result : results) std::puts(result.name.c_str());
-    return kDone;
+    return Tried(options, results);
   }
   check::Telling telling = options.telling;
   telling.plugin = options.check.plugin;
@@ -66,9 +89,7 @@ int CheckPlugin(const Options& options) {
     imaging::ReplaceFile(options.junit, check::AsJUnit(telling, results));
   }
   if (!check::AllWell(results, telling.level)) return kFailed;
-  if (!options.check.only.empty() || !check::NothingTried(results)) return kDone;
-  PrintError("nothing could be tried: see what was skipped, and why");
-  return kWrong;
+  return Tried(options, results);
 }
 
 }  // namespace velhost

@@ -1,6 +1,4 @@
-// velhost: the command-line front of the simulated host. Exit status 0 when all went well, 1 when a
-// picture or a check failed, 2 when the command line is not right or would replace a file, 130
-// after Ctrl-C.
+// velhost: the command-line front of the simulated host. Its exit statuses stand in its help.
 
 #include <dlfcn.h>
 

@@ -28,8 +28,9 @@ constexpr const char* kFooter =
     "Exit status:\n"
     "    0  all went well\n"
     "    1  a picture or the check failed\n"
-    "    2  the command line is wrong, or a file would be replaced: nothing was done\n"
-    "  130  ended by Ctrl-C\n";
+    "    2  the command line is wrong, or a file would be replaced: nothing was done;\n"
+    "       or nothing of the plugin could be tried\n"
+    "  130  ended by Ctrl-C (129: the terminal went; 143: by a request to terminate)\n";
 
 /// What --help shows in the place of an option's value: its choices, of which completions know,
 /// too.
@@ -61,8 +62,14 @@ void Complete(Options& options) {
   }
 }
 
-// What would go unheeded.
-void CheckCompany(const CLI::App& app) {
+// What would go unheeded, or be taken for something else.
+void CheckCompany(const CLI::App& app, const Options& options) {
+  // The parser takes whatever stands there.
+  const std::string& plugin = options.check.plugin;
+  if (app.count("--check") != 0 && (plugin.empty() || plugin.starts_with('-'))) {
+    throw UserError("--check '" + plugin +
+                    "': the plugin stands right behind, as in --check MyPlugin.so --quick");
+  }
   constexpr const char* kNeeds[][2] = {
       {"--no-times", "--sheet"}, {"--case", "--check"},       {"--case-seconds", "--check"},
       {"--jobs", "--check"},     {"--exceptions", "--check"}, {"--json", "--check"},
@@ -139,7 +146,7 @@ void DeclareOptions(CLI::App& app, Options& options) {
   app.add_flag("--list", options.list, "show the methods that the plugin registered");
   app.add_flag("--sheet", options.sheet,
                "draw all methods, or those given, on a picture into one\n"
-               "file [out/sheet.png]");
+               "file [sheet.png]");
   app.add_flag_callback(
       "--no-times", [&options] { options.times = false; }, "leave the times out of the sheet");
   check::CheckOptions& check = options.check;
@@ -173,9 +180,9 @@ void DeclareOptions(CLI::App& app, Options& options) {
       ->check(CLI::Range(1, 1024));
   app.add_flag("--exceptions", check.exceptions,
                "let host calls throw exceptions in the check, too");
-  app.add_option("--json", options.json, "file for the results of the check, case by case")
+  app.add_option("--json", options.json, "file for the results of the check, case by case, or -")
       ->option_text("FILE");
-  app.add_option("--junit", options.junit, "the same as XML, which CI systems read")
+  app.add_option("--junit", options.junit, "the same as XML, which CI systems read, or -")
       ->option_text("FILE");
   app.add_option("--host", options.host, "kind of host [console]")
       ->option_text(Choices(HostNames()))
@@ -187,6 +194,8 @@ void DeclareOptions(CLI::App& app, Options& options) {
       ->option_text("FILE");
   app.add_option("--kernels", options.kernels, "pixel kernels to use [the fastest that can run]")
       ->option_text(Choices(KernelNames()));
+  // So that messages about a value that is missing name it.
+  for (CLI::Option* const option : app.get_options()) option->type_name(option->get_option_text());
 }
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv) {
@@ -201,8 +210,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& error) {
     throw UserError(std::string(error.what()) + " (velhost --help shows what there is)");
   }
-  CheckCompany(app);
-  if (options.sheet && app.count("--output") == 0) options.output = "out/sheet.png";
+  CheckCompany(app, options);
+  if (options.sheet && app.count("--output") == 0) options.output = "sheet.png";
   Complete(options);
   return options;
 }

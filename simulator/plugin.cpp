@@ -106,6 +106,12 @@ T* LiveResult(const Host& host, uint64_t raw) {
   return handle;
 }
 
+/// What the dynamic loader says, which may be about a library that the plugin needs.
+std::string LoadingProblem(const std::string& path) {
+  const std::string problem = dlerror(), itself = path + ": ";
+  return problem.starts_with(itself) ? problem.substr(itself.size()) : problem;
+}
+
 }  // namespace
 
 std::string Result::Describe() const {
@@ -132,7 +138,7 @@ std::string Result::Describe() const {
 
 Plugin::Plugin(const std::string& path, bool hooks)
     : path_(path), library_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-  if (library_ == nullptr) throw PluginError(dlerror());
+  if (library_ == nullptr) throw PluginError(path_ + " cannot be loaded: " + LoadingProblem(path_));
   if (EntryPointOf(library_) == nullptr) {
     dlclose(library_);
     throw PluginError(path_ + " has no entry point REALPluginMain: it is no plugin");

@@ -112,6 +112,7 @@ refusals() {
 2|mac not in {console,web,cairo,gdk}||sample.png -m MirrorVel --host mac -o out.png
 2|--host-version||sample.png -m MirrorVel --host-version new -o out.png
 2|no plugin .*nope.so||sample.png -m MirrorVel --plugin nope.so -o out.png
+2|/text.png cannot be loaded: [^/]*$||sample.png -m MirrorVel --plugin text.png -o out.png
 2|--kernels||sample.png -m MirrorVel --kernels abacus -o out.png
 2|not expected: --bogus||sample.png -m MirrorVel --bogus -o out.png
 CASES
@@ -148,6 +149,7 @@ habits() {
 0||says '^other.png: RotateMemoryVel(30): [0-9]* in'|sample.png other.png -m "RotateMemoryVel(30)"
 0||says '^velhost [0-9]*[.][0-9]*[.][0-9]*$'|-V
 0||fits && says '^  -m,--method CALL '|--help
+0||[ -s sheet.png ]|sample.png --sheet
 CASES
   "$velhost" - -m Rotate90Vel -o - <sample.png 2>"$errors" >"$said" || fail "no picture in a pipe"
   same "$said" quarter.png
@@ -328,6 +330,7 @@ check() {
   ln -s "$(ldd "$velhost" | awk '/libm.so/ { print $3 }')" libm.so
   head -c 20000 "$PLUGIN" >cut.so
   mkfifo pipe.so
+  LC_ALL=C sed 's/libc[.]so[.]6/lost.so.6/' "$PLUGIN" >orphan.so
   case='Break/console/2012.01/5x3'
   try <<'CASES'
 2|text.png is no shared library||--check text.png
@@ -336,6 +339,10 @@ check() {
 2|no entry point REALPluginMain||--check libm.so
 2|cut.so is cut off||--check cut.so
 2|pipe.so is no file||--check pipe.so
+2|/orphan.so cannot be loaded: lost.so.6: cannot open||--check orphan.so
+2|--check: 1 required PLUGIN missing||--check
+2|--check '--quick': the plugin stands right behind||--check --quick orphan.so
+2|--check '': the plugin stands right behind||--check ""
 2|is no case: give one||--check "$PLUGIN" --case Break/console
 2|is no case: give one||--check "$PLUGIN" --case Break/console/2012/5x3,hello
 2|nothing could be tried||--check "$PLUGIN" --case Nope/console/2012/5x3
@@ -345,12 +352,18 @@ check() {
 1||says "^---.*the second time"|--check "$PLUGIN" --case "$case"
 1||says "when lockPictureDescription (call 1, at broken.so+0x.*) failed"|--check "$PLUGIN" --case "Break/web/2011.5/call 1"
 0|||--check "$PLUGIN" --quick --only start-up
+2|'nosuch' is in no case||--check "$PLUGIN" --quick --only nosuch
+2|'nosuch' is in no case||--check "$PLUGIN" --quick --only nosuch --list-cases
 0||says "^Break/cairo/2012.01/5x3$"|--check "$PLUGIN" --quick --list-cases
 0||says "^warning: .*left locked"|--check "$PLUGIN" --quick --level error
-1||grep -q "<failure type=.lock. message=" one.xml|--check "$PLUGIN" --quick --junit one.xml
-1||grep -v seconds one.json >first.json|--check "$PLUGIN" --quick --json one.json --jobs 1
+1||grep -q "<failure type=.lock. message=.* broken.so+0x[0-9a-f]* (broken.*:[0-9]*)" one.xml|--check "$PLUGIN" --quick --junit one.xml
+2|cannot both be -||--check "$PLUGIN" --quick --json - --junit -
+1||grep -v seconds one.json >first.json; grep -q '"source": "broken.*:[0-9]*"' first.json|--check "$PLUGIN" --quick --json one.json --jobs 1
 1||cmp -s <(grep -v seconds one.json) first.json|--check "$PLUGIN" --quick --json one.json --jobs 3
 CASES
+  "$velhost" --check "$PLUGIN" --quick --json - 2>"$errors" | grep -v seconds >"$said"
+  same "$said" first.json
+  grep -q ': description left locked' "$errors" || fail "no text beside JSON: $(cat "$errors")"
   # Every line that is said to repeat a case does.
   expect 1 --check "$PLUGIN" --quick
   sed -n "s/^    .* --case //p" "$said" | sort -u >repeats
