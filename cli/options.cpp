@@ -23,7 +23,7 @@ constexpr const char* kFooter =
     "Examples:\n"
     "  velhost photo.jpg -m Rotate90Vel -o turned.png\n"
     "  velhost -m \"RotateVel(30, &cFFFFFFFF)\" -m HMirrorVel photo.png -o both.png\n"
-    "  velhost *.jpg -m \"CloneVel(320, 240)\" -o thumbnails/\n"
+    "  velhost *.jpg -m \"CloneVel(320, 240)\" -o corners/\n"
     "  velhost --check MyPlugin.so --quick\n\n"
     "Exit status:\n"
     "    0  all went well\n"
