@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <map>
+#include <utility>
 
 #include "simulator/host.h"
 
@@ -53,6 +55,29 @@ size_t ReadMemory(const void* from, void* to, size_t size) {
   return count < 0 ? 0 : static_cast<size_t>(count);
 }
 
+/// SourceLine, asked of addr2line.
+std::string AskForLine(const std::string& file, const std::string& place) {
+  const size_t offset = place.rfind('+');
+  if (offset == std::string::npos) return "";
+  int ends[2];
+  if (pipe(ends) != 0) return "";
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(STDERR_FILENO);
+    execlp("addr2line", "addr2line", "-s", "-e", file.c_str(), place.c_str() + offset + 1, nullptr);
+    _exit(1);
+  }
+  close(ends[1]);
+  char text[256] = {};
+  const ssize_t count = read(ends[0], text, sizeof text - 1);
+  close(ends[0]);
+  if (child > 0) waitpid(child, nullptr, 0);
+  std::string line(text, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+  line.erase(std::min(line.find_first_of(" \n"), line.size()));
+  return line.find('?') == std::string::npos ? line : "";
+}
+
 }  // namespace
 
 void WatchCode(const void* inside) { dl_iterate_phdr(FindCode, const_cast<void*>(inside)); }
@@ -84,25 +109,11 @@ std::string PlaceOnStack(const void* instruction, const void* stack) {
 }
 
 std::string SourceLine(const std::string& file, const std::string& place) {
-  const size_t offset = place.rfind('+');
-  if (offset == std::string::npos) return "";
-  int ends[2];
-  if (pipe(ends) != 0) return "";
-  const pid_t child = fork();
-  if (child == 0) {
-    dup2(ends[1], STDOUT_FILENO);
-    close(STDERR_FILENO);
-    execlp("addr2line", "addr2line", "-s", "-e", file.c_str(), place.c_str() + offset + 1, nullptr);
-    _exit(1);
-  }
-  close(ends[1]);
-  char text[256] = {};
-  const ssize_t count = read(ends[0], text, sizeof text - 1);
-  close(ends[0]);
-  if (child > 0) waitpid(child, nullptr, 0);
-  std::string line(text, static_cast<size_t>(std::max<ssize_t>(count, 0)));
-  line.erase(std::min(line.find_first_of(" \n"), line.size()));
-  return line.find('?') == std::string::npos ? line : "";
+  // Many findings share few places, and each question starts a program.
+  static std::map<std::pair<std::string, std::string>, std::string> known;
+  const auto [line, isNew] = known.try_emplace({file, place});
+  if (isNew) line->second = AskForLine(file, place);
+  return line->second;
 }
 
 bool NeedsAlignment(const void* instruction) {

@@ -7,7 +7,6 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <utility>
 
 #include "check/case_name.h"
 #include "check/places.h"
@@ -40,18 +39,9 @@ std::string CommandFor(const Telling& telling, const std::string& name) {
   return telling.command + " --check " + Quoted(telling.plugin) + " --case " + Quoted(name);
 }
 
-/// Empty when it is not known.
-std::string SourceOf(const Telling& telling, const Finding& finding) {
-  // Many findings share few places, and each question starts a program.
-  static std::map<std::pair<std::string, std::string>, std::string> known;
-  const auto [line, isNew] = known.try_emplace({telling.plugin, finding.place});
-  if (isNew) line->second = SourceLine(telling.plugin, finding.place);
-  return line->second;
-}
-
 /// "Sign.so+0x11d3 (Sign.cpp:21)"
 std::string PlaceOf(const Telling& telling, const Finding& finding) {
-  const std::string line = SourceOf(telling, finding);
+  const std::string line = SourceLine(telling.plugin, finding.place);
   return finding.place + (line.empty() ? "" : " (" + line + ")");
 }
 
@@ -204,7 +194,7 @@ std::string AsJson(const Telling& telling, const std::vector<CaseResult>& result
                                  {"kind", NameOf(finding.kind)},
                                  {"text", finding.text},
                                  {"place", finding.place},
-                                 {"source", SourceOf(telling, finding)},
+                                 {"source", SourceLine(telling.plugin, finding.place)},
                                  {"when", finding.when}});
     }
     if (!result.findings.empty()) one["repeat"] = CommandFor(telling, result.name);

@@ -37,16 +37,13 @@ int CheckOneCase(const Options& options) {
 /// kWrong, and says so, where nothing was tried: a check that looks at nothing must not pass.
 int Tried(const Options& options, const std::vector<check::CaseResult>& results) {
   const std::string& only = options.check.only;
-  if (!only.empty()) {
-    const bool isTried =
-        std::any_of(results.begin(), results.end(),
-                    [](const check::CaseResult& result) { return result.skipped.empty(); });
-    if (isTried) return kDone;
-    PrintError("--only '" + only + "' is in no case that can be tried: --list-cases names them");
-    return kWrong;
-  }
-  if (options.check.listed || !check::NothingTried(results)) return kDone;
-  PrintError("nothing could be tried: see what was skipped, and why");
+  const auto isTried = [](const check::CaseResult& result) { return result.skipped.empty(); };
+  const bool isEnough = only.empty() ? options.check.listed || !check::NothingTried(results)
+                                     : std::any_of(results.begin(), results.end(), isTried);
+  if (isEnough) return kDone;
+  PrintError(only.empty() ? "nothing could be tried: see what was skipped, and why"
+                          : "--only '" + only +
+                                "' is in no case that can be tried: --list-cases names them");
   return kWrong;
 }
 

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <sstream>
 
+#include "cli/print.h"
 #include "cli/user_error.h"
 #include "simulator/declaration.h"
 #include "simulator/settings.h"
@@ -34,11 +35,7 @@ constexpr const char* kFooter =
 
 /// What --help shows in the place of an option's value: its choices, of which completions know,
 /// too.
-std::string Choices(const std::vector<std::string>& words) {
-  std::string choices;
-  for (const std::string& word : words) choices += (choices.empty() ? "" : "|") + word;
-  return choices;
-}
+std::string Choices(const std::vector<std::string>& words) { return Joined(words, "|"); }
 
 std::vector<std::string> HostNames() {
   std::vector<std::string> names;

@@ -33,4 +33,10 @@ std::string Printable(std::string_view text) {
   return printable;
 }
 
+std::string Joined(const std::vector<std::string>& words, const char* between) {
+  std::string joined;
+  for (const std::string& word : words) joined += (joined.empty() ? "" : between) + word;
+  return joined;
+}
+
 }  // namespace velhost

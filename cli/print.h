@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velhost {
 
@@ -20,5 +21,8 @@ void PrintError(const std::string& text);
 bool HasTerminal();
 
 std::string Printable(std::string_view text);
+
+/// The words in their order, `between` between them.
+std::string Joined(const std::vector<std::string>& words, const char* between);
 
 }  // namespace velhost

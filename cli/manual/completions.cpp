@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "cli/manual/pages.h"
+#include "cli/print.h"
 
 namespace velhost {
 namespace {
@@ -15,12 +16,6 @@ std::vector<std::string> NamesOf(const CLI::Option& option) {
   for (const std::string& name : option.get_snames()) names.push_back("-" + name);
   for (const std::string& name : option.get_lnames()) names.push_back("--" + name);
   return names;
-}
-
-std::string Joined(const std::vector<std::string>& words, const char* between) {
-  std::string joined;
-  for (const std::string& word : words) joined += (joined.empty() ? "" : between) + word;
-  return joined;
 }
 
 /// What may stand behind an option, by the text in the place of its value.

@@ -61,7 +61,7 @@ bool WithRows(Picture* picture, Use use) {
     use(reinterpret_cast<uint32_t**>(block.rowTable));
   });
 }
-/// Calls an entry of Cairo, if it is there.
+/// Calls an entry of Cairo, if it is there. The host keeps the library loaded.
 template <class Result = void*, class... Args>
 Result CallCairo(const char* name, Args... args) {
   void* const library = dlopen("libcairo.so.2", RTLD_LAZY);
