@@ -5,6 +5,7 @@ script="$(realpath "$0")" group="$1" velhost="$(realpath "$2")" sample="$(realpa
 work="$(mktemp -d)" said="$(mktemp)" errors="$(mktemp)"
 trap 'rm -rf "$work" "$said" "$errors"' EXIT
 cd "$work" || exit 1
+export TERM=xterm  # What is drawn must not depend on the terminal that the tests run in.
 
 failures=0
 fail() { echo "FAILED: $*"; failures=$((failures + 1)); }
